@@ -1,0 +1,49 @@
+# Compiler and linker settings, as targets to link against:
+#   tspec_warnings   every target of this project
+#   tspec_device     what runs on the access point: C library only, hardened
+add_library(tspec_warnings INTERFACE)
+target_compile_options(tspec_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+if(TSPEC_SANITIZE)
+  target_compile_options(tspec_warnings INTERFACE
+    -fsanitize=${TSPEC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(tspec_warnings INTERFACE -fsanitize=${TSPEC_SANITIZE})
+endif()
+
+add_library(tspec_device INTERFACE)
+target_link_libraries(tspec_device INTERFACE tspec_wire tspec_warnings)
+target_compile_options(tspec_device INTERFACE
+  -fstack-protector-strong -ffunction-sections -fdata-sections
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+# A core dump and gdb need no unwind tables beside the debug symbols.
+target_compile_options(tspec_device INTERFACE
+  -fno-asynchronous-unwind-tables -fno-unwind-tables)
+target_link_options(tspec_device INTERFACE
+  -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+if(NOT TSPEC_SANITIZE)
+  # The sanitizers bring their own checks, and both at once hide each other's.
+  target_compile_options(tspec_device INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+endif()
+if(TSPEC_COVERAGE)
+  target_compile_options(tspec_device INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(tspec_device INTERFACE --coverage)
+endif()
+
+include(CheckPIESupported)
+check_pie_supported()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+# tspec_split_symbols(TARGET): leaves TARGET stripped and its symbols beside it
+# in TARGET.debug, where gdb finds them by the debug link.
+function(tspec_split_symbols target)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL "Release" OR NOT CMAKE_OBJCOPY)
+    return()
+  endif()
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
+    COMMAND ${CMAKE_OBJCOPY} --strip-all
+            --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>
+    VERBATIM)
+endfunction()

@@ -1,0 +1,136 @@
+#include "driver/station_state.h"
+
+#include "core/daemon.h"
+#include "core/text.h"
+#include "core/trace.h"
+
+#include <array>
+#include <cstring>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+static_assert(sizeof(ifreq) == (sizeof(void *) == 8 ? 40 : 32));
+static_assert(sizeof(tspec_driver_req_t) == (sizeof(void *) == 8 ? 24 : 16));
+
+using reply_t = std::array<char, TSPEC_DRIVER_REPLY_SIZE>;
+
+static constexpr size_t LINE_MAX_LENGTH = 255;
+
+// "wlan0", or "wlan0vap3" for all but the radio's main interface.
+static void write_interface_name(char (&name)[IFNAMSIZ], int32_t radio_unit, uint32_t vap)
+{
+    tspec_text_writer_t writer(name);
+    writer.put("wlan").put_decimal(radio_unit - 1);
+    if (vap != 0) {
+        writer.put("vap").put_decimal(static_cast<int32_t>(vap));
+    }
+}
+
+static int32_t query(int32_t sock, const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap,
+                     reply_t &reply)
+{
+    memcpy(reply.data(), sta_mac, TSPEC_MAC_LEN);
+    tspec_driver_req_t request = {};
+    request.sub_command = TSPEC_DRIVER_CLIENT_STATUS_CMD;
+    request.buffer = reply.data();
+    request.length = TSPEC_DRIVER_REPLY_SIZE;
+    ifreq interface = {};
+    write_interface_name(interface.ifr_name, radio_unit, vap);
+    interface.ifr_data = reinterpret_cast<char *>(&request);
+    return ioctl(sock, TSPEC_DRIVER_IOCTL, &interface);
+}
+
+// Length of the text up to a line end, a NUL or the end of the buffer, and
+// LINE_MAX_LENGTH at most.
+static size_t line_length(const reply_t &reply, size_t start)
+{
+    size_t length = 0;
+    while (length < LINE_MAX_LENGTH && start + length < reply.size() &&
+           reply[start + length] != '\n' && reply[start + length] != '\0') {
+        length++;
+    }
+    return length;
+}
+
+static constexpr char KEY[] = "client_status=";
+static constexpr size_t KEY_LENGTH = sizeof(KEY) - 1;
+
+static uint32_t value_of(const char *line, size_t length)
+{
+    // A line of its own, so that white space at its end does not lead the
+    // number's parser into the next one.
+    char text[LINE_MAX_LENGTH + 1];
+    memcpy(text, line, length);
+    text[length] = '\0';
+    return tspec_text_hex_to_u32(text + KEY_LENGTH);
+}
+
+// The flag word of the first "client_status=" line. The scan ends at an empty
+// line, at one that is too long, and at one without a line end.
+static uint32_t client_status_in(const reply_t &reply)
+{
+    size_t start = 0;
+    for (;;) {
+        const size_t length = line_length(reply, start);
+        const size_t end = start + length;
+        if (length == 0 || end >= reply.size() || reply[end] != '\n') {
+            return 0;
+        }
+        if (length >= KEY_LENGTH && memcmp(&reply[start], KEY, KEY_LENGTH) == 0) {
+            return value_of(&reply[start], length);
+        }
+        start = end + 1;
+    }
+}
+
+int32_t tspec_client_status_flags_get(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap,
+                                      uint32_t *out_flags)
+{
+    const uint32_t shown_unit = static_cast<uint32_t>(radio_unit);
+    if (radio_unit < 1 || radio_unit > TSPEC_NUM_RADIOS) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Parameter out of range - radio_unit=%u\r\n", shown_unit);
+        return -1;
+    }
+    const int32_t sock = socket(AF_INET, SOCK_DGRAM, 0);
+    if (sock < 0) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Error opening socket - radio_unit=%u\r\n", shown_unit);
+        return -1;
+    }
+    reply_t reply = {};
+    if (query(sock, sta_mac, radio_unit, vap, reply) < 0) {
+        // The descriptor stays open on purpose: failed queries can be counted
+        // in the process's descriptors.
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:ioctl error - radio_unit=%u\r\n", shown_unit);
+        return -1;
+    }
+    const uint32_t flags = client_status_in(reply);
+    if (out_flags != nullptr) {
+        *out_flags = flags;
+    }
+    close(sock);
+    return 0;
+}
+
+// Whether the driver reports all of the flags.
+static bool has_flags(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap, uint32_t wanted)
+{
+    uint32_t flags = 0;
+    return tspec_client_status_flags_get(sta_mac, radio_unit, vap, &flags) == 0 &&
+           (flags & wanted) == wanted;
+}
+
+int32_t tspec_client_is_associated(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap)
+{
+    return has_flags(sta_mac, radio_unit, vap, TSPEC_CLIENT_ASSOCIATED) ? 1 : 0;
+}
+
+int32_t tspec_client_roam_flag_get(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap)
+{
+    if (!tspec_is_managed()) {
+        return 0;
+    }
+    static constexpr uint32_t ROAMING = TSPEC_CLIENT_ASSOCIATED | TSPEC_CLIENT_ROAMING;
+    return has_flags(sta_mac, radio_unit, vap, ROAMING) ? 1 : 0;
+}

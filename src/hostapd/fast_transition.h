@@ -1,0 +1,21 @@
+// Streams of a client that arrives by fast BSS transition (IEEE 802.11r). They
+// were negotiated during the transition, so they are booked as admitted without
+// a decision and charged to the fast-transition reserve.
+#pragma once
+
+#include "hostapd/request.h"
+
+// The event of a client that arrived: books its stream. The event is done with
+// whatever comes of that.
+tspec_outcome_t tspec_hostapd_fbt_addts(tspec_hostapd_req_t &req);
+
+// Books the stream. A client that already has streams on the access category
+// loses all its streams on this VAP first. Returns 0; -1 for a client that is
+// not associated or cannot be stored; the result of the ADDTS reject at the
+// limit of streams.
+int32_t tspec_fbt_addts_req_process(const tspec_hostapd_msg_t &msg, uint8_t ac_idx, uint32_t len);
+
+// Before an ordinary ADDTS: a client whose record on the access category came by
+// fast transition and that holds a stream with the TID of the request loses all
+// its streams on this VAP.
+void tspec_fbt_ts_delete(const tspec_hostapd_msg_t &msg, uint8_t ac_idx, uint32_t len);

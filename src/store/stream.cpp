@@ -1,0 +1,134 @@
+#include "store/stream.h"
+
+#include "core/text.h"
+#include "core/trace.h"
+#include "store/client.h"
+
+static bool in_use(const tspec_ts_rec_t &entry)
+{
+    return entry.state != TSPEC_TS_FREE;
+}
+
+tspec_rec_t *tspec_ts_rec_get(const uint8_t *mac, uint32_t ac_idx)
+{
+    tspec_rec_t *const rec = tspec_rec_get(mac);
+    if (rec == nullptr || ac_idx >= TSPEC_NUM_ACS) {
+        return nullptr;
+    }
+    const bool has_stream = in_use(rec->streams[TSPEC_BANK_PRIMARY][ac_idx]) ||
+                            in_use(rec->streams[TSPEC_BANK_ALTERNATE][ac_idx]);
+    return has_stream ? rec : nullptr;
+}
+
+tspec_ts_rec_t *tspec_rec_ts_find(tspec_rec_t *rec, int32_t tid, uint32_t mode)
+{
+    for (uint32_t ac_idx = 0; ac_idx < TSPEC_NUM_ACS; ac_idx++) {
+        for (auto &bank : rec->streams) {
+            tspec_ts_rec_t &entry = bank[ac_idx];
+            const uint8_t entry_tid = mode == TSPEC_FIND_BY_TID ? entry.tid : entry.pend.tid;
+            if (in_use(entry) && entry_tid == tid) {
+                return &entry;
+            }
+        }
+    }
+    return nullptr;
+}
+
+tspec_ts_rec_t *tspec_ts_rec_find_by_tid(const uint8_t *mac, uint8_t tid, uint8_t *ac_out,
+                                         uint32_t mode)
+{
+    if (mac == nullptr || mode > TSPEC_FIND_BY_PENDING) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameters\r\n");
+        return nullptr;
+    }
+    tspec_rec_t *const rec = tspec_rec_get(mac);
+    tspec_ts_rec_t *const entry = rec == nullptr ? nullptr : tspec_rec_ts_find(rec, tid, mode);
+    if (entry != nullptr && ac_out != nullptr) {
+        *ac_out = entry->ac_idx;
+    }
+    return entry;
+}
+
+tspec_ts_rec_t *tspec_ts_rec_find(const uint8_t *mac, uint8_t tid, uint8_t *ac_out)
+{
+    return tspec_ts_rec_find_by_tid(mac, tid, ac_out, TSPEC_FIND_BY_TID);
+}
+
+tspec_ts_rec_t *tspec_ts_rec_find_pending(const uint8_t *mac, uint8_t tid, uint8_t *ac_out)
+{
+    return tspec_ts_rec_find_by_tid(mac, tid, ac_out, TSPEC_FIND_BY_PENDING);
+}
+
+void tspec_ts_rec_pending_reset(tspec_ts_rec_t *entry)
+{
+    if (entry == nullptr) {
+        return;
+    }
+    entry->pend = {};
+    entry->pend.tid = TSPEC_TID_NONE;
+}
+
+static void clear(tspec_ts_rec_t &entry)
+{
+    tspec_rec_t *const owner = entry.owner;
+    entry = {};
+    entry.owner = owner;
+}
+
+static void uncount(uint16_t streams)
+{
+    tspec_cb->ts_count = static_cast<uint16_t>(tspec_cb->ts_count - streams);
+}
+
+static void delete_if_empty(tspec_rec_t *rec)
+{
+    if (tspec_rec_is_empty(rec)) {
+        tspec_rec_delete(rec);
+    }
+}
+
+int32_t tspec_ts_rec_delete_tid(const uint8_t *mac, uint8_t ac_idx, uint8_t tid)
+{
+    tspec_rec_t *const rec = tspec_ts_rec_get(mac, ac_idx);
+    if (rec == nullptr) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR,
+                    "%s:Failed to find tspec record for client %s with AC %u\r\n",
+                    tspec_mac_text(mac).text, ac_idx);
+        return -1;
+    }
+    tspec_ts_rec_t *entry = tspec_rec_ts_find(rec, tid, TSPEC_FIND_BY_TID);
+    if (entry == nullptr || entry->ac_idx != ac_idx) {
+        return 0;
+    }
+    entry->state = TSPEC_TS_FREE;
+    tspec_ts_rec_t &alternate = rec->streams[TSPEC_BANK_ALTERNATE][ac_idx];
+    if (in_use(alternate)) {
+        *entry = alternate;
+        entry = &alternate;
+    }
+    clear(*entry);
+    delete_if_empty(rec);
+    uncount(1);
+    return 0;
+}
+
+int32_t tspec_ts_rec_delete(const uint8_t *mac, uint8_t ac_idx)
+{
+    tspec_rec_t *const rec = tspec_ts_rec_get(mac, ac_idx);
+    if (rec == nullptr) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR,
+                    "%s:Failed to find tspec record for client %s with AC %u\r\n",
+                    tspec_mac_text(mac).text, ac_idx);
+        return -1;
+    }
+    uint16_t freed = 0;
+    for (auto &bank : rec->streams) {
+        if (in_use(bank[ac_idx])) {
+            freed++;
+        }
+        clear(bank[ac_idx]);
+    }
+    delete_if_empty(rec);
+    uncount(freed);
+    return 0;
+}

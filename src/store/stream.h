@@ -1,0 +1,41 @@
+// The stream entries within the client records.
+#pragma once
+
+#include "core/control_block.h"
+
+#include <cstdint>
+
+// Which TID a search compares.
+constexpr uint32_t TSPEC_FIND_BY_TID = 0;     // the stream's own
+constexpr uint32_t TSPEC_FIND_BY_PENDING = 1; // that of its unanswered request
+
+// The client's record when it has a stream in either bank of the access
+// category, else null.
+tspec_rec_t *tspec_ts_rec_get(const uint8_t *mac, uint32_t ac_idx);
+
+// The client's first stream with the TID, in the order of access categories 0
+// to 3 and the primary bank before the alternate one; its access category is
+// stored in *ac_out unless that is null. Null when there is none; a null MAC or
+// a mode other than the two above is traced.
+tspec_ts_rec_t *tspec_ts_rec_find_by_tid(const uint8_t *mac, uint8_t tid, uint8_t *ac_out,
+                                         uint32_t mode);
+tspec_ts_rec_t *tspec_ts_rec_find(const uint8_t *mac, uint8_t tid, uint8_t *ac_out);
+tspec_ts_rec_t *tspec_ts_rec_find_pending(const uint8_t *mac, uint8_t tid, uint8_t *ac_out);
+
+// The same within one record.
+tspec_ts_rec_t *tspec_rec_ts_find(tspec_rec_t *rec, int32_t tid, uint32_t mode);
+
+// Forgets the entry's unanswered request: zeros, and no pending TID.
+void tspec_ts_rec_pending_reset(tspec_ts_rec_t *entry);
+
+// Frees the client's stream with the TID, provided that it is on the access
+// category (else nothing changes). An alternate stream there moves to the
+// primary bank; a record without streams is freed; the stream count goes down
+// by one. Returns 0, or -1 (traced) when the client has no stream at all on the
+// access category.
+int32_t tspec_ts_rec_delete_tid(const uint8_t *mac, uint8_t ac_idx, uint8_t tid);
+
+// Frees all streams of the client on the access category, and the record if it
+// has no other; the stream count goes down by as many. Returns 0, or -1
+// (traced) when there was none.
+int32_t tspec_ts_rec_delete(const uint8_t *mac, uint8_t ac_idx);

@@ -1,0 +1,25 @@
+/*
+ * Arguments as typed, turned into the values that the daemon takes.
+ *
+ * Every function returns true and fills its last argument, or returns false
+ * and leaves it alone. Nothing is guessed: blanks, signs, other bases and
+ * trailing characters are refused.
+ */
+#ifndef TSPEC_TOOL_ARGS_H
+#define TSPEC_TOOL_ARGS_H
+
+#include "tspec/message.h"
+
+#include <stdbool.h>
+#include <stdint.h>
+
+/* A decimal number of 0..max. */
+bool tspec_tool_parse_number(const char *text, uint8_t max, uint8_t *value);
+
+/* Six pairs of hex digits of either case, separated by colons. */
+bool tspec_tool_parse_mac(const char *text, uint8_t mac[TSPEC_MAC_LEN]);
+
+/* A trace level: 0 (off), 1..7, or one of the names of the levels in use. */
+bool tspec_tool_parse_level(const char *text, uint8_t *level);
+
+#endif

@@ -1,0 +1,59 @@
+#include "tspec-cli/usage.h"
+
+static const char tool_help[] =
+    "Speaks to the tspec-daemon of this access point.\n"
+    "\n"
+    "The answer to ping is printed here. All other answers of the daemon appear on\n"
+    "the access point's console, /dev/console.\n";
+
+static const char tool_notes[] = "\n"
+                                 "tspec-cli COMMAND --help says more of a command.\n"
+                                 "\n"
+                                 "Exit status: 0 done, 1 no daemon or no answer, 2 wrong usage.\n";
+
+static void print_command_list(FILE *out)
+{
+    size_t count = 0;
+    const tspec_tool_command_t *commands = tspec_tool_commands(&count);
+    fputs("Usage: tspec-cli COMMAND [ARGUMENT...]\n"
+          "       tspec-cli --help | --version\n"
+          "\n"
+          "Commands:\n",
+          out);
+    for (size_t i = 0; i < count; i++) {
+        char left[48];
+        snprintf(left, sizeof(left), "%s %s", commands[i].name, commands[i].synopsis);
+        fprintf(out, "  %-27s %s\n", left, commands[i].summary);
+    }
+}
+
+void tspec_tool_print_usage(FILE *out, const tspec_tool_command_t *command)
+{
+    if (command == nullptr) {
+        print_command_list(out);
+        return;
+    }
+    const char *gap = command->synopsis[0] != '\0' ? " " : "";
+    fprintf(out, "Usage: tspec-cli %s%s%s\n", command->name, gap, command->synopsis);
+}
+
+void tspec_tool_print_help(FILE *out, const tspec_tool_command_t *command)
+{
+    tspec_tool_print_usage(out, command);
+    if (command == nullptr) {
+        fprintf(out, "\n%s%s", tool_help, tool_notes);
+        return;
+    }
+    fprintf(out, "\n%s", command->help);
+    if (command->warning != nullptr) {
+        fprintf(out, "\n%sWithout %s nothing is sent.\n", command->warning, command->option);
+    }
+    if (!command->is_answered) {
+        fputs("\nThe daemon answers on the access point's console, not here.\n", out);
+    }
+}
+
+void tspec_tool_print_version(FILE *out)
+{
+    fputs("tspec-cli " TSPEC_VERSION "\n", out);
+}

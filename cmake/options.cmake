@@ -20,7 +20,7 @@ target_compile_options(tspec_device INTERFACE
 target_compile_options(tspec_device INTERFACE
   -fno-asynchronous-unwind-tables -fno-unwind-tables)
 target_link_options(tspec_device INTERFACE
-  -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+  -Wl,--as-needed -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 if(NOT TSPEC_SANITIZE)
   # The sanitizers bring their own checks, and both at once hide each other's.
   target_compile_options(tspec_device INTERFACE
@@ -30,6 +30,12 @@ if(TSPEC_COVERAGE)
   target_compile_options(tspec_device INTERFACE --coverage -fprofile-update=atomic)
   target_link_options(tspec_device INTERFACE --coverage)
 endif()
+
+# tspec_quick_build(): the targets of this folder and those below are not what
+# ships; in a release build they are compiled in the least time.
+macro(tspec_quick_build)
+  add_compile_options($<$<CONFIG:Release>:-O0> $<$<CONFIG:Release>:-g1>)
+endmacro()
 
 include(CheckPIESupported)
 check_pie_supported()

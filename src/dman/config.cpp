@@ -4,9 +4,13 @@
 #include "core/trace.h"
 #include "mapd/status.h"
 
+#include <array>
 #include <cstring>
 
 static constexpr uint32_t MICROSECONDS = 1000000;
+
+static constexpr std::array<uint8_t, TSPEC_NUM_ACS> UPDATE_ORDER = {TSPEC_AC_VI, TSPEC_AC_VO,
+                                                                    TSPEC_AC_BE, TSPEC_AC_BK};
 
 static void apply(const tspec_dman_config_msg_t &msg, tspec_radio_cfg_t &cfg)
 {
@@ -47,7 +51,7 @@ int32_t tspec_ts_config_msg_process(const uint8_t *msg, uint32_t len)
         return -1;
     }
     apply(config, tspec_cb->radio_cfg[config.radio_if - 1U]);
-    for (const uint32_t ac_idx : {TSPEC_AC_VI, TSPEC_AC_VO, TSPEC_AC_BE, TSPEC_AC_BK}) {
+    for (const uint8_t ac_idx : UPDATE_ORDER) {
         tspec_ts_status_update(ac_idx);
     }
     return 0;

@@ -1,0 +1,74 @@
+#include "sim/driver/clock.h"
+
+#include <time.h>
+
+#include "sim/driver/real.h"
+
+namespace tspec::sim::driver {
+
+namespace {
+
+bool simulated;
+int64_t simulated_monotonic;
+int64_t wall_minus_monotonic;
+
+int64_t read_clock(clockid_t id)
+{
+    timespec now;
+    clock_gettime(id, &now);
+    return now.tv_sec * INT64_C(1000000) + now.tv_nsec / 1000;
+}
+
+} // namespace
+
+bool clock_is_simulated()
+{
+    return simulated;
+}
+
+int64_t wall_clock()
+{
+    return simulated ? simulated_monotonic + wall_minus_monotonic : read_clock(CLOCK_REALTIME);
+}
+
+int64_t monotonic_clock()
+{
+    return simulated ? simulated_monotonic : read_clock(CLOCK_MONOTONIC);
+}
+
+void clock_simulate(int64_t wall)
+{
+    simulated_monotonic = monotonic_clock();
+    wall_minus_monotonic = wall - simulated_monotonic;
+    simulated = true;
+}
+
+void clock_be_real()
+{
+    simulated = false;
+}
+
+void clock_step_wall(int64_t difference)
+{
+    wall_minus_monotonic += difference;
+}
+
+void clock_move_to(int64_t monotonic)
+{
+    simulated_monotonic = monotonic;
+}
+
+} // namespace tspec::sim::driver
+
+TSPEC_INTERPOSE time_t time(time_t *place)
+{
+    using namespace tspec::sim::driver;
+    if (!clock_is_simulated()) {
+        return TSPEC_REAL(time)(place);
+    }
+    time_t now = static_cast<time_t>(wall_clock() / 1000000);
+    if (place) {
+        *place = now;
+    }
+    return now;
+}

@@ -1,0 +1,175 @@
+#include "sim/lib/access_point.h"
+
+#include <csignal>
+
+#include "sim/lib/control_link.h"
+#include "sim/lib/host_share.h"
+#include "sim/lib/session.h"
+
+namespace tspec::sim {
+
+AccessPoint::AccessPoint(Options options)
+    : options_(std::move(options)), hostapd_(*this), mapd_(*this), dman_(*this), operator_(*this),
+      trap_(*this), driver_(*this)
+{
+    options_.daemon = find_daemon(options_.daemon);
+    system_log_.turn_on();
+}
+
+AccessPoint::~AccessPoint()
+{
+    try {
+        stop();
+        if (session_ && !keep_leftovers_) {
+            remove_leftover(TSPEC_DMAN_SOCK_PATH);
+        }
+    } catch (const std::exception &) {
+        /* The session's child dies with it; what it leaves is removed by the next
+         * start. */
+    }
+}
+
+bool AccessPoint::start()
+{
+    stop();
+    if (options_.clock == Clock::simulated) {
+        options_.start_time = now();
+    }
+    session_.reset();
+    if (!keep_leftovers_) {
+        remove_leftover(TSPEC_DMAN_SOCK_PATH);
+    }
+    session_ = std::make_unique<Session>(*this, driver_.settings(), start_paused_);
+    session_->wait_until_ready();
+    return session_->running();
+}
+
+void AccessPoint::stop()
+{
+    if (session_) {
+        session_->stop();
+    }
+}
+
+bool AccessPoint::running() const
+{
+    return session_ && session_->running();
+}
+
+void AccessPoint::send_signal(int signal)
+{
+    if (running()) {
+        ::kill(session_->pid(), signal);
+    }
+}
+
+void AccessPoint::kill(int signal)
+{
+    send_signal(signal);
+    if (session_) {
+        session_->wait_for_end();
+    }
+}
+
+int AccessPoint::pid() const
+{
+    return running() ? session_->pid() : 0;
+}
+
+std::optional<ProcessEnd> AccessPoint::end() const
+{
+    return session_ ? session_->end() : std::nullopt;
+}
+
+Events AccessPoint::settle()
+{
+    if (session_) {
+        session_->settle();
+    }
+    Events fresh(history_.begin() + static_cast<std::ptrdiff_t>(yielded_), history_.end());
+    yielded_ = history_.size();
+    return fresh;
+}
+
+void AccessPoint::advance(Duration duration)
+{
+    if (!session_) {
+        return;
+    }
+    if (session_->held()) {
+        throw std::logic_error("time cannot pass while the daemon is paused");
+    }
+    session_->advance(duration);
+}
+
+void AccessPoint::step_clock(Duration difference)
+{
+    control::Request request = make_request(control::RequestType::step_clock);
+    request.value = difference.count();
+    apply(request);
+}
+
+void AccessPoint::use_clock(Clock clock)
+{
+    Time time = now();
+    options_.clock = clock;
+    if (running()) {
+        session_->use_clock(clock, time);
+    }
+}
+
+Time AccessPoint::now() const
+{
+    if (options_.clock == Clock::simulated) {
+        return session_ ? Time{Duration(session_->wall())} : options_.start_time;
+    }
+    return std::chrono::time_point_cast<Duration>(std::chrono::system_clock::now());
+}
+
+void AccessPoint::pause()
+{
+    start_paused_ = !running();
+    if (running()) {
+        session_->hold(true);
+    }
+}
+
+void AccessPoint::resume()
+{
+    start_paused_ = false;
+    if (running()) {
+        session_->hold(false);
+    }
+}
+
+void AccessPoint::send_udp(ByteView bytes)
+{
+    send(Door::udp, Socket::udp(0), Peer::other, bytes);
+}
+
+void AccessPoint::send_dman(ByteView bytes)
+{
+    send(Door::dman, Socket::local(), Peer::other, bytes);
+}
+
+void AccessPoint::send_cli(ByteView bytes)
+{
+    send(Door::cli, Socket::local(), Peer::other, bytes);
+}
+
+void AccessPoint::send(Door door, const Socket &from, Peer who, ByteView bytes)
+{
+    if (!session_) {
+        throw std::logic_error("the daemon has not been started");
+    }
+    session_->send(door, from, who, bytes);
+}
+
+void AccessPoint::apply(const control::Request &request)
+{
+    if (running()) {
+        session_->apply(request);
+    }
+}
+
+} // namespace tspec::sim

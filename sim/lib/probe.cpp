@@ -1,0 +1,63 @@
+#include "sim/lib/probe.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "sim/driver/control.h"
+
+namespace tspec::sim {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool is_driver_library_fd(int fd)
+{
+    return fd >= control::first_fd && fd < control::first_fd + control::fd_count;
+}
+
+} // namespace
+
+std::vector<OpenDescriptor> open_descriptors(int pid)
+{
+    fs::path directory = fmt::format("/proc/{}/fd", pid);
+    std::error_code error;
+    fs::directory_iterator entries(directory, error);
+    if (error) {
+        throw std::runtime_error(fmt::format("process {} is gone", pid));
+    }
+    std::vector<OpenDescriptor> descriptors;
+    for (const fs::directory_entry &entry : entries) {
+        int fd = std::stoi(entry.path().filename());
+        if (!is_driver_library_fd(fd)) {
+            descriptors.push_back({fd, fs::read_symlink(entry.path(), error).string()});
+        }
+    }
+    std::sort(descriptors.begin(), descriptors.end(),
+              [](const auto &one, const auto &other) { return one.fd < other.fd; });
+    return descriptors;
+}
+
+std::uint64_t private_memory_kb(int pid)
+{
+    std::ifstream file(fmt::format("/proc/{}/smaps_rollup", pid));
+    if (!file) {
+        throw std::runtime_error(fmt::format("cannot read the memory map of process {}", pid));
+    }
+    std::uint64_t total = 0;
+    std::string key;
+    while (file >> key) {
+        if (key == "Private_Clean:" || key == "Private_Dirty:") {
+            std::uint64_t kilobytes = 0;
+            file >> kilobytes;
+            total += kilobytes;
+        }
+    }
+    return total;
+}
+
+} // namespace tspec::sim

@@ -1,0 +1,27 @@
+/*
+ * Resources of a running process, read from /proc.
+ */
+#ifndef TSPEC_SIM_LIB_PROBE_H
+#define TSPEC_SIM_LIB_PROBE_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tspec::sim {
+
+struct OpenDescriptor {
+    int fd;
+    std::string target; /* "socket:[1234]", "/dev/null" */
+};
+
+/* The daemon's own descriptors by number; those that the driver library holds
+ * are left out. Throws std::runtime_error when the process is gone. */
+std::vector<OpenDescriptor> open_descriptors(int pid);
+
+/* Memory that the process shares with nobody, in kilobytes. */
+std::uint64_t private_memory_kb(int pid);
+
+} // namespace tspec::sim
+
+#endif

@@ -1,0 +1,305 @@
+/*
+ * tspec-cli, the operator's tool, against the daemon: what each command shows on
+ * the console, and what the tool itself says and returns.
+ */
+#include "stimulus.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tspec::e2e {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ToolRun {
+    int status;
+    std::string output;
+    std::string error;
+};
+
+using Words = std::vector<std::string>;
+
+class OperatorTool : public DaemonTest {
+  protected:
+    void SetUp() override
+    {
+        boot();
+        /* The answer to a ping is the tool's. */
+        ap().cli().turn_off();
+    }
+
+    static fs::path tool_path()
+    {
+        const char *variable = std::getenv("TSPEC_CLI");
+        return variable ? fs::path(variable)
+                        : fs::read_symlink("/proc/self/exe").parent_path() / "tspec-cli";
+    }
+
+    /* Runs the tool to its end; the daemon serves it meanwhile. */
+    static ToolRun run(Words arguments);
+
+    std::string console_of(const Words &arguments)
+    {
+        return console_during(ap(), [&] {
+            ToolRun result = run(arguments);
+            EXPECT_EQ(result.status, 0) << result.error;
+            EXPECT_EQ(result.output, "");
+        });
+    }
+
+    void expect_nothing_received() { EXPECT_TRUE(of_kind(ap().settle(), Kind::to_daemon).empty()); }
+};
+
+std::string take_file(const fs::path &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    fs::remove(path);
+    return text;
+}
+
+ToolRun OperatorTool::run(Words arguments)
+{
+    arguments.insert(arguments.begin(), tool_path());
+    std::vector<char *> words;
+    for (std::string &word : arguments) {
+        words.push_back(word.data());
+    }
+    words.push_back(nullptr);
+    fs::path output = scratch_file("out");
+    fs::path error_output = scratch_file("err");
+    pid_t child = fork();
+    if (child == 0) {
+        if (freopen(output.c_str(), "w", stdout) && freopen(error_output.c_str(), "w", stderr)) {
+            execv(words[0], words.data());
+        }
+        _exit(127);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, take_file(output),
+            take_file(error_output)};
+}
+
+TEST_F(OperatorTool, Pings)
+{
+    ToolRun result = run({"ping"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "PONG\n");
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(ap().console(), "");
+    Events received = of_kind(ap().settle(), Kind::to_daemon);
+    ASSERT_EQ(received.size(), 1U);
+    EXPECT_EQ(hex_of(received[0].data), "01");
+}
+
+TEST_F(OperatorTool, PingsAgainAndAgain)
+{
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(run({"ping"}).output, "PONG\n");
+    }
+}
+
+TEST_F(OperatorTool, ShowsAndSetsTraceLevels)
+{
+    EXPECT_EQ(console_of({"debug"}), console_line("tspec debug: off\r\n"));
+    EXPECT_EQ(console_of({"debug", "error", "hostapd"}), "");
+    EXPECT_EQ(console_of({"debug"}), console_line("tspec debug: 2 3 \r\n"));
+    EXPECT_EQ(console_of({"debug", "7"}), "");
+    EXPECT_EQ(console_of({"debug"}), console_line("tspec debug: 2 3 7 \r\n"));
+    EXPECT_EQ(console_of({"debug", "off", "info", "mapd", "dman"}), "");
+    EXPECT_EQ(console_of({"debug"}), console_line("tspec debug: 1 4 5 \r\n"));
+    EXPECT_EQ(console_of({"debug", "0", "6"}), "");
+    EXPECT_EQ(console_of({"debug"}), console_line("tspec debug: 6 \r\n"));
+    EXPECT_EQ(console_of({"debug", "func", "off"}), "");
+    EXPECT_EQ(console_of({"debug"}), console_line("tspec debug: off\r\n"));
+}
+
+TEST_F(OperatorTool, ListsStreams)
+{
+    const std::string figures = console_line("Admit Current/Limit:  wlan0: vo=0/0 vi=0/0 be=0/0 "
+                                             "bk=0/0  wlan1: vo=0/0 vi=0/0 be=0/0 bk=0/0\r\n");
+    EXPECT_EQ(console_of({"show"}), console_line("No TS records found.\r\n") + figures);
+    EXPECT_EQ(console_of({"show", "--all"}), console_line("No TS records found.\r\n") + figures);
+    associate(ap());
+    admit(ap());
+    const std::string stream =
+        console_line("sta=02:00:00:00:00:01 Pri tid=6 ac=3 dir=0 prio=6 med_time=0     state=1 "
+                     "inact=0   tok=0   excess_use=0    \r\n");
+    const std::string totals =
+        console_line("TS Totals:  clients=1 voice=1 video=0,best-effort=0,background=0\r\n");
+    EXPECT_EQ(console_of({"show"}),
+              console_line("Client TS records:\r\n") + stream + totals + figures);
+    std::string all = console_of({"show", "--all"});
+    EXPECT_THAT(all, ::testing::HasSubstr(stream +
+                                          console_line("sta=02:00:00:00:00:01 Alt tid=0 "
+                                                       "ac=0 dir=0 prio=0 med_time=0     "
+                                                       "state=0 inact=0   tok=0   "
+                                                       "excess_use=0    \r\n") +
+                                          totals + figures));
+}
+
+TEST_F(OperatorTool, DeletesAStream)
+{
+    associate(ap());
+    configure_voice_and_video(ap());
+    admit(ap());
+    EXPECT_EQ(console_of({"delete-stream", "02:00:00:00:00:01", "5"}),
+              console_lines({"tspec_process_cli_cmd:02:00:00:00:00:01,tid=5\r\n",
+                             "\r\nTID 0 does not exist for client "}));
+    ap().settle();
+    EXPECT_EQ(run({"delete-stream", "02:00:00:00:00:01", "6"}).status, 0);
+    Bytes delts = only_sent_to(ap().settle(), Peer::hostapd);
+    EXPECT_EQ(delts.at(1), TSPEC_DELTS_CMD);
+    EXPECT_EQ(delts.at(140), 6);
+    EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("No TS records found."));
+    EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("wlan0: vo=0/15625 "));
+}
+
+TEST_F(OperatorTool, DropsAClientWhenForced)
+{
+    associate(ap());
+    configure_voice_and_video(ap());
+    admit(ap());
+    ap().settle();
+    ToolRun held_back = run({"delete-client", "02:00:00:00:00:01"});
+    EXPECT_EQ(held_back.status, 2);
+    EXPECT_NE(held_back.error, "");
+    expect_nothing_received();
+    EXPECT_EQ(console_of({"delete-client", "--force", "02:00:00:00:00:01"}),
+              console_line("tspec_process_cli_cmd:02:00:00:00:00:01\r\n"));
+    EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("No TS records found."));
+    /* Nothing but the record has gone. */
+    EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("wlan0: vo=625/15625 "));
+}
+
+TEST_F(OperatorTool, TakesAddressesInEitherCase)
+{
+    EXPECT_EQ(console_of({"delete-client", "AB:cd:EF:01:23:45", "--force"}),
+              console_line("tspec_process_cli_cmd:ab:cd:ef:01:23:45\r\n"));
+}
+
+TEST_F(OperatorTool, ShowsAndSetsTheDisassociationMode)
+{
+    EXPECT_EQ(console_of({"disassociation-mode"}),
+              console_line("The disassociation mode is 0 \r\n"));
+    EXPECT_EQ(console_of({"disassociation-mode", "1"}),
+              console_line("The disassociation mode has been set to 1 \r\n"));
+    EXPECT_EQ(console_of({"disassociation-mode"}),
+              console_line("The disassociation mode is 1 \r\n"));
+    EXPECT_EQ(console_of({"disassociation-mode", "0"}),
+              console_line("The disassociation mode has been set to 0 \r\n"));
+}
+
+TEST_F(OperatorTool, SaysWhenThereIsNoDaemon)
+{
+    ap().stop();
+    expect_no_daemon();
+    for (const Words &arguments :
+         {Words{"ping"}, Words{"debug"}, Words{"debug", "1"}, Words{"show"},
+          Words{"delete-stream", "02:00:00:00:00:01", "6"},
+          Words{"delete-client", "--force", "02:00:00:00:00:01"}, Words{"disassociation-mode"}}) {
+        ToolRun result = run(arguments);
+        EXPECT_EQ(result.status, 1) << arguments[0];
+        EXPECT_EQ(result.output, "") << arguments[0];
+        EXPECT_THAT(result.error, ::testing::HasSubstr("tspec-cli: ")) << arguments[0];
+    }
+}
+
+TEST_F(OperatorTool, SaysWhenTheAnswersNameIsTaken)
+{
+    ap().cli().turn_on();
+    ToolRun result = run({"ping"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    expect_nothing_received();
+}
+
+TEST_F(OperatorTool, SaysWhenNoAnswerComes)
+{
+    ap().pause();
+    ToolRun result = run({"ping"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "");
+    EXPECT_NE(result.error, "");
+    ap().resume();
+    /* Nobody takes the late answer. */
+    EXPECT_EQ(console_during(ap(), [] {}), "");
+    EXPECT_THAT(ap().console(), ::testing::HasSubstr("sendto error"));
+}
+
+struct WrongUse {
+    const char *name;
+    Words arguments;
+};
+
+void PrintTo(const WrongUse &use, std::ostream *out)
+{
+    *out << use.name;
+}
+
+const WrongUse wrong_uses[] = {
+    {"nothing", {}},
+    {"unknown_command", {"stop"}},
+    {"empty_command", {""}},
+    {"unknown_option", {"--verbose"}},
+    {"option_of_another_command", {"ping", "--all"}},
+    {"ping_with_argument", {"ping", "now"}},
+    {"level_8", {"debug", "8"}},
+    {"negative_level", {"debug", "-1"}},
+    {"unknown_level", {"debug", "all"}},
+    {"level_of_no_text", {"debug", ""}},
+    {"client_without_address", {"delete-client", "--force"}},
+    {"client_with_short_address", {"delete-client", "--force", "02:00:00:00:00"}},
+    {"client_with_bad_digit", {"delete-client", "--force", "02:00:00:00:00:0g"}},
+    {"client_with_dashes", {"delete-client", "--force", "02-00-00-00-00-01"}},
+    {"client_and_more", {"delete-client", "--force", "02:00:00:00:00:01", "6"}},
+    {"stream_without_tid", {"delete-stream", "02:00:00:00:00:01"}},
+    {"stream_with_tid_16", {"delete-stream", "02:00:00:00:00:01", "16"}},
+    {"stream_with_negative_tid", {"delete-stream", "02:00:00:00:00:01", "-1"}},
+    {"stream_with_word", {"delete-stream", "02:00:00:00:00:01", "six"}},
+    {"stream_with_swapped_arguments", {"delete-stream", "6", "02:00:00:00:00:01"}},
+    {"mode_2", {"disassociation-mode", "2"}},
+    {"mode_word", {"disassociation-mode", "on"}},
+    {"two_modes", {"disassociation-mode", "0", "1"}},
+    {"show_with_argument", {"show", "all"}},
+};
+
+class OperatorToolWrongUse : public OperatorTool, public ::testing::WithParamInterface<WrongUse> {};
+
+TEST_P(OperatorToolWrongUse, SendsNothing)
+{
+    ap().settle();
+    ToolRun result = run(GetParam().arguments);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.error, ::testing::HasSubstr("Usage: tspec-cli "));
+    expect_nothing_received();
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, OperatorToolWrongUse, ::testing::ValuesIn(wrong_uses),
+                         [](const auto &use) { return std::string(use.param.name); });
+
+TEST_F(OperatorTool, HelpsWithoutADaemon)
+{
+    ap().stop();
+    expect_no_daemon();
+    for (const Words &arguments :
+         {Words{"--help"}, Words{"-h"}, Words{"--version"}, Words{"-V"}, Words{"ping", "--help"},
+          Words{"debug", "-h"}, Words{"delete-client", "--help"}}) {
+        ToolRun result = run(arguments);
+        EXPECT_EQ(result.status, 0) << arguments[0];
+        EXPECT_NE(result.output, "") << arguments[0];
+        EXPECT_EQ(result.error, "") << arguments[0];
+    }
+}
+
+} // namespace
+} // namespace tspec::e2e

@@ -1,0 +1,78 @@
+/*
+ * Datagrams as plain byte strings, and the few ways to read and write numbers
+ * in them. Numbers travel in host byte order; there are no structures here, so
+ * that every layout is stated once more, by offset, in layout.h.
+ */
+#ifndef TSPEC_MODEL_BYTES_H
+#define TSPEC_MODEL_BYTES_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace tspec::model {
+
+using Bytes = std::vector<std::uint8_t>;
+using Mac = std::array<std::uint8_t, 6>;
+
+template <typename Container>
+std::uint16_t u16_at(const Container &bytes, std::size_t offset)
+{
+    std::uint16_t value = 0;
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+}
+
+template <typename Container>
+std::uint32_t u32_at(const Container &bytes, std::size_t offset)
+{
+    std::uint32_t value = 0;
+    std::memcpy(&value, bytes.data() + offset, sizeof value);
+    return value;
+}
+
+template <typename Container>
+void put_u16(Container &bytes, std::size_t offset, std::uint16_t value)
+{
+    std::memcpy(bytes.data() + offset, &value, sizeof value);
+}
+
+template <typename Container>
+void put_u32(Container &bytes, std::size_t offset, std::uint32_t value)
+{
+    std::memcpy(bytes.data() + offset, &value, sizeof value);
+}
+
+template <typename Container>
+Mac mac_at(const Container &bytes, std::size_t offset)
+{
+    Mac mac{};
+    std::memcpy(mac.data(), bytes.data() + offset, mac.size());
+    return mac;
+}
+
+template <typename Container>
+void put_mac(Container &bytes, std::size_t offset, const Mac &mac)
+{
+    std::memcpy(bytes.data() + offset, mac.data(), mac.size());
+}
+
+template <typename From, typename To>
+void copy_bytes(const From &from, std::size_t from_offset, To &to, std::size_t to_offset,
+                std::size_t count)
+{
+    std::memcpy(to.data() + to_offset, from.data() + from_offset, count);
+}
+
+/* printf into a string. */
+[[gnu::format(printf, 1, 2)]] std::string text(const char *format, ...);
+
+/* "00:1a:2b:3c:4d:5e" */
+std::string mac_text(const Mac &mac);
+
+} // namespace tspec::model
+
+#endif

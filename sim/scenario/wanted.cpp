@@ -12,60 +12,80 @@ namespace tspec::sim::scenario {
 
 namespace {
 
-/* Words for numbers, by field. */
-struct ValueNames {
-    std::string_view field;
-    Names (*names)();
-};
-constexpr ValueNames value_names[] = {{"result_code", result_names},
-                                      {"ts_info.direction", direction_names},
-                                      {"access_category", access_category_names},
-                                      {"ac_idx", access_category_names},
-                                      {"prev_ac_index", access_category_names}};
+template <Names (*names)()>
+std::optional<std::int64_t> named(std::string_view word)
+{
+    return value_of_name(names(), word);
+}
 
-constexpr Name operation_states[] = {{"up", 1}, {"down", 0}};
+template <Names (*names)()>
+std::string name_form()
+{
+    return one_of(names()) + ", or a number";
+}
+
+Names operation_states()
+{
+    static constexpr Name states[] = {{"up", 1}, {"down", 0}};
+    return states;
+}
+
+std::optional<std::int64_t> microseconds(std::string_view word)
+{
+    std::optional<Duration> length = duration(word);
+    return length ? std::optional<std::int64_t>(length->count()) : std::nullopt;
+}
+
+std::string radio_form()
+{
+    return "a radio such as wlan0, or a number";
+}
+std::string time_form()
+{
+    return "a time such as 5s, or a number of microseconds";
+}
+
+/* Numeric fields whose values may be put in words. */
+struct WordForm {
+    std::string_view field;
+    std::optional<std::int64_t> (*read)(std::string_view word);
+    std::string (*form)();
+};
+constexpr WordForm word_forms[] = {
+    {"result_code", named<result_names>, name_form<result_names>},
+    {"ts_info.direction", named<direction_names>, name_form<direction_names>},
+    {"access_category", named<access_category_names>, name_form<access_category_names>},
+    {"ac_idx", named<access_category_names>, name_form<access_category_names>},
+    {"prev_ac_index", named<access_category_names>, name_form<access_category_names>},
+    {"oper_status", named<operation_states>, name_form<operation_states>},
+    {"radio_unit", radio_unit_of, radio_form},
+    {"inactivity_timeout", microseconds, time_form},
+};
+
+/* Status entries come in many places: "radio[0].oper_status". */
+const WordForm *word_form(std::string_view field)
+{
+    auto found =
+        std::find_if(std::begin(word_forms), std::end(word_forms), [field](const WordForm &entry) {
+            std::size_t bracket = field.rfind("].");
+            std::string_view last =
+                bracket == std::string_view::npos ? field : field.substr(bracket + 2);
+            return entry.field == last;
+        });
+    return found == std::end(word_forms) ? nullptr : found;
+}
 
 std::optional<std::int64_t> number_of(const std::string &field, const std::string &word)
 {
-    for (const ValueNames &entry : value_names) {
-        if (entry.field == field) {
-            if (std::optional<std::int64_t> number = value_of_name(entry.names(), word)) {
-                return number;
-            }
-        }
-    }
-    if (field == "radio_unit") {
-        if (std::optional<std::int64_t> unit = radio_unit_of(word)) {
-            return unit;
-        }
-    }
-    if (field.ends_with("oper_status")) {
-        if (std::optional<std::int64_t> state = value_of_name(operation_states, word)) {
-            return state;
-        }
-    }
-    if (field == "inactivity_timeout") {
-        if (std::optional<Duration> length = duration(word)) {
-            return length->count();
-        }
-    }
-    return whole_number(word, 0, 0xffffffff);
+    const WordForm *form = word_form(field);
+    std::optional<std::int64_t> number = form ? form->read(word) : std::nullopt;
+    return number ? number : whole_number(word, 0, 0xffffffff);
 }
 
 std::string allowed_values(const std::string &field)
 {
-    for (const ValueNames &entry : value_names) {
-        if (entry.field == field) {
-            return one_of(entry.names()) + ", or a number";
-        }
-    }
-    if (field == "radio_unit") {
-        return "a radio such as wlan0, or a number";
-    }
-    if (field == "inactivity_timeout") {
-        return "a time such as 5s, or a number of microseconds";
-    }
-    return field.ends_with("oper_status") ? "up or down" : "a number";
+    const WordForm *form = word_form(field);
+    return form ? form->form() : "a number";
 }
 
 /* "wlan0.num_active" is "radio[0].num_active", "wlan1vap3.num_active" is

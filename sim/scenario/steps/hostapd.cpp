@@ -28,7 +28,7 @@ std::vector<Key> station_keys()
             with_default("aux_flag", types::u8, "0", "a byte stored with the TSPEC")};
 }
 
-HostapdMessage message_of(const Args &args, std::uint8_t cmd, const TrafficSpec &spec)
+HostapdMessage message_of(const Args &args, std::uint8_t cmd, const TrafficSpec &traffic)
 {
     HostapdMessage message;
     message.cmd = cmd;
@@ -42,7 +42,7 @@ HostapdMessage message_of(const Args &args, std::uint8_t cmd, const TrafficSpec 
     message.aux_addr = args.mac("aux_addr");
     message.aux_flag = args.narrow<std::uint8_t>("aux_flag");
     message.tid = args.narrow<std::uint8_t>("tid");
-    message.tspec = spec;
+    message.tspec = traffic;
     return message;
 }
 

@@ -72,27 +72,27 @@ std::vector<Key> traffic_keys()
 
 TrafficSpec stream_of(const Args &args)
 {
-    TrafficSpec spec;
+    TrafficSpec traffic;
     auto tid = args.narrow<std::uint8_t>("tid");
-    spec.tid = args.maybe_narrow<std::uint8_t>("ts_info_tid").value_or(tid);
+    traffic.tid = args.maybe_narrow<std::uint8_t>("ts_info_tid").value_or(tid);
     std::uint8_t own_priority = tid <= highest_tid_with_own_priority ? tid : voice_priority;
-    spec.user_priority = args.maybe_narrow<std::uint8_t>("up").value_or(own_priority);
-    spec.direction = args.narrow<std::uint8_t>("direction");
-    return spec;
+    traffic.user_priority = args.maybe_narrow<std::uint8_t>("up").value_or(own_priority);
+    traffic.direction = args.narrow<std::uint8_t>("direction");
+    return traffic;
 }
 
 TrafficSpec traffic_of(const Args &args)
 {
-    TrafficSpec spec = stream_of(args);
-    spec.nominal_msdu_size = args.narrow<std::uint16_t>("nominal_msdu");
-    spec.fixed_size = args.flag("fixed");
-    spec.max_msdu_size = args.narrow<std::uint16_t>("max_msdu");
-    spec.surplus_bandwidth_allowance = args.narrow<std::uint16_t>("surplus");
-    spec.medium_time = args.narrow<std::uint16_t>("medium_time");
+    TrafficSpec traffic = stream_of(args);
+    traffic.nominal_msdu_size = args.narrow<std::uint16_t>("nominal_msdu");
+    traffic.fixed_size = args.flag("fixed");
+    traffic.max_msdu_size = args.narrow<std::uint16_t>("max_msdu");
+    traffic.surplus_bandwidth_allowance = args.narrow<std::uint16_t>("surplus");
+    traffic.medium_time = args.narrow<std::uint16_t>("medium_time");
     for (const NumberField &field : number_fields) {
-        spec.*field.field = args.narrow<std::uint32_t>(field.key);
+        traffic.*field.field = args.narrow<std::uint32_t>(field.key);
     }
-    return spec;
+    return traffic;
 }
 
 std::vector<Key> operator+(std::vector<Key> first, const std::vector<Key> &second)

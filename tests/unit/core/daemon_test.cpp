@@ -169,9 +169,8 @@ TEST_F(StartUp, FailsWithoutDmanSocket)
 {
     platform.fail({.call = Call::socket, .error = ENFILE, .skip = 1});
     fail_to_start();
-    EXPECT_THAT(platform.journal,
-                ElementsAre(UDP_SOCKET_CALL, REUSE_CALL, UDP_BIND_CALL,
-                            "socket(AF_UNIX, SOCK_DGRAM, 0) ENFILE", "close(3)"));
+    EXPECT_THAT(platform.journal, ElementsAre(UDP_SOCKET_CALL, REUSE_CALL, UDP_BIND_CALL,
+                                              "socket(AF_UNIX, SOCK_DGRAM, 0) ENFILE", "close(3)"));
     EXPECT_EQ(dman_sock, -1);
 }
 
@@ -190,9 +189,9 @@ TEST_F(StartUp, RunsWithoutOperatorSocket)
 {
     platform.fail({.call = Call::socket, .error = EMFILE, .skip = 2});
     EXPECT_EQ(tspec_daemon_init(), 0);
-    EXPECT_THAT(platform.journal, ElementsAre(UDP_SOCKET_CALL, REUSE_CALL, UDP_BIND_CALL,
-                                              DMAN_SOCKET_CALL, DMAN_BIND_CALL,
-                                              "socket(AF_UNIX, SOCK_DGRAM, 0) EMFILE"));
+    EXPECT_THAT(platform.journal,
+                ElementsAre(UDP_SOCKET_CALL, REUSE_CALL, UDP_BIND_CALL, DMAN_SOCKET_CALL,
+                            DMAN_BIND_CALL, "socket(AF_UNIX, SOCK_DGRAM, 0) EMFILE"));
     EXPECT_EQ(cli_sock, -1);
     EXPECT_EQ(tspec_cb->ap_state, 1);
     EXPECT_EQ(tspec_cb->violation_interval, 300U);
@@ -295,7 +294,7 @@ TEST(RealStartUp, BindsAllThreeSockets)
         EXPECT_EQ(ntohs(udp.sin_port), 55263);
         EXPECT_EQ(udp.sin_addr.s_addr, 0U);
 
-        struct stat file{};
+        struct stat file {};
         ASSERT_EQ(stat("/tmp/tspec_dman_config", &file), 0);
         EXPECT_TRUE(S_ISSOCK(file.st_mode));
 

@@ -98,8 +98,8 @@ TEST_F(Dispatch, TracesTheFailureOfEachType)
                           radio_config_message({.radio_if = 3})));
     EXPECT_TRUE(traces_on(2, "tspec_process_msg:Failed to process dman status request message\r\n",
                           status_request("tspec-nothing")));
-    EXPECT_TRUE(traces_on(4, "tspec_process_msg:Failed to process hostapd message 6\r\n",
-                          with_radio(0)));
+    EXPECT_TRUE(
+        traces_on(4, "tspec_process_msg:Failed to process hostapd message 6\r\n", with_radio(0)));
     EXPECT_TRUE(traces_on(8, "tspec_process_msg:Failed to process mapd TSPEC message 2\r\n",
                           slice(mapd_message({}), 0, 119)));
     EXPECT_TRUE(
@@ -119,9 +119,9 @@ TEST_F(Dispatch, ReturnsMinus1ForAFailedHandler)
 TEST_F(Dispatch, Returns0AndTracesNoFailureOtherwise)
 {
     add_stream(add_client(CLIENT_A), {.ac_idx = 0, .tid = 0});
-    const std::vector<Bytes> datagrams = {
-        radio_config_message({}), status_request("tspec-ap-stats"), with_radio(1),
-        violation_interval_message(1), ap_state_message(0)};
+    const std::vector<Bytes> datagrams = {radio_config_message({}),
+                                          status_request("tspec-ap-stats"), with_radio(1),
+                                          violation_interval_message(1), ap_state_message(0)};
     for (const Bytes &datagram : datagrams) {
         set_trace(ALL_LEVELS);
         EXPECT_EQ(dispatch(datagram), 0) << int{datagram[0]};

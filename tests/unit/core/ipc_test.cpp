@@ -100,8 +100,8 @@ class Exchange : public DaemonTest {
 
     int32_t exchange()
     {
-        const int32_t result = tspec_send_receive_other_process(57773, 55301, REQUEST.data(), 28,
-                                                                reply.data(), 8);
+        const int32_t result =
+            tspec_send_receive_other_process(57773, 55301, REQUEST.data(), 28, reply.data(), 8);
         EXPECT_THAT(platform().open_descriptors(), ElementsAre(3, 4, 5)) << "left a socket open";
         return result;
     }
@@ -398,8 +398,8 @@ TEST(RealExchange, GoesThroughTheKernel)
             std::_Exit(0);
         }
         Bytes reply(8);
-        EXPECT_EQ(tspec_send_receive_other_process(57773, 55301, REQUEST.data(), 28, reply.data(), 8),
-                  4);
+        EXPECT_EQ(
+            tspec_send_receive_other_process(57773, 55301, REQUEST.data(), 28, reply.data(), 8), 4);
         EXPECT_EQ(reply, (Bytes{0x24, 28, 55301 >> 8, 55301 & 0xff, 0, 0, 0, 0}));
         EXPECT_EQ(waitpid(peer, nullptr, 0), peer);
         tspec_cb = nullptr;
@@ -419,8 +419,9 @@ TEST(RealExchange, TimesOutAfterTwoSeconds)
         timespec end{};
         clock_gettime(CLOCK_MONOTONIC, &start);
         Bytes reply(8);
-        EXPECT_EQ(tspec_send_receive_other_process(57773, 55301, REQUEST.data(), 28, reply.data(), 8),
-                  -1);
+        EXPECT_EQ(
+            tspec_send_receive_other_process(57773, 55301, REQUEST.data(), 28, reply.data(), 8),
+            -1);
         clock_gettime(CLOCK_MONOTONIC, &end);
         EXPECT_GE(end.tv_sec - start.tv_sec, 1) << "whole seconds, so at least one has ended";
         real::close(bound_socket(55301)); // the port is free again

@@ -72,12 +72,22 @@ TEST_F(MainLoop, LeavesOutAbsentSockets)
         int nfds;
     };
     const std::vector<Case> cases = {
-        {3, 4, -1, {3, 4}, 5},     {3, -1, 5, {3, 5}, 6},  {-1, 4, 5, {4, 5}, 6},
-        {3, 4, 0, {3, 4}, 5},      {0, 4, 5, {4, 5}, 6},   {3, 0, 5, {3, 5}, 6},
-        {3, -1, -1, {3}, 4},       {-1, 4, -1, {4}, 5},    {-1, -1, 5, {5}, 6},
-        {-1, -1, -1, {}, 0},       {0, 0, 0, {}, 1},       {-1, -1, 0, {}, 1},
-        {1023, 4, 5, {4, 5, 1023}, 1024}, {3, 1023, 5, {3, 5, 1023}, 1024},
-        {3, 4, 1023, {3, 4, 1023}, 1024}, {1, 2, 3, {1, 2, 3}, 4},
+        {3, 4, -1, {3, 4}, 5},
+        {3, -1, 5, {3, 5}, 6},
+        {-1, 4, 5, {4, 5}, 6},
+        {3, 4, 0, {3, 4}, 5},
+        {0, 4, 5, {4, 5}, 6},
+        {3, 0, 5, {3, 5}, 6},
+        {3, -1, -1, {3}, 4},
+        {-1, 4, -1, {4}, 5},
+        {-1, -1, 5, {5}, 6},
+        {-1, -1, -1, {}, 0},
+        {0, 0, 0, {}, 1},
+        {-1, -1, 0, {}, 1},
+        {1023, 4, 5, {4, 5, 1023}, 1024},
+        {3, 1023, 5, {3, 5, 1023}, 1024},
+        {3, 4, 1023, {3, 4, 1023}, 1024},
+        {1, 2, 3, {1, 2, 3}, 4},
     };
     for (const Case &sockets : cases) {
         tspec_cb->tspec_sock = sockets.udp;
@@ -192,9 +202,10 @@ TEST_F(MainLoop, HandlesTheDatagramsInThatOrder)
     }
     EXPECT_THAT(
         arrivals,
-        ElementsAre("tspec_process_msg:TSPEC direct message from mapd module, cmd=1\r\n",
-                    "tspec_process_msg:TSPEC violation interval config message from dman module\r\n",
-                    "The disassociation mode is 0 \r\n"));
+        ElementsAre(
+            "tspec_process_msg:TSPEC direct message from mapd module, cmd=1\r\n",
+            "tspec_process_msg:TSPEC violation interval config message from dman module\r\n",
+            "The disassociation mode is 0 \r\n"));
 }
 
 TEST_F(MainLoop, ReadsOneDatagramOfEachSocketInATurn)
@@ -231,9 +242,8 @@ TEST_F(MainLoop, SetsTheSenderAddressLengthForEachDatagramOfDman)
 
 TEST_F(MainLoop, TracesAFailedReadOfTheUdpSocket)
 {
-    EXPECT_TRUE(
-        traces_at(2, "tspec_main_loop:Error reading from TSPEC socket, errno=22\r\n",
-                  [this] { turn([this] { platform().deliver_error(3, EINVAL); }); }));
+    EXPECT_TRUE(traces_at(2, "tspec_main_loop:Error reading from TSPEC socket, errno=22\r\n",
+                          [this] { turn([this] { platform().deliver_error(3, EINVAL); }); }));
 }
 
 TEST_F(MainLoop, TracesAFailedReadOfDmansSocket)
@@ -344,9 +354,9 @@ TEST_F(MainLoop, KeepsWhatAShorterDatagramDoesNotOverwrite)
     turn([this] { platform().deliver(3, {0x63, 0xaa, 0xbb}); });
     set_trace(1);
     turn([this] { platform().deliver(3, {0x62}); });
-    EXPECT_THAT(console(), ElementsAre("tspec_process_msg:Unknown tspec msg type 98\n",
-                                       "tspec_hex_ver_pkt_print: UNKNOWN: 0xaa (170), len 1\n",
-                                       "62 \n"));
+    EXPECT_THAT(console(),
+                ElementsAre("tspec_process_msg:Unknown tspec msg type 98\n",
+                            "tspec_hex_ver_pkt_print: UNKNOWN: 0xaa (170), len 1\n", "62 \n"));
 }
 
 TEST_F(MainLoop, PassesTheLengthThatWasRead)
@@ -425,9 +435,9 @@ TEST_F(MainLoop, RunsTheReportsOnceAnInterval)
     tspec_cb->violation_interval = 10;
     platform().run_main_loop(35);
     EXPECT_EQ(violation_runs(), 3U);
-    EXPECT_THAT(log_calls(), ElementsAre("openlog(tspec, 3, 8)", "closelog()",
-                                         "openlog(tspec, 3, 8)", "closelog()",
-                                         "openlog(tspec, 3, 8)", "closelog()"));
+    EXPECT_THAT(log_calls(),
+                ElementsAre("openlog(tspec, 3, 8)", "closelog()", "openlog(tspec, 3, 8)",
+                            "closelog()", "openlog(tspec, 3, 8)", "closelog()"));
 }
 
 TEST_F(MainLoop, TracesTheRunOfTheReports)

@@ -12,12 +12,15 @@ namespace {
 
 struct Field {
     const char *name;
-    size_t offset, size;             // as compiled
-    size_t wire_offset, wire_size;   // as the peers have it
+    size_t offset, size;           // as compiled
+    size_t wire_offset, wire_size; // as the peers have it
 };
 
 #define FIELD(type, name, wire_offset, wire_size)                                                  \
-    Field { #name, offsetof(type, name), sizeof(type::name), wire_offset, wire_size }
+    Field                                                                                          \
+    {                                                                                              \
+#name, offsetof(type, name), sizeof(type::name), wire_offset, wire_size                    \
+    }
 
 // Also checks that the fields follow each other without a gap up to the end.
 void check_layout(const std::vector<Field> &fields, size_t size, size_t wire_size)
@@ -36,16 +39,28 @@ void check_layout(const std::vector<Field> &fields, size_t size, size_t wire_siz
 TEST(MessageLayout, TspecElement)
 {
     using T = tspec_ie_t;
-    check_layout({FIELD(T, element_id, 0, 1), FIELD(T, length, 1, 1), FIELD(T, oui, 2, 3),
-                  FIELD(T, oui_type, 5, 1), FIELD(T, oui_subtype, 6, 1), FIELD(T, version, 7, 1),
-                  FIELD(T, ts_info, 8, 3), FIELD(T, reserved, 11, 1),
-                  FIELD(T, nominal_msdu_size, 12, 2), FIELD(T, max_msdu_size, 14, 2),
-                  FIELD(T, min_service_interval, 16, 4), FIELD(T, max_service_interval, 20, 4),
-                  FIELD(T, inactivity_interval, 24, 4), FIELD(T, suspension_interval, 28, 4),
-                  FIELD(T, service_start_time, 32, 4), FIELD(T, min_data_rate, 36, 4),
-                  FIELD(T, mean_data_rate, 40, 4), FIELD(T, peak_data_rate, 44, 4),
-                  FIELD(T, burst_size, 48, 4), FIELD(T, delay_bound, 52, 4),
-                  FIELD(T, min_phy_rate, 56, 4), FIELD(T, surplus_bandwidth_allowance, 60, 2),
+    check_layout({FIELD(T, element_id, 0, 1),
+                  FIELD(T, length, 1, 1),
+                  FIELD(T, oui, 2, 3),
+                  FIELD(T, oui_type, 5, 1),
+                  FIELD(T, oui_subtype, 6, 1),
+                  FIELD(T, version, 7, 1),
+                  FIELD(T, ts_info, 8, 3),
+                  FIELD(T, reserved, 11, 1),
+                  FIELD(T, nominal_msdu_size, 12, 2),
+                  FIELD(T, max_msdu_size, 14, 2),
+                  FIELD(T, min_service_interval, 16, 4),
+                  FIELD(T, max_service_interval, 20, 4),
+                  FIELD(T, inactivity_interval, 24, 4),
+                  FIELD(T, suspension_interval, 28, 4),
+                  FIELD(T, service_start_time, 32, 4),
+                  FIELD(T, min_data_rate, 36, 4),
+                  FIELD(T, mean_data_rate, 40, 4),
+                  FIELD(T, peak_data_rate, 44, 4),
+                  FIELD(T, burst_size, 48, 4),
+                  FIELD(T, delay_bound, 52, 4),
+                  FIELD(T, min_phy_rate, 56, 4),
+                  FIELD(T, surplus_bandwidth_allowance, 60, 2),
                   FIELD(T, medium_time, 62, 2)},
                  sizeof(T), 64);
 }

@@ -31,11 +31,10 @@ TEST(Names, OfDirections)
 
 TEST(Names, OfCommands)
 {
-    const char *names[] = {"TSPEC_ADDTS_REQ_CMD",         "TSPEC_ADDTS_RESP_CMD",
-                           "TSPEC_DELTS_REQ_CMD",         "TSPEC_TS_INACTIVE_CMD",
-                           "TSPEC_DELTS_CMD",             "TSPEC_TS_EXCEED_TIME_CMD",
-                           "TSPEC_TS_UNAUTH_TRAFFIC_CMD", "TSPEC_STA_DISASSOC_CMD",
-                           "TSPEC_FBT_ADDTS_CMD"};
+    const char *names[] = {
+        "TSPEC_ADDTS_REQ_CMD",         "TSPEC_ADDTS_RESP_CMD",   "TSPEC_DELTS_REQ_CMD",
+        "TSPEC_TS_INACTIVE_CMD",       "TSPEC_DELTS_CMD",        "TSPEC_TS_EXCEED_TIME_CMD",
+        "TSPEC_TS_UNAUTH_TRAFFIC_CMD", "TSPEC_STA_DISASSOC_CMD", "TSPEC_FBT_ADDTS_CMD"};
     for (uint32_t cmd = 0; cmd < 256; cmd++) {
         const char *name = tspec_cmd_name(static_cast<uint8_t>(cmd));
         if (cmd >= 1 && cmd <= 9) {

@@ -137,8 +137,8 @@ TEST_F(PacketDump, TracesOtherCommandsAndDumpsWhatCame)
 TEST_F(PacketDump, DumpsThreeBytesOfAnApStateMessage)
 {
     for (const uint32_t len : {0U, 3U, 50U}) {
-        EXPECT_TRUE(dumps(6, 1, len, "",
-                          "TSPEC_MAPD_DIRECT_AP_STATE_CMD (tspec_mapd_direct_msg_t):\n", 3));
+        EXPECT_TRUE(
+            dumps(6, 1, len, "", "TSPEC_MAPD_DIRECT_AP_STATE_CMD (tspec_mapd_direct_msg_t):\n", 3));
     }
 }
 
@@ -155,32 +155,31 @@ TEST_F(PacketDump, DumpsDmansMessagesWithoutTitle)
 {
     EXPECT_TRUE(dumps(1, 0x1f, 64, "tspec_hex_ver_pkt_print: DMAN config msg: 0x1f (31), len 64\n",
                       "", 64));
-    EXPECT_TRUE(dumps(2, 0x74, 16,
-                      "tspec_hex_ver_pkt_print: DMAN status req msg: 0x74 (116), len 16\n", "",
-                      16));
+    EXPECT_TRUE(dumps(
+        2, 0x74, 16, "tspec_hex_ver_pkt_print: DMAN status req msg: 0x74 (116), len 16\n", "", 16));
 }
 
 TEST_F(PacketDump, DumpsOtherTypesWithTheirSecondByte)
 {
     for (const uint8_t type : Bytes{0, 5, 7, 8, 0x23, 255}) {
-        EXPECT_TRUE(dumps(type, 0x2a, 33,
-                          "tspec_hex_ver_pkt_print: UNKNOWN: 0x2a (42), len 33\n", "", 33));
+        EXPECT_TRUE(
+            dumps(type, 0x2a, 33, "tspec_hex_ver_pkt_print: UNKNOWN: 0x2a (42), len 33\n", "", 33));
     }
 }
 
 TEST_F(PacketDump, EachDumpStartsAnew)
 {
-    EXPECT_TRUE(dumps(9, 1, 1024, "tspec_hex_ver_pkt_print: UNKNOWN: 0x1 (1), len 1024\n", "",
-                      1024));
+    EXPECT_TRUE(
+        dumps(9, 1, 1024, "tspec_hex_ver_pkt_print: UNKNOWN: 0x1 (1), len 1024\n", "", 1024));
     EXPECT_TRUE(dumps(9, 1, 2, "tspec_hex_ver_pkt_print: UNKNOWN: 0x1 (1), len 2\n", "", 2));
 }
 
 TEST_F(PacketDump, TracesAtTheInformationLevel)
 {
     const Bytes bytes = receive_buffer({6, 1, 0});
-    EXPECT_TRUE(traces_at(
-        1, "TSPEC_MAPD_DIRECT_AP_STATE_CMD (tspec_mapd_direct_msg_t):\n06 01 00 \n",
-        [&] { tspec_hex_ver_pkt_print(bytes.data(), 3); }));
+    EXPECT_TRUE(traces_at(1,
+                          "TSPEC_MAPD_DIRECT_AP_STATE_CMD (tspec_mapd_direct_msg_t):\n06 01 00 \n",
+                          [&] { tspec_hex_ver_pkt_print(bytes.data(), 3); }));
     for (const Bytes &message : {Bytes{3, 0}, Bytes{6, 0}, Bytes{1, 0}, Bytes{2, 0}, Bytes{9, 0}}) {
         set_trace(ALL_LEVELS & ~1U);
         tspec_hex_ver_pkt_print(receive_buffer(message).data(), 2);

@@ -166,10 +166,28 @@ TEST(TextToInt, IsAtoiForEveryValueThatAnIntHolds)
         const std::string text = std::to_string(static_cast<int32_t>(engine())) + "tail";
         ASSERT_EQ(tspec_text_to_int(text.c_str()), std::atoi(text.c_str())) << text;
     }
-    for (const char *text :
-         {"2147483647", "-2147483648", "+2147483647", "2147483646", "-2147483647",
-          "0000000000000002147483647", "  \t\n\v\f\r12", "-0", "+-1", "--1", "- 1", "1e3", "0x10",
-          "", " ", "\x01", "\x80", "\xff", "\x0e""5", "\x08""5"}) {
+    for (const char *text : {"2147483647",
+                             "-2147483648",
+                             "+2147483647",
+                             "2147483646",
+                             "-2147483647",
+                             "0000000000000002147483647",
+                             "  \t\n\v\f\r12",
+                             "-0",
+                             "+-1",
+                             "--1",
+                             "- 1",
+                             "1e3",
+                             "0x10",
+                             "",
+                             " ",
+                             "\x01",
+                             "\x80",
+                             "\xff",
+                             "\x0e"
+                             "5",
+                             "\x08"
+                             "5"}) {
         EXPECT_EQ(tspec_text_to_int(text), std::atoi(text)) << escaped(text);
     }
 }

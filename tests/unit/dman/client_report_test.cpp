@@ -233,12 +233,11 @@ TEST_F(StreamReport, AFailedSendIsReportedTwice)
                     ElementsAre("Error sending data to destination process.\n: Connection refused",
                                 "Error sending client TS message to dman.\n: Connection refused"));
     }
-    EXPECT_TRUE(
-        traces_at(2, "fill_and_send_tspec_client_data:Error sending client TS message to dman.\n",
-                  [this] {
-                      platform().fail({.call = Call::sendto, .error = EIO});
-                      send(nullptr, 0);
-                  }));
+    EXPECT_TRUE(traces_at(
+        2, "fill_and_send_tspec_client_data:Error sending client TS message to dman.\n", [this] {
+            platform().fail({.call = Call::sendto, .error = EIO});
+            send(nullptr, 0);
+        }));
 }
 
 // ---- dman's walk, by requests

@@ -58,7 +58,8 @@ TEST_F(RadioConfiguration, FillsTheBlockOfTheRadio)
         EXPECT_EQ(radio.radio_param, 0x99);
 
         const tspec_radio_cfg_t untouched = {};
-        EXPECT_EQ(std::memcmp(&tspec_cb->radio_cfg[2 - radio_if], &untouched, sizeof(untouched)), 0);
+        EXPECT_EQ(std::memcmp(&tspec_cb->radio_cfg[2 - radio_if], &untouched, sizeof(untouched)),
+                  0);
     }
 }
 
@@ -147,14 +148,14 @@ TEST_F(RadioConfiguration, RefreshesTheStatusOfAllAccessCategories)
 {
     add_stream(add_client(CLIENT_A), {.ac_idx = 3, .tid = 6, .medium_time = 5000});
     EXPECT_EQ(set({.enabled = 1,
-                         .acm_be = 1,
-                         .acm_bk = 1,
-                         .acm_vo = 1,
-                         .acm_vi = 1,
-                         .limit_be = 10,
-                         .limit_bk = 20,
-                         .limit_vo = 50,
-                         .limit_vi = 30}),
+                   .acm_be = 1,
+                   .acm_bk = 1,
+                   .acm_vo = 1,
+                   .acm_vi = 1,
+                   .limit_be = 10,
+                   .limit_bk = 20,
+                   .limit_vo = 50,
+                   .limit_vi = 30}),
               0);
     constexpr uint32_t UNALLOCATED[] = {3125, 6250, 9375, 15625 - 5000};
     for (size_t ac = 0; ac < 4; ac++) {

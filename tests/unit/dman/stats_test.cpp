@@ -163,9 +163,9 @@ void number_entries(const std::function<tspec_stats_entry_t &(size_t)> &entry_of
         tspec_stats_entry_t &entry = entry_of(ac);
         entry.oper_status = ac == 3 ? 1 : ac == 1 ? 255 : 0;
         value += 100;
-        for (uint32_t *figure : {&entry.num_active, &entry.num_clients, &entry.num_roam_clients,
-                                 &entry.med_time_admitted, &entry.med_time_unalloc,
-                                 &entry.med_time_roam_unalloc}) {
+        for (uint32_t *figure :
+             {&entry.num_active, &entry.num_clients, &entry.num_roam_clients,
+              &entry.med_time_admitted, &entry.med_time_unalloc, &entry.med_time_roam_unalloc}) {
             *figure = value += 100;
         }
     }
@@ -247,7 +247,8 @@ TEST_F(Statistics, TheLongestReportsAreSentWhole)
         tspec_ac_stats_t &stats = tspec_cb->ac_stats[ac];
         stats.num_active = stats.num_clients = stats.num_roam_clients = 0x80000000;
         tspec_cb->ac_totals[ac] = {0x80000000, 0x80000000, 0x80000000, 0x80000000};
-        stats.radio[1] = {0x80000000, 0x80000000, 0x80000000, 0, 0x80000000, 0x80000000, 0x80000000};
+        stats.radio[1] = {0x80000000, 0x80000000, 0x80000000, 0,
+                          0x80000000, 0x80000000, 0x80000000};
         stats.vap[1][15] = stats.radio[1];
     }
     request("tspec-ap-stats");

@@ -51,9 +51,9 @@ TEST_F(StationState, IsAskedOfTheDriver)
     EXPECT_EQ(asked.flags, 0);
     EXPECT_EQ(asked.mac, CLIENT_B);
     EXPECT_EQ(slice(asked.buffer, 6, 4090), Bytes(4090)) << "zeros behind the MAC address";
-    EXPECT_THAT(platform().journal, ElementsAre("socket(AF_INET, SOCK_DGRAM, 0) = 6",
-                                                "ioctl(6, wlan1vap3, 02:ab:0c:de:0f:f0)",
-                                                "close(6)"));
+    EXPECT_THAT(platform().journal,
+                ElementsAre("socket(AF_INET, SOCK_DGRAM, 0) = 6",
+                            "ioctl(6, wlan1vap3, 02:ab:0c:de:0f:f0)", "close(6)"));
 }
 
 TEST_F(StationState, TheInterfaceRequestIsZeroButForNameAndPointer)
@@ -104,18 +104,18 @@ TEST_F(StationState, RadiosThatDoNotExistAreNotAsked)
 
 TEST_F(StationState, RadiosThatDoNotExistAreTraced)
 {
-    EXPECT_TRUE(traces_at(
-        2, "tspec_client_status_flags_get:Parameter out of range - radio_unit=3\r\n",
-        [this] { query(3); }));
-    EXPECT_TRUE(traces_at(
-        2, "tspec_client_status_flags_get:Parameter out of range - radio_unit=0\r\n",
-        [this] { query(0); }));
+    EXPECT_TRUE(traces_at(2,
+                          "tspec_client_status_flags_get:Parameter out of range - radio_unit=3\r\n",
+                          [this] { query(3); }));
+    EXPECT_TRUE(traces_at(2,
+                          "tspec_client_status_flags_get:Parameter out of range - radio_unit=0\r\n",
+                          [this] { query(0); }));
     EXPECT_TRUE(traces_at(
         2, "tspec_client_status_flags_get:Parameter out of range - radio_unit=4294967295\r\n",
         [this] { query(-1); }));
-    EXPECT_TRUE(traces_at(
-        2, "tspec_client_status_flags_get:Parameter out of range - radio_unit=3\r\n",
-        [] { tspec_client_is_associated(CLIENT_A.data(), 3, 0); }));
+    EXPECT_TRUE(traces_at(2,
+                          "tspec_client_status_flags_get:Parameter out of range - radio_unit=3\r\n",
+                          [] { tspec_client_is_associated(CLIENT_A.data(), 3, 0); }));
 }
 
 TEST_F(StationState, FailsWithoutSocket)
@@ -125,12 +125,11 @@ TEST_F(StationState, FailsWithoutSocket)
     EXPECT_EQ(associated(), 0);
     EXPECT_EQ(flags, 0xdeadbeef);
     EXPECT_THAT(platform().driver_queries, IsEmpty());
-    EXPECT_TRUE(
-        traces_at(2, "tspec_client_status_flags_get:Error opening socket - radio_unit=2\r\n",
-                  [this] {
-                      platform().fail({.call = Call::socket, .error = EMFILE});
-                      query(2);
-                  }));
+    EXPECT_TRUE(traces_at(
+        2, "tspec_client_status_flags_get:Error opening socket - radio_unit=2\r\n", [this] {
+            platform().fail({.call = Call::socket, .error = EMFILE});
+            query(2);
+        }));
 }
 
 TEST_F(StationState, AFailedQueryLeavesItsDescriptorOpen)
@@ -144,11 +143,11 @@ TEST_F(StationState, AFailedQueryLeavesItsDescriptorOpen)
     EXPECT_THAT(platform().open_descriptors(), ElementsAre(3, 4, 5, 6, 7));
     EXPECT_EQ(query(), 0);
     EXPECT_THAT(platform().open_descriptors(), ElementsAre(3, 4, 5, 6, 7));
-    EXPECT_TRUE(traces_at(2, "tspec_client_status_flags_get:ioctl error - radio_unit=1\r\n",
-                          [this] {
-                              platform().fail({.call = Call::ioctl, .error = ENODEV});
-                              query();
-                          }));
+    EXPECT_TRUE(
+        traces_at(2, "tspec_client_status_flags_get:ioctl error - radio_unit=1\r\n", [this] {
+            platform().fail({.call = Call::ioctl, .error = ENODEV});
+            query();
+        }));
 }
 
 TEST_F(StationState, ASuccessIsNotTraced)
@@ -321,10 +320,28 @@ uint32_t flags_by_sscanf(const std::string &text)
 
 TEST_F(StationState, IsReadAsTheLibraryReadsIt)
 {
-    const std::vector<std::string> pieces = {
-        "client_status=", "client_status", "=",  "\n", "\n", "\n", "0",  "1", "f",
-        "41",             "0x",            "-",  "+",  " ",  "\t", "\r", "x", "a=1",
-        "\v",             "client_",       "zz", "\x80"};
+    const std::vector<std::string> pieces = {"client_status=",
+                                             "client_status",
+                                             "=",
+                                             "\n",
+                                             "\n",
+                                             "\n",
+                                             "0",
+                                             "1",
+                                             "f",
+                                             "41",
+                                             "0x",
+                                             "-",
+                                             "+",
+                                             " ",
+                                             "\t",
+                                             "\r",
+                                             "x",
+                                             "a=1",
+                                             "\v",
+                                             "client_",
+                                             "zz",
+                                             "\x80"};
     std::mt19937 engine(41);
     for (int i = 0; i < 40000; i++) {
         std::string text;

@@ -67,8 +67,8 @@ TEST_F(Clients, NoneInAnEmptyList)
 TEST_F(Clients, LookUpOfNullIsTraced)
 {
     EXPECT_EQ(tspec_rec_get(nullptr), nullptr);
-    EXPECT_TRUE(traces_at(2, "tspec_rec_get:Invalid input parameters\r\n",
-                          [] { tspec_rec_get(nullptr); }));
+    EXPECT_TRUE(
+        traces_at(2, "tspec_rec_get:Invalid input parameters\r\n", [] { tspec_rec_get(nullptr); }));
 }
 
 // ---- adding
@@ -128,8 +128,8 @@ TEST_F(Clients, AddingNullIsTraced)
 {
     EXPECT_EQ(tspec_rec_add(nullptr), nullptr);
     expect_list({});
-    EXPECT_TRUE(traces_at(2, "tspec_rec_add:Invalid input parameters\r\n",
-                          [] { tspec_rec_add(nullptr); }));
+    EXPECT_TRUE(
+        traces_at(2, "tspec_rec_add:Invalid input parameters\r\n", [] { tspec_rec_add(nullptr); }));
 }
 
 TEST_F(Clients, AddingWithoutMemoryChangesNothing)
@@ -212,8 +212,8 @@ TEST_F(Clients, DeletingNullIsTraced)
 
 TEST_F(Clients, DeletingIsTraced)
 {
-    EXPECT_TRUE(traces_at(1, "tspec_rec_delete:Entry\r\n",
-                          [this] { tspec_rec_delete(add(CLIENT_A)); }));
+    EXPECT_TRUE(
+        traces_at(1, "tspec_rec_delete:Entry\r\n", [this] { tspec_rec_delete(add(CLIENT_A)); }));
     EXPECT_TRUE(traces_at(1, "tspec_rec_delete:Exit - Success\r\n",
                           [this] { tspec_rec_delete(add(CLIENT_A)); }));
 }

@@ -421,9 +421,9 @@ TEST_F(Streams, RandomDeletionsLeaveWhatAListLeaves)
             }
             ASSERT_EQ(tspec_cb->ts_count, held.size());
             for (const Mac &mac : {CLIENT_A, CLIENT_B, CLIENT_C}) {
-                const bool holds = std::any_of(held.begin(), held.end(), [&](const Held &candidate) {
-                    return candidate.mac == mac;
-                });
+                const bool holds =
+                    std::any_of(held.begin(), held.end(),
+                                [&](const Held &candidate) { return candidate.mac == mac; });
                 size_t records = 0;
                 for (const tspec_rec_t *record : clients()) {
                     records += std::memcmp(record->sta_mac, mac.data(), 6) == 0 ? 1U : 0U;
@@ -432,8 +432,7 @@ TEST_F(Streams, RandomDeletionsLeaveWhatAListLeaves)
             }
             for (const Held &left : held) {
                 uint8_t ac = 99;
-                const tspec_ts_rec_t *entry =
-                    tspec_ts_rec_find(left.mac.data(), left.tid, &ac);
+                const tspec_ts_rec_t *entry = tspec_ts_rec_find(left.mac.data(), left.tid, &ac);
                 ASSERT_NE(entry, nullptr);
                 ASSERT_EQ(ac, left.ac);
                 ASSERT_EQ(std::memcmp(entry->owner->sta_mac, left.mac.data(), 6), 0);

@@ -178,8 +178,8 @@ testing::AssertionResult same_text(std::string_view actual, std::string_view exp
     if (actual == expected) {
         return testing::AssertionSuccess();
     }
-    return testing::AssertionFailure() << "is       \"" << escaped(actual) << "\"\nexpected \""
-                                       << escaped(expected) << "\"";
+    return testing::AssertionFailure()
+           << "is       \"" << escaped(actual) << "\"\nexpected \"" << escaped(expected) << "\"";
 }
 
 } // namespace tspec::test

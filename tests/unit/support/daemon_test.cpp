@@ -85,9 +85,9 @@ testing::AssertionResult DaemonTest::traces_at(uint32_t level, const std::string
     set_trace(ALL_LEVELS & ~level);
     action();
     if (contains(console(), line) != (level == 0)) {
-        return testing::AssertionFailure() << (level == 0 ? "not printed" : "printed")
-                                           << " with trace mask " << (ALL_LEVELS & ~level)
-                                           << ": \"" << escaped(line) << "\"";
+        return testing::AssertionFailure()
+               << (level == 0 ? "not printed" : "printed") << " with trace mask "
+               << (ALL_LEVELS & ~level) << ": \"" << escaped(line) << "\"";
     }
     return testing::AssertionSuccess();
 }
@@ -139,9 +139,9 @@ testing::AssertionResult DaemonTest::nothing_more_sent()
         return testing::AssertionSuccess();
     }
     const Sent &datagram = platform_->sent[looked_at_];
-    return testing::AssertionFailure() << platform_->sent.size() - looked_at_
-                                       << " more sent, the first to port " << datagram.port << ": "
-                                       << hex(datagram.bytes);
+    return testing::AssertionFailure()
+           << platform_->sent.size() - looked_at_ << " more sent, the first to port "
+           << datagram.port << ": " << hex(datagram.bytes);
 }
 
 tspec_rec_t *DaemonTest::add_client(const Mac &mac, uint8_t radio_unit, uint8_t vap)

@@ -83,8 +83,8 @@ int Platform::socket(int domain, int type, int protocol)
         errno = failure->error;
         return static_cast<int>(failure->result);
     }
-    const int fd = new_descriptor({.domain = domain, .address = {}, .path = {}, .content = {},
-                                   .queue = {}});
+    const int fd =
+        new_descriptor({.domain = domain, .address = {}, .path = {}, .content = {}, .queue = {}});
     note(call + " = " + number(fd));
     return fd;
 }
@@ -96,9 +96,8 @@ int Platform::setsockopt(int fd, int level, int option, const void *value, sockl
         std::memcpy(&number_value, value, sizeof(number_value));
     }
     const Failure *failure = next_failure(Call::setsockopt);
-    note("setsockopt(" + number(fd) + ", " +
-             (level == SOL_SOCKET ? "SOL_SOCKET" : number(level)) + ", " +
-             (option == SO_REUSEADDR ? "SO_REUSEADDR" : number(option)) + ", " +
+    note("setsockopt(" + number(fd) + ", " + (level == SOL_SOCKET ? "SOL_SOCKET" : number(level)) +
+             ", " + (option == SO_REUSEADDR ? "SO_REUSEADDR" : number(option)) + ", " +
              number(number_value) + ")",
          failure);
     if (!owns(fd)) {
@@ -274,11 +273,8 @@ ssize_t Platform::sendto(int fd, const void *data, size_t size, int flags, const
         return failure->result;
     }
     const ssize_t result = failure != nullptr ? failure->result : static_cast<ssize_t>(size);
-    const Sent datagram{.fd = fd,
-                        .bytes = raw(data, size),
-                        .address = to,
-                        .flags = flags,
-                        .port = inet_port(to)};
+    const Sent datagram{
+        .fd = fd, .bytes = raw(data, size), .address = to, .flags = flags, .port = inet_port(to)};
     sent.push_back(datagram);
     if (on_send) {
         on_send(datagram);

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <stdexcept>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -42,22 +44,37 @@ std::vector<OpenDescriptor> open_descriptors(int pid)
     return descriptors;
 }
 
-std::uint64_t private_memory_kb(int pid)
+namespace {
+
+/* Sum of the lines of the process's memory map that have one of the keys. */
+std::uint64_t memory_kb(int pid, std::initializer_list<std::string_view> keys)
 {
     std::ifstream file(fmt::format("/proc/{}/smaps_rollup", pid));
     if (!file) {
         throw std::runtime_error(fmt::format("cannot read the memory map of process {}", pid));
     }
     std::uint64_t total = 0;
-    std::string key;
-    while (file >> key) {
-        if (key == "Private_Clean:" || key == "Private_Dirty:") {
+    std::string word;
+    while (file >> word) {
+        if (std::find(keys.begin(), keys.end(), word) != keys.end()) {
             std::uint64_t kilobytes = 0;
             file >> kilobytes;
             total += kilobytes;
         }
     }
     return total;
+}
+
+} // namespace
+
+std::uint64_t private_memory_kb(int pid)
+{
+    return memory_kb(pid, {"Private_Clean:", "Private_Dirty:"});
+}
+
+std::uint64_t anonymous_memory_kb(int pid)
+{
+    return memory_kb(pid, {"Anonymous:", "Swap:"});
 }
 
 } // namespace tspec::sim

@@ -19,8 +19,13 @@ struct OpenDescriptor {
  * are left out. Throws std::runtime_error when the process is gone. */
 std::vector<OpenDescriptor> open_descriptors(int pid);
 
-/* Memory that the process shares with nobody, in kilobytes. */
+/* Memory that the process shares with nobody, in kilobytes. The pages of its
+ * program count while no other process runs the same one. */
 std::uint64_t private_memory_kb(int pid);
+
+/* Memory that the process has written to, heap and stack among it, in kilobytes.
+ * It does not depend on other processes. */
+std::uint64_t anonymous_memory_kb(int pid);
 
 } // namespace tspec::sim
 

@@ -22,42 +22,45 @@ class line_reader_t {
   public:
     explicit line_reader_t(int32_t fd) : fd_(fd) {}
 
-    using line_t = std::array<char, LINE_MAX_LENGTH + 1>;
-
-    // Reads the next line, with its line end if it has one, and terminates it.
-    // False at the end of the file or when it cannot be read.
-    bool next(line_t &line)
+    // The next line, with its line end if it has one; the byte behind it may be
+    // overwritten when it is the last one wanted. Empty at the end of the file
+    // or when it cannot be read.
+    std::span<char> next()
     {
-        size_t length = 0;
-        while (length < LINE_MAX_LENGTH) {
-            if (rest_.empty() && !fill()) {
-                break;
+        do {
+            const size_t searched = std::min(rest_.size(), LINE_MAX_LENGTH);
+            const auto *const line_end =
+                static_cast<const char *>(memchr(rest_.data(), '\n', searched));
+            if (line_end != nullptr) {
+                return take(static_cast<size_t>(line_end - rest_.data()) + 1);
             }
-            const char character = rest_.front();
-            rest_ = rest_.subspan(1);
-            line[length++] = character;
-            if (character == '\n') {
-                break;
-            }
-        }
-        line[length] = '\0';
-        return length > 0;
+        } while (rest_.size() < LINE_MAX_LENGTH && fill());
+        return take(std::min(rest_.size(), LINE_MAX_LENGTH));
     }
 
   private:
-    bool fill()
+    std::span<char> take(size_t length)
     {
-        const ssize_t got = read(fd_, buffer_.data(), buffer_.size());
-        if (got <= 0) {
-            return false;
-        }
-        rest_ = std::span<const char>(buffer_).first(static_cast<size_t>(got));
-        return true;
+        const std::span<char> line = rest_.first(length);
+        rest_ = rest_.subspan(length);
+        return line;
     }
 
+    // Reads on, behind the start of a line that is there already.
+    bool fill()
+    {
+        memmove(buffer_.data(), rest_.data(), rest_.size());
+        const ssize_t got = read(fd_, buffer_.data() + rest_.size(), READ_SIZE);
+        const size_t added = got > 0 ? static_cast<size_t>(got) : 0;
+        rest_ = std::span(buffer_).first(rest_.size() + added);
+        return added > 0;
+    }
+
+    static constexpr size_t READ_SIZE = 1024;
+
     int32_t fd_;
-    std::array<char, 1024> buffer_;
-    std::span<const char> rest_;
+    std::array<char, LINE_MAX_LENGTH + READ_SIZE + 1> buffer_;
+    std::span<char> rest_ = std::span(buffer_).first(0);
 };
 } // namespace
 
@@ -68,36 +71,45 @@ static int32_t open_stats_file(const char *ifname)
     return open(path.data(), O_RDONLY);
 }
 
-// The number of a "channel_util" line; 0 for a line that ends before it.
-static int32_t value_of(line_reader_t::line_t &line)
+static constexpr char KEY[] = "channel_util";
+static constexpr size_t KEY_LENGTH = sizeof(KEY) - 1;
+
+static bool has_key(std::span<const char> line)
 {
-    if (strlen(line.data()) < VALUE_POS) {
+    return line.size() >= KEY_LENGTH && memcmp(line.data(), KEY, KEY_LENGTH) == 0;
+}
+
+// The number of a "channel_util" line; 0 for a line that ends before it.
+static int32_t value_of(std::span<char> line)
+{
+    if (line.size() < VALUE_POS || line[KEY_LENGTH] == '\0') {
         return 0;
     }
-    char *const value = line.data() + VALUE_POS;
-    value[std::min(strlen(value), VALUE_MAX_LENGTH)] = '\0';
-    return tspec_text_to_int(value);
+    char *const text = line.data();
+    text[std::min(line.size(), VALUE_POS + VALUE_MAX_LENGTH)] = '\0';
+    return tspec_text_to_int(text + VALUE_POS);
 }
 
 static int32_t find_value(int32_t fd)
 {
-    static constexpr char KEY[] = "channel_util";
     line_reader_t reader(fd);
-    line_reader_t::line_t line;
-    while (reader.next(line)) {
-        if (strncmp(line.data(), KEY, sizeof(KEY) - 1) == 0) {
+    for (;;) {
+        const std::span<char> line = reader.next();
+        if (line.empty()) {
+            return 0;
+        }
+        if (has_key(line)) {
             return value_of(line);
         }
     }
-    return 0;
 }
 
 uint32_t tspec_get_wlan_util(const char *ifname)
 {
-    tspec_map_print_debug_trace(TSPEC_TRACE_INFO, "Getting dev stats for interface %s\n", ifname);
+    TSPEC_TRACE_PLAIN(TSPEC_TRACE_INFO, "Getting dev stats for interface %s\n", ifname);
     const tspec_descriptor_t file(open_stats_file(ifname));
     if (!file.valid()) {
-        tspec_map_print_debug_trace(TSPEC_TRACE_INFO, "Unable to open file for  %s\n", ifname);
+        TSPEC_TRACE_PLAIN(TSPEC_TRACE_INFO, "Unable to open file for  %s\n", ifname);
         return 0;
     }
     const int32_t value = find_value(file.get());

@@ -87,10 +87,10 @@ int32_t tspec_ts_medium_time_calc(const tspec_ie_t *tspec, uint8_t radio_unit, u
     const uint32_t airtime = with_surplus(duration * pps, tspec->surplus_bandwidth_allowance);
     const uint32_t medium_time = airtime >> MEDIUM_TIME_UNIT_BITS;
     *out_medium_time = static_cast<uint16_t>(std::min<uint32_t>(medium_time, UINT16_MAX));
-    tspec_map_print_debug_trace(TSPEC_TRACE_INFO,
-                                "MED_CALC: nom_msdu=%u mean_dr=%u min_phy=%u pps=%u dur=%u "
-                                "med_time=%u med_time_result=%u\r\n",
-                                nominal_size, tspec->mean_data_rate, tspec->min_phy_rate, pps,
-                                duration, medium_time, *out_medium_time);
+    TSPEC_TRACE_PLAIN(TSPEC_TRACE_INFO,
+                      "MED_CALC: nom_msdu=%u mean_dr=%u min_phy=%u pps=%u dur=%u "
+                      "med_time=%u med_time_result=%u\r\n",
+                      nominal_size, tspec->mean_data_rate, tspec->min_phy_rate, pps, duration,
+                      medium_time, *out_medium_time);
     return 0;
 }

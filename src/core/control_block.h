@@ -53,33 +53,35 @@ struct tspec_ts_pending_t {
 };
 static_assert(sizeof(tspec_ts_pending_t) == 9);
 
-// One traffic stream.
+// One traffic stream. What the walks over all clients read (the medium time at
+// the end of the element, direction and state) stands together, so that a walk
+// touches one cache line of an entry.
 struct tspec_ts_rec_t {
-    tspec_rec_t *owner; // always the record that holds this entry
+    tspec_rec_t *owner;           // always the record that holds this entry
+    uint32_t inactivity_timeout;  // microseconds, 0 = none
+    uint32_t excess_usage_events; // over the stream's lifetime
+    tspec_ts_params_t params;     // params.ie.medium_time is the stream's medium time
     uint8_t tid;
     uint8_t ac_idx;
     uint8_t dir;
     uint8_t state;
-    uint32_t inactivity_timeout; // microseconds, 0 = none
     uint8_t aux_byte;
     uint8_t aux_addr[TSPEC_MAC_LEN];
-    tspec_ts_params_t params;     // params.ie.medium_time is the stream's medium time
-    uint32_t excess_usage_events; // over the stream's lifetime
     tspec_ts_pending_t pend;
 };
 
 // One client station. Allocated with the client's first stream, freed when its
-// last entry becomes free.
+// last entry becomes free. What the walks read comes first.
 struct tspec_rec_t {
     tspec_rec_t *next;
     uint8_t sta_mac[TSPEC_MAC_LEN]; // the key
-    uint8_t peer_addr1[TSPEC_MAC_LEN];
-    uint8_t peer_addr2[TSPEC_MAC_LEN];
-    uint8_t radio_unit; // 1 or 2
-    uint8_t ssid[TSPEC_SSID_LEN + 1];
+    uint8_t radio_unit;             // 1 or 2
     uint8_t vap;
     uint8_t roam_flag;
     uint8_t fbt_flag; // set up by a fast transition whose time is still booked
+    uint8_t peer_addr1[TSPEC_MAC_LEN];
+    uint8_t peer_addr2[TSPEC_MAC_LEN];
+    uint8_t ssid[TSPEC_SSID_LEN + 1];
     tspec_ts_rec_t streams[TSPEC_NUM_BANKS][TSPEC_NUM_ACS];
 };
 

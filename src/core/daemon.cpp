@@ -98,7 +98,7 @@ int32_t tspec_daemon_cleanup()
         free(rec);
     }
     tspec_cb->rec_tail = nullptr;
-    memset(tspec_cb, 0, sizeof(*tspec_cb));
+    explicit_bzero(tspec_cb, sizeof(*tspec_cb)); // a memset before free would be left out
     free(tspec_cb);
     tspec_cb = nullptr;
     return 0;

@@ -57,11 +57,11 @@ static int32_t follow(const route_t &route, const uint8_t *msg, uint32_t len)
 {
     static constexpr const char *NAME = "tspec_process_msg";
     const uint32_t cmd = msg[1];
-    tspec_map_print_debug_trace(route.arrival_level, route.arrival, NAME, cmd);
+    TSPEC_TRACE_PLAIN(route.arrival_level, route.arrival, NAME, cmd);
     if (route.handler(msg, len) == 0) {
         return 0;
     }
-    tspec_map_print_debug_trace(route.failure_level, route.failure, NAME, cmd);
+    TSPEC_TRACE_PLAIN(route.failure_level, route.failure, NAME, cmd);
     return -1;
 }
 

@@ -26,28 +26,51 @@ static bool present(int32_t fd)
     return fd > 0;
 }
 
-static void add(int32_t fd, fd_set &set)
-{
-    if (present(fd)) {
-        FD_SET(fd, &set);
+namespace {
+// What the loop waits for. The sockets stay the same as long as it runs.
+class sockets_t {
+  public:
+    sockets_t()
+    {
+        FD_ZERO(&set_);
+        add(tspec_cb->tspec_sock);
+        add(cli_sock);
+        add(dman_sock);
     }
-}
 
-static bool ready(int32_t fd, const fd_set &set)
+    int32_t highest() const { return highest_; }
+    const fd_set &set() const { return set_; }
+
+  private:
+    void add(int32_t fd)
+    {
+        highest_ = std::max(highest_, fd);
+        if (present(fd)) {
+            FD_SET(fd, &set_);
+        }
+    }
+
+    fd_set set_;
+    int32_t highest_ = -1;
+};
+} // namespace
+
+// Whether the socket is ready; it then is one less of those that are.
+static inline bool take(int32_t fd, const fd_set &set, int32_t &ready)
 {
-    return present(fd) && FD_ISSET(fd, &set);
+    if (ready <= 0 || !present(fd) || !FD_ISSET(fd, &set)) {
+        return false;
+    }
+    ready--;
+    return true;
 }
 
 // Waits up to a second. Returns what select returned; on -1 nothing is ready.
-static int32_t wait_for_datagrams(fd_set &set)
+static int32_t wait_for_datagrams(const sockets_t &sockets, fd_set &set)
 {
-    FD_ZERO(&set);
-    add(tspec_cb->tspec_sock, set);
-    add(cli_sock, set);
-    add(dman_sock, set);
-    const int32_t highest = std::max({tspec_cb->tspec_sock, cli_sock, dman_sock});
+    set = sockets.set();
     timeval timeout = {1, 0};
-    const int32_t count = select(highest + 1, &set, nullptr, nullptr, &timeout);
+    const int32_t count = select(sockets.highest() + 1, &set, nullptr, nullptr, &timeout);
     if (count == -1 && errno == EINTR) {
         TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_ERROR,
                        "%s: select() received unexpected interrupt signal\r\n");
@@ -126,19 +149,19 @@ void tspec_main_loop()
     // Shared by both peers' sockets and never cleared: a handler of a message
     // that came short sees what an earlier one left behind.
     static recv_buf_t buf;
+    const sockets_t sockets;
 
     for (;;) {
         fd_set set;
-        if (wait_for_datagrams(set) > 0) {
-            if (ready(tspec_cb->tspec_sock, set)) {
-                serve_peers(buf);
-            }
-            if (ready(dman_sock, set)) {
-                serve_dman(buf);
-            }
-            if (ready(cli_sock, set)) {
-                serve_operator();
-            }
+        int32_t ready = wait_for_datagrams(sockets, set);
+        if (take(tspec_cb->tspec_sock, set, ready)) {
+            serve_peers(buf);
+        }
+        if (take(dman_sock, set, ready)) {
+            serve_dman(buf);
+        }
+        if (take(cli_sock, set, ready)) {
+            serve_operator();
         }
         do_periodic_work();
     }

@@ -17,23 +17,6 @@ tspec_mac_text_t tspec_mac_text(const uint8_t *mac)
     return result;
 }
 
-tspec_text_writer_t &tspec_text_writer_t::put(char character)
-{
-    if (length_ + 1 < buffer_.size()) {
-        buffer_[length_++] = character;
-        buffer_[length_] = '\0';
-    }
-    return *this;
-}
-
-tspec_text_writer_t &tspec_text_writer_t::put(const char *text)
-{
-    while (*text != '\0') {
-        put(*text++);
-    }
-    return *this;
-}
-
 tspec_text_writer_t &tspec_text_writer_t::put_decimal(int32_t value)
 {
     uint32_t rest = static_cast<uint32_t>(value);
@@ -42,15 +25,12 @@ tspec_text_writer_t &tspec_text_writer_t::put_decimal(int32_t value)
         rest = 0U - rest;
     }
     char digits[10];
-    size_t count = 0;
+    size_t first = sizeof(digits);
     do {
-        digits[count++] = static_cast<char>('0' + rest % 10);
+        digits[--first] = static_cast<char>('0' + rest % 10);
         rest /= 10;
     } while (rest != 0);
-    while (count > 0) {
-        put(digits[--count]);
-    }
-    return *this;
+    return put(std::string_view(digits + first, sizeof(digits) - first));
 }
 
 // White space as isspace has it in the C locale.

@@ -5,9 +5,12 @@
 
 #include "tspec/message.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
+#include <string_view>
 
 // A MAC address as "%2.2x:%2.2x:%2.2x:%2.2x:%2.2x:%2.2x" prints it. A value of
 // its own, so that it can be an argument of a trace and cost nothing when the
@@ -23,8 +26,25 @@ class tspec_text_writer_t {
   public:
     explicit tspec_text_writer_t(std::span<char> buffer) : buffer_(buffer) { buffer_[0] = '\0'; }
 
-    tspec_text_writer_t &put(const char *text);
-    tspec_text_writer_t &put(char character);
+    // Inline, as the caller knows the length of most texts.
+    tspec_text_writer_t &put(std::string_view text)
+    {
+        const size_t count = std::min(text.size(), buffer_.size() - 1 - length_);
+        memcpy(buffer_.data() + length_, text.data(), count);
+        length_ += count;
+        buffer_[length_] = '\0';
+        return *this;
+    }
+
+    tspec_text_writer_t &put(char character)
+    {
+        if (length_ + 1 < buffer_.size()) {
+            buffer_[length_++] = character;
+            buffer_[length_] = '\0';
+        }
+        return *this;
+    }
+
     tspec_text_writer_t &put_decimal(int32_t value); // "%d"
 
     size_t length() const { return length_; } // without the NUL

@@ -21,13 +21,13 @@ constexpr uint32_t TSPEC_TRACE_FUNC = 64; // entry and exit of functions
 // Writes one line to /dev/console, opened at the first call and kept; to
 // standard error where it cannot be opened. The line is flushed, and errno is
 // left as it was. Returns the result of the last write.
-__attribute__((format(printf, 3, 4))) int32_t tspec_console_printf(int32_t first, int32_t second,
-                                                                   const char *fmt, ...);
+__attribute__((cold, format(printf, 3, 4))) int32_t
+tspec_console_printf(int32_t first, int32_t second, const char *fmt, ...);
 
 // Prints the text when the mask has the level; texts of 20480 bytes and more
 // are cut. Returns the console writer's result, or level when it did not print.
-__attribute__((format(printf, 2, 3))) int32_t tspec_map_print_debug_trace(uint32_t level,
-                                                                          const char *fmt, ...);
+__attribute__((cold, format(printf, 2, 3))) int32_t
+tspec_map_print_debug_trace(uint32_t level, const char *fmt, ...);
 
 inline bool tspec_trace_enabled(uint32_t level)
 {
@@ -41,6 +41,14 @@ inline bool tspec_trace_enabled(uint32_t level)
     do {                                                                                           \
         if (tspec_trace_enabled(level)) {                                                          \
             tspec_map_print_debug_trace(level, fmt, function __VA_OPT__(, ) __VA_ARGS__);          \
+        }                                                                                          \
+    } while (false)
+
+// A trace without a name.
+#define TSPEC_TRACE_PLAIN(level, fmt, ...)                                                         \
+    do {                                                                                           \
+        if (tspec_trace_enabled(level)) {                                                          \
+            tspec_map_print_debug_trace(level, fmt __VA_OPT__(, ) __VA_ARGS__);                    \
         }                                                                                          \
     } while (false)
 

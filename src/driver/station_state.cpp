@@ -14,7 +14,8 @@
 static_assert(sizeof(ifreq) == (sizeof(void *) == 8 ? 40 : 32));
 static_assert(sizeof(tspec_driver_req_t) == (sizeof(void *) == 8 ? 24 : 16));
 
-using reply_t = std::array<char, TSPEC_DRIVER_REPLY_SIZE>;
+// What the driver writes, and a NUL behind it.
+using reply_t = std::array<char, TSPEC_DRIVER_REPLY_SIZE + 1>;
 
 static constexpr size_t LINE_MAX_LENGTH = 255;
 
@@ -22,10 +23,20 @@ static constexpr size_t LINE_MAX_LENGTH = 255;
 static void write_interface_name(char (&name)[IFNAMSIZ], int32_t radio_unit, uint32_t vap)
 {
     tspec_text_writer_t writer(name);
-    writer.put("wlan").put_decimal(radio_unit - 1);
+    writer.put("wlan").put(static_cast<char>('0' + radio_unit - 1));
     if (vap != 0) {
         writer.put("vap").put_decimal(static_cast<int32_t>(vap));
     }
+}
+
+// In halves, which the C library clears with vector stores; for the whole it
+// starts a string instruction.
+static void clear(reply_t &reply)
+{
+    static constexpr size_t HALF = TSPEC_DRIVER_REPLY_SIZE / 2;
+    memset(reply.data(), 0, HALF);
+    memset(reply.data() + HALF, 0, HALF);
+    reply.back() = '\0';
 }
 
 static int32_t query(int32_t sock, const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap,
@@ -42,46 +53,26 @@ static int32_t query(int32_t sock, const uint8_t *sta_mac, int32_t radio_unit, u
     return ioctl(sock, TSPEC_DRIVER_IOCTL, &interface);
 }
 
-// Length of the text up to a line end, a NUL or the end of the buffer, and
-// LINE_MAX_LENGTH at most.
-static size_t line_length(const reply_t &reply, size_t start)
-{
-    size_t length = 0;
-    while (length < LINE_MAX_LENGTH && start + length < reply.size() &&
-           reply[start + length] != '\n' && reply[start + length] != '\0') {
-        length++;
-    }
-    return length;
-}
-
 static constexpr char KEY[] = "client_status=";
 static constexpr size_t KEY_LENGTH = sizeof(KEY) - 1;
 
-static uint32_t value_of(const char *line, size_t length)
-{
-    // A line of its own, so that white space at its end does not lead the
-    // number's parser into the next one.
-    char text[LINE_MAX_LENGTH + 1];
-    memcpy(text, line, length);
-    text[length] = '\0';
-    return tspec_text_hex_to_u32(text + KEY_LENGTH);
-}
-
 // The flag word of the first "client_status=" line. The scan ends at an empty
 // line, at one that is too long, and at one without a line end.
-static uint32_t client_status_in(const reply_t &reply)
+static uint32_t client_status_in(reply_t &reply)
 {
-    size_t start = 0;
-    for (;;) {
-        const size_t length = line_length(reply, start);
-        const size_t end = start + length;
-        if (length == 0 || end >= reply.size() || reply[end] != '\n') {
+    for (char *line = reply.data();;) {
+        char *const end = strchrnul(line, '\n');
+        const auto length = static_cast<size_t>(end - line);
+        if (length == 0 || length > LINE_MAX_LENGTH || *end != '\n') {
             return 0;
         }
-        if (length >= KEY_LENGTH && memcmp(&reply[start], KEY, KEY_LENGTH) == 0) {
-            return value_of(&reply[start], length);
+        if (length >= KEY_LENGTH && memcmp(line, KEY, KEY_LENGTH) == 0) {
+            // White space at the line's end must not lead the number's parser
+            // into the next line.
+            *end = '\0';
+            return tspec_text_hex_to_u32(line + KEY_LENGTH);
         }
-        start = end + 1;
+        line = end + 1;
     }
 }
 
@@ -98,7 +89,8 @@ int32_t tspec_client_status_flags_get(const uint8_t *sta_mac, int32_t radio_unit
         TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Error opening socket - radio_unit=%u\r\n", shown_unit);
         return -1;
     }
-    reply_t reply = {};
+    reply_t reply;
+    clear(reply);
     if (query(sock, sta_mac, radio_unit, vap, reply) < 0) {
         // The descriptor stays open on purpose: failed queries can be counted
         // in the process's descriptors.

@@ -177,9 +177,14 @@ tspec_outcome_t tspec_hostapd_addts(tspec_hostapd_req_t &req)
                     tspec_mac_text(msg.sta_mac).text);
         return {tspec_next_t::LEAVE, -1};
     }
-    tspec_fbt_ts_delete(msg, req.ac_idx, req.len);
+    tspec_rec_t *rec = tspec_rec_get(msg.sta_mac);
+    if (rec != nullptr && rec->fbt_flag != 0) {
+        tspec_fbt_ts_delete(msg, req.ac_idx, req.len);
+        rec = tspec_rec_get(msg.sta_mac);
+    }
 
-    tspec_ts_rec_t *const same_tid = tspec_ts_rec_find(msg.sta_mac, msg.tid, nullptr);
+    tspec_ts_rec_t *const same_tid =
+        rec == nullptr ? nullptr : tspec_rec_ts_find(rec, msg.tid, TSPEC_FIND_BY_TID);
     if (same_tid != nullptr && same_tid->ac_idx != req.ac_idx) {
         return {tspec_next_t::LEAVE, refuse_tid_on_other_ac(req, *same_tid)};
     }
@@ -188,12 +193,14 @@ tspec_outcome_t tspec_hostapd_addts(tspec_hostapd_req_t &req)
                                                             msg.sta_mac, &medium_time) != 0) {
         return {tspec_next_t::LEAVE, refuse_without_medium_time(req)};
     }
-    tspec_rec_t *rec = tspec_ts_rec_get(msg.sta_mac, req.ac_idx);
-    if (rec == nullptr && !room_for_stream()) {
+    const bool first_on_ac = rec == nullptr || !tspec_rec_has_stream(rec, req.ac_idx);
+    if (first_on_ac && !room_for_stream()) {
         return {tspec_next_t::LEAVE, refuse_above_max_ts(req)};
     }
     if (rec == nullptr) {
-        rec = tspec_rec_add(msg.sta_mac);
+        rec = tspec_rec_create(msg.sta_mac);
+    } else if (first_on_ac) {
+        rec = tspec_rec_add(msg.sta_mac); // traces that it is there
     }
     if (rec == nullptr) {
         ADDTS_TRACE(TSPEC_TRACE_ERROR,

@@ -71,11 +71,8 @@ static bool admission_mandatory(const tspec_hostapd_req_t &req)
 // Whose request it is, for those that are forwarded as hostapd sent them.
 static void copy_addresses(tspec_hostapd_req_t &req)
 {
-    memcpy(req.out.peer_addr1, req.msg.peer_addr1, sizeof(req.out.peer_addr1));
-    memcpy(req.out.peer_addr2, req.msg.peer_addr2, sizeof(req.out.peer_addr2));
+    tspec_copy_identity(req.out, req.msg);
     memcpy(req.out.sta_mac, req.msg.sta_mac, sizeof(req.out.sta_mac));
-    req.out.radio_unit = req.msg.radio_unit;
-    memcpy(req.out.ssid, req.msg.ssid, sizeof(req.out.ssid));
     req.out.ac_idx = req.ac_idx;
     req.out.result_code = 0;
 }
@@ -112,7 +109,7 @@ static tspec_outcome_t handle_stream_request(tspec_hostapd_req_t &req)
         TSPEC_TRACE_AS(TSPEC_HOSTAPD_PROCESS, TSPEC_TRACE_HOSTAPD,
                        "%s:Accept TSPEC for AC %u and set medium time to 0\r\n", req.ac_idx);
     }
-    req.out = tspec_new_mapd_msg(0);
+    tspec_start_msg(req.out, 0);
     const branch_t branch = branch_for(req.msg.cmd);
     if (branch == nullptr) {
         return {tspec_next_t::FINISH, -1};

@@ -48,7 +48,7 @@ tspec_outcome_t tspec_hostapd_delts(tspec_hostapd_req_t &req)
     }
     req.out = tspec_build_mapd_delts_msg(*entry, msg.tspec.ts_info, req.ac_idx);
     release_fbt_time(*entry, req.ac_idx);
-    if (tspec_ts_rec_delete_tid(msg.sta_mac, req.ac_idx, msg.tid) != 0) {
+    if (tspec_rec_ts_delete_tid(entry->owner, req.ac_idx, msg.tid) != 0) {
         EVENT_TRACE(TSPEC_TRACE_ERROR, "%s:Failed to delete tspec record for client %s TID %u\r\n",
                     tspec_mac_text(msg.sta_mac).text, msg.tid);
         return {tspec_next_t::FINISH, -1};
@@ -73,7 +73,7 @@ tspec_outcome_t tspec_hostapd_ts_inactive(tspec_hostapd_req_t &req)
         result = -1;
     }
     release_fbt_time(*entry, req.ac_idx);
-    if (tspec_ts_rec_delete_tid(req.out.sta_mac, req.ac_idx, msg.tid) != 0) {
+    if (tspec_rec_ts_delete_tid(entry->owner, req.ac_idx, msg.tid) != 0) {
         EVENT_TRACE(TSPEC_TRACE_ERROR,
                     "%s:Failed to delete tspec record for client %s on AC %u TID %u\r\n",
                     tspec_mac_text(msg.sta_mac).text, req.ac_idx, msg.tid);

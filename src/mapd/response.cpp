@@ -10,6 +10,7 @@
 #include "mapd/status.h"
 #include "mapd/superseded.h"
 #include "store/access_category.h"
+#include "store/client.h"
 #include "store/stream.h"
 
 #include <cstdio>
@@ -72,9 +73,9 @@ static int32_t read_message(const uint8_t *msg, uint32_t len, answer_t &answer)
 // the request it waits with.
 static tspec_ts_rec_t *find_entry(const answer_t &answer)
 {
-    tspec_ts_rec_t *entry = tspec_ts_rec_find(answer.msg.sta_mac, answer.tid, nullptr);
+    tspec_ts_rec_t *entry = tspec_rec_ts_find(answer.client, answer.tid, TSPEC_FIND_BY_TID);
     if (entry == nullptr) {
-        entry = tspec_ts_rec_find_pending(answer.msg.sta_mac, answer.tid, nullptr);
+        entry = tspec_rec_ts_find(answer.client, answer.tid, TSPEC_FIND_BY_PENDING);
     }
     const bool fits = entry != nullptr && entry->owner != nullptr && entry->ac_idx == answer.ac_idx;
     return fits ? entry : nullptr;
@@ -113,13 +114,8 @@ static int32_t find_stream(answer_t &answer)
 
 static void copy_identity(answer_t &answer)
 {
-    const tspec_mapd_msg_t &msg = answer.msg;
     tspec_hostapd_msg_t &reply = answer.reply;
-    memcpy(reply.peer_addr1, msg.peer_addr1, sizeof(reply.peer_addr1));
-    memcpy(reply.peer_addr2, msg.peer_addr2, sizeof(reply.peer_addr2));
-    memcpy(reply.sta_addr, msg.sta_mac, sizeof(reply.sta_addr));
-    reply.radio_unit = msg.radio_unit;
-    memcpy(reply.ssid, msg.ssid, sizeof(reply.ssid));
+    tspec_copy_identity(reply, answer.msg);
     reply.vap = answer.client->vap;
     memcpy(reply.sta_mac, answer.client->sta_mac, sizeof(reply.sta_mac));
 }
@@ -130,7 +126,7 @@ static void build_reply(answer_t &answer)
 {
     const tspec_ts_rec_t &entry = *answer.entry;
     tspec_hostapd_msg_t &reply = answer.reply;
-    reply = tspec_new_hostapd_msg(answer.msg.cmd);
+    tspec_start_msg(reply, answer.msg.cmd);
     copy_identity(answer);
     reply.tspec = entry.params.ie;
     reply.aux_flag = entry.params.aux_flag;
@@ -225,7 +221,7 @@ static verdict_t handle_command(answer_t &answer)
 static int32_t remove_stream(const answer_t &answer)
 {
     int32_t rc = 0;
-    if (tspec_ts_rec_delete_tid(answer.msg.sta_mac, answer.ac_idx, answer.tid) != 0) {
+    if (tspec_rec_ts_delete_tid(answer.client, answer.ac_idx, answer.tid) != 0) {
         MAPD_TRACE(TSPEC_TRACE_MAPD, "%s:Unable to delete tspec record for client %s, TID %u\n",
                    sta_text(answer).text, answer.tid);
         rc = -1;
@@ -261,8 +257,10 @@ int32_t tspec_mapd_process(const uint8_t *msg, uint32_t len)
         return -1;
     }
     const int32_t rc = verdict == verdict_t::REMOVE ? remove_stream(answer) : 0;
-    tspec_ap_statistics_update(answer.ac_idx, answer.msg.sta_mac, answer.msg.cmd,
-                               answer.result_code);
+    // Only the removal may have taken the client's record.
+    const tspec_rec_t *const client =
+        verdict == verdict_t::REMOVE ? tspec_rec_get(answer.msg.sta_mac) : answer.client;
+    tspec_rec_statistics_update(answer.ac_idx, client, answer.msg.cmd, answer.result_code);
     if (answer.result_code < FIRST_INTERNAL_RESULT && tell_hostapd(answer) < 0) {
         return -1;
     }

@@ -25,16 +25,20 @@ struct limits_t {
 };
 } // namespace
 
+static void add_stream(client_load_t &load, const tspec_ts_rec_t &entry)
+{
+    load.num_active++;
+    load.med_time_admitted += tspec_medium_time_both_ways(entry.params.ie.medium_time, entry.dir);
+}
+
+// Of a client whose primary stream is admitted.
 static client_load_t load_of(const tspec_rec_t &rec, uint32_t ac_idx)
 {
     client_load_t load = {0, rec.roam_flag != 0 ? 1U : 0U, 0};
-    for (const auto &bank : rec.streams) {
-        const tspec_ts_rec_t &entry = bank[ac_idx];
-        if (entry.state == TSPEC_TS_ADMITTED) {
-            load.num_active++;
-            load.med_time_admitted +=
-                tspec_medium_time_both_ways(entry.params.ie.medium_time, entry.dir);
-        }
+    add_stream(load, rec.streams[TSPEC_BANK_PRIMARY][ac_idx]);
+    const tspec_ts_rec_t &alternate = rec.streams[TSPEC_BANK_ALTERNATE][ac_idx];
+    if (alternate.state == TSPEC_TS_ADMITTED) {
+        add_stream(load, alternate);
     }
     return load;
 }
@@ -56,14 +60,16 @@ static void count_clients(tspec_ac_stats_t &area, uint32_t ac_idx)
         }
         const client_load_t load = load_of(*rec, ac_idx);
         const uint32_t radio = rec->radio_unit - 1U;
-        area.num_active += load.num_active;
-        area.num_clients++;
-        area.num_roam_clients += load.num_roam_clients;
         add(area.radio[radio], load);
         // hostapd may number a VAP that there is no place for.
         if (rec->vap < TSPEC_VAPS_PER_RADIO) {
             add(area.vap[radio][rec->vap], load);
         }
+    }
+    for (const tspec_stats_entry_t &radio : area.radio) {
+        area.num_active += radio.num_active;
+        area.num_clients += radio.num_clients;
+        area.num_roam_clients += radio.num_roam_clients;
     }
 }
 
@@ -115,10 +121,14 @@ void tspec_ts_status_update(uint32_t ac_idx)
 
 void tspec_ap_statistics_update(uint8_t ac_idx, const uint8_t *sta_mac, uint8_t cmd, uint8_t result)
 {
-    if (ac_idx >= TSPEC_NUM_ACS) {
-        return;
+    if (ac_idx < TSPEC_NUM_ACS) {
+        tspec_rec_statistics_update(ac_idx, tspec_rec_get(sta_mac), cmd, result);
     }
-    const tspec_rec_t *const rec = tspec_rec_get(sta_mac);
+}
+
+void tspec_rec_statistics_update(uint8_t ac_idx, const tspec_rec_t *rec, uint8_t cmd,
+                                 uint8_t result)
+{
     const uint32_t roaming = rec != nullptr && rec->roam_flag != 0 ? 1 : 0;
     tspec_ac_totals_t &totals = tspec_cb->ac_totals[ac_idx];
     if (cmd == TSPEC_ADDTS_RESP_CMD && result == TSPEC_RESULT_ACCEPTED) {

@@ -56,13 +56,15 @@ static uint32_t cleanup_flags(tspec_rec_t &client, uint8_t bank, uint8_t ac_idx,
     return flags;
 }
 
+static bool is_admitted(const tspec_rec_t &client, uint8_t bank, uint8_t ac_idx)
+{
+    return client.streams[bank][ac_idx].state == TSPEC_TS_ADMITTED;
+}
+
 static void supersede(tspec_rec_t &client, uint8_t bank, uint8_t ac_idx, uint8_t ac_new,
                       uint8_t tid_new)
 {
     tspec_ts_rec_t &entry = client.streams[bank][ac_idx];
-    if (entry.state != TSPEC_TS_ADMITTED) {
-        return;
-    }
     TSPEC_TRACE_AS(REMOVAL_NAME, TSPEC_TRACE_FUNC,
                    "%s: ts_type=%u, ac=%u, ac_new=%u, state=%u, prev_tid=%u, pend_tid=%u, "
                    "tid_new=%u, prev_dir=%u, pend_dir=%u\r\n",
@@ -82,8 +84,11 @@ int32_t tspec_mapd_old_ts_removal(tspec_rec_t *client, uint8_t ac_new, uint8_t t
         return -1;
     }
     for (uint8_t ac_idx = 0; ac_idx < TSPEC_NUM_ACS; ac_idx++) {
-        for (uint8_t bank = 0; bank < TSPEC_NUM_BANKS; bank++) {
-            supersede(*client, bank, ac_idx, ac_new, tid_new);
+        if (is_admitted(*client, TSPEC_BANK_PRIMARY, ac_idx)) {
+            supersede(*client, TSPEC_BANK_PRIMARY, ac_idx, ac_new, tid_new);
+        }
+        if (is_admitted(*client, TSPEC_BANK_ALTERNATE, ac_idx)) {
+            supersede(*client, TSPEC_BANK_ALTERNATE, ac_idx, ac_new, tid_new);
         }
     }
     return 0;

@@ -39,26 +39,32 @@ static void append(tspec_rec_t *rec)
     tspec_cb->rec_tail = rec;
 }
 
+tspec_rec_t *tspec_rec_create(const uint8_t *mac)
+{
+    auto *const rec = static_cast<tspec_rec_t *>(calloc(1, sizeof(tspec_rec_t)));
+    if (rec == nullptr) {
+        TSPEC_TRACE_AS("tspec_rec_add", TSPEC_TRACE_INFO,
+                       "%s:Cannot allocate new TSPEC record for client %s\r\n",
+                       tspec_mac_text(mac).text);
+        return nullptr;
+    }
+    own_entries(rec);
+    append(rec);
+    return rec;
+}
+
 tspec_rec_t *tspec_rec_add(const uint8_t *mac)
 {
     if (mac == nullptr) {
         TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameters\r\n");
         return nullptr;
     }
-    tspec_rec_t *rec = tspec_rec_get(mac);
-    if (rec != nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:TSPEC record already exists for client %s\r\n",
-                    tspec_mac_text(mac).text);
-        return rec;
-    }
-    rec = static_cast<tspec_rec_t *>(calloc(1, sizeof(tspec_rec_t)));
+    tspec_rec_t *const rec = tspec_rec_get(mac);
     if (rec == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Cannot allocate new TSPEC record for client %s\r\n",
-                    tspec_mac_text(mac).text);
-        return nullptr;
+        return tspec_rec_create(mac);
     }
-    own_entries(rec);
-    append(rec);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:TSPEC record already exists for client %s\r\n",
+                tspec_mac_text(mac).text);
     return rec;
 }
 
@@ -101,7 +107,7 @@ int32_t tspec_rec_delete(tspec_rec_t *rec)
     }
     if (unlink(rec)) {
         take_cursor_off(rec);
-        memset(rec, 0, sizeof(*rec));
+        explicit_bzero(rec, sizeof(*rec)); // a memset before free would be left out
         free(rec);
     }
     TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Exit - Success\r\n");

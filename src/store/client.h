@@ -15,6 +15,10 @@ tspec_rec_t *tspec_rec_get(const uint8_t *mac);
 // else when it sets up the first stream. Null for a null MAC or without memory.
 tspec_rec_t *tspec_rec_add(const uint8_t *mac);
 
+// The same for a client that is known to have no record: a new one, or null
+// without memory.
+tspec_rec_t *tspec_rec_create(const uint8_t *mac);
+
 // Unlinks and frees the record and takes dman's walk off it. Neither the stream
 // count nor any medium time changes. Returns 0, also for a record that is not
 // in the list, which is then left alone; -1 for null.

@@ -9,15 +9,24 @@ static bool in_use(const tspec_ts_rec_t &entry)
     return entry.state != TSPEC_TS_FREE;
 }
 
+bool tspec_rec_has_stream(const tspec_rec_t *rec, uint32_t ac_idx)
+{
+    return in_use(rec->streams[TSPEC_BANK_PRIMARY][ac_idx]) ||
+           in_use(rec->streams[TSPEC_BANK_ALTERNATE][ac_idx]);
+}
+
 tspec_rec_t *tspec_ts_rec_get(const uint8_t *mac, uint32_t ac_idx)
 {
     tspec_rec_t *const rec = tspec_rec_get(mac);
     if (rec == nullptr || ac_idx >= TSPEC_NUM_ACS) {
         return nullptr;
     }
-    const bool has_stream = in_use(rec->streams[TSPEC_BANK_PRIMARY][ac_idx]) ||
-                            in_use(rec->streams[TSPEC_BANK_ALTERNATE][ac_idx]);
-    return has_stream ? rec : nullptr;
+    return tspec_rec_has_stream(rec, ac_idx) ? rec : nullptr;
+}
+
+static bool has_tid(const tspec_ts_rec_t &entry, int32_t tid, uint32_t mode)
+{
+    return tid == (mode == TSPEC_FIND_BY_TID ? entry.tid : entry.pend.tid);
 }
 
 tspec_ts_rec_t *tspec_rec_ts_find(tspec_rec_t *rec, int32_t tid, uint32_t mode)
@@ -25,8 +34,7 @@ tspec_ts_rec_t *tspec_rec_ts_find(tspec_rec_t *rec, int32_t tid, uint32_t mode)
     for (uint32_t ac_idx = 0; ac_idx < TSPEC_NUM_ACS; ac_idx++) {
         for (auto &bank : rec->streams) {
             tspec_ts_rec_t &entry = bank[ac_idx];
-            const uint8_t entry_tid = mode == TSPEC_FIND_BY_TID ? entry.tid : entry.pend.tid;
-            if (in_use(entry) && entry_tid == tid) {
+            if (in_use(entry) && has_tid(entry, tid, mode)) {
                 return &entry;
             }
         }
@@ -87,18 +95,19 @@ static void delete_if_empty(tspec_rec_t *rec)
     }
 }
 
-int32_t tspec_ts_rec_delete_tid(const uint8_t *mac, uint8_t ac_idx, uint8_t tid)
+static int32_t no_stream_to_delete(const char *function, const uint8_t *mac, uint8_t ac_idx)
 {
-    tspec_rec_t *const rec = tspec_ts_rec_get(mac, ac_idx);
-    if (rec == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR,
-                    "%s:Failed to find tspec record for client %s with AC %u\r\n",
-                    tspec_mac_text(mac).text, ac_idx);
-        return -1;
-    }
+    TSPEC_TRACE_AS(function, TSPEC_TRACE_ERROR,
+                   "%s:Failed to find tspec record for client %s with AC %u\r\n",
+                   tspec_mac_text(mac).text, ac_idx);
+    return -1;
+}
+
+static void delete_tid(tspec_rec_t *rec, uint8_t ac_idx, uint8_t tid)
+{
     tspec_ts_rec_t *entry = tspec_rec_ts_find(rec, tid, TSPEC_FIND_BY_TID);
     if (entry == nullptr || entry->ac_idx != ac_idx) {
-        return 0;
+        return;
     }
     entry->state = TSPEC_TS_FREE;
     tspec_ts_rec_t &alternate = rec->streams[TSPEC_BANK_ALTERNATE][ac_idx];
@@ -109,6 +118,24 @@ int32_t tspec_ts_rec_delete_tid(const uint8_t *mac, uint8_t ac_idx, uint8_t tid)
     clear(*entry);
     delete_if_empty(rec);
     uncount(1);
+}
+
+int32_t tspec_rec_ts_delete_tid(tspec_rec_t *rec, uint8_t ac_idx, uint8_t tid)
+{
+    if (ac_idx >= TSPEC_NUM_ACS || !tspec_rec_has_stream(rec, ac_idx)) {
+        return no_stream_to_delete("tspec_ts_rec_delete_tid", rec->sta_mac, ac_idx);
+    }
+    delete_tid(rec, ac_idx, tid);
+    return 0;
+}
+
+int32_t tspec_ts_rec_delete_tid(const uint8_t *mac, uint8_t ac_idx, uint8_t tid)
+{
+    tspec_rec_t *const rec = tspec_ts_rec_get(mac, ac_idx);
+    if (rec == nullptr) {
+        return no_stream_to_delete(__func__, mac, ac_idx);
+    }
+    delete_tid(rec, ac_idx, tid);
     return 0;
 }
 
@@ -116,10 +143,7 @@ int32_t tspec_ts_rec_delete(const uint8_t *mac, uint8_t ac_idx)
 {
     tspec_rec_t *const rec = tspec_ts_rec_get(mac, ac_idx);
     if (rec == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR,
-                    "%s:Failed to find tspec record for client %s with AC %u\r\n",
-                    tspec_mac_text(mac).text, ac_idx);
-        return -1;
+        return no_stream_to_delete(__func__, mac, ac_idx);
     }
     uint16_t freed = 0;
     for (auto &bank : rec->streams) {

@@ -13,6 +13,9 @@ constexpr uint32_t TSPEC_FIND_BY_PENDING = 1; // that of its unanswered request
 // category, else null.
 tspec_rec_t *tspec_ts_rec_get(const uint8_t *mac, uint32_t ac_idx);
 
+// Whether the client has a stream in either bank of the access category (0 to 3).
+bool tspec_rec_has_stream(const tspec_rec_t *rec, uint32_t ac_idx);
+
 // The client's first stream with the TID, in the order of access categories 0
 // to 3 and the primary bank before the alternate one; its access category is
 // stored in *ac_out unless that is null. Null when there is none; a null MAC or
@@ -34,6 +37,9 @@ void tspec_ts_rec_pending_reset(tspec_ts_rec_t *entry);
 // by one. Returns 0, or -1 (traced) when the client has no stream at all on the
 // access category.
 int32_t tspec_ts_rec_delete_tid(const uint8_t *mac, uint8_t ac_idx, uint8_t tid);
+
+// The same for a client whose record is known.
+int32_t tspec_rec_ts_delete_tid(tspec_rec_t *rec, uint8_t ac_idx, uint8_t tid);
 
 // Frees all streams of the client on the access category, and the record if it
 // has no other; the stream count goes down by as many. Returns 0, or -1

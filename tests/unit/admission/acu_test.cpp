@@ -180,6 +180,13 @@ const Decision DECISIONS[] = {
      .prev = 900,
      .prev_ac = 0,
      .total = 900},
+    {.name = "TheLeastOldTimeOnAnotherAccessCategoryDoesNotCountEither",
+     .result = ACCEPTED,
+     .total_after = 930,
+     .medium_time = 30,
+     .prev = 1,
+     .prev_ac = 2,
+     .total = 900},
     {.name = "ANewStreamHasNoOtherAccessCategory",
      .result = ACCEPTED,
      .total_after = 937,
@@ -404,6 +411,14 @@ TEST_F(AcuTest, AnUnknownAccessCategoryLeavesTheResultAlone)
         EXPECT_EQ(77, result);
     }
     EXPECT_EQ(untouched_, accounts());
+}
+
+TEST_F(AcuTest, ANewStreamDoesNotComeFromAnotherAccessCategory)
+{
+    set_trace(1);
+    uint8_t result = 77;
+    tspec_acu_admission_req_recv(message({.cmd = 1, .prev_ac_index = 2}), 3, &result);
+    EXPECT_THAT(console(), testing::Contains(testing::HasSubstr(",ac_changed=0\n")));
 }
 
 TEST_F(AcuTest, AnAdmissionIsTracedWithEveryFigure)

@@ -30,6 +30,40 @@ TEST_F(ChannelUtilTest, IsReadFromTheInterfacesOwnFile)
     EXPECT_EQ(22U, tspec_get_wlan_util("wlan1"));
 }
 
+TEST_F(ChannelUtilTest, AFileOfSeveralReadsIsReadOn)
+{
+    const std::string line = "channel_util 75\n";
+    for (size_t before = 1024 - line.size() - 1; before <= 1024 + 1; before++) {
+        EXPECT_EQ(75U, utilisation_in(std::string(before - 1, 'x') + "\n" + line)) << before;
+        // A line that is too long goes on as another one after every 255 characters.
+        EXPECT_EQ(before % 255 == 0 ? 75U : 0U, utilisation_in(std::string(before, 'x') + line))
+            << before;
+    }
+    EXPECT_EQ(75U, utilisation_in(std::string(5000, 'x') + "\n" + line));
+    // Its last digit comes alone.
+    EXPECT_EQ(75U, utilisation_in(std::string(1024 - 15, 'x') + "\nchannel_util 75"));
+}
+
+TEST_F(ChannelUtilTest, AFileThatComesByteByByteIsReadOn)
+{
+    platform().file_piece = 1;
+    EXPECT_EQ(75U, utilisation_in("name wlan0\nchannel_util 75\n"));
+}
+
+TEST_F(ChannelUtilTest, ANulBehindTheKeyEndsTheLine)
+{
+    EXPECT_EQ(0U, utilisation_in(std::string("channel_util\0"
+                                             "55\n",
+                                             16)));
+}
+
+TEST_F(ChannelUtilTest, OpensTheFileForReading)
+{
+    utilisation_in("channel_util 11\n");
+    EXPECT_THAT(platform().journal,
+                testing::Contains("open(/proc/net/ieee80211/wlan0/iface/wlan0, O_RDONLY) = 6"));
+}
+
 TEST_F(ChannelUtilTest, IsZeroWithoutAFile)
 {
     EXPECT_EQ(0U, tspec_get_wlan_util("wlan0"));

@@ -147,14 +147,15 @@ TEST_F(Command, DebugReadsAsManyNumbersAsItsCount)
     EXPECT_EQ(tspec_cb->trace_mask, 1U);
 }
 
-// The buffer ends at byte 63, whatever the count says.
+// The buffer ends at byte 63, whatever the count says, and whatever is behind it.
 TEST_F(Command, DebugStopsAtTheEndOfTheBuffer)
 {
     for (const uint8_t count : Bytes{62, 63, 64, 200, 255}) {
-        Bytes command(64);
+        Bytes command(257);
         command[0] = 2;
         command[1] = count;
         command[63] = 6;
+        command[64] = 7;
         tspec_cb->trace_mask = 1;
         tspec_process_cli_cmd(CLI_SOCKET, command.data());
         EXPECT_EQ(tspec_cb->trace_mask, 32U) << "numbers 0 clear, the last byte adds";

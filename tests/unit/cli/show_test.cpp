@@ -30,6 +30,16 @@ TEST_F(Show, WithoutClientsThereAreNoTotals)
     EXPECT_THAT(show(1), ElementsAre("No TS records found.\r\n", NO_MEDIUM_TIME));
 }
 
+TEST_F(Show, TheTimeOutIsInWholeSeconds)
+{
+    tspec_ts_rec_t *const stream = add_stream(add_client(CLIENT_A), {.ac_idx = 3, .tid = 6});
+    for (const auto &[microseconds, seconds] : std::vector<std::pair<uint32_t, std::string>>{
+             {999'999, "0"}, {1'000'000, "1"}, {4'294'000'000, "4294"}, {4'293'999'999, "4293"}}) {
+        stream->inactivity_timeout = microseconds;
+        EXPECT_THAT(show(), testing::Contains(testing::HasSubstr(" inact=" + seconds + " ")));
+    }
+}
+
 TEST_F(Show, ListsEachStreamInUse)
 {
     add_stream(add_client(CLIENT_A), {.bank = 0,

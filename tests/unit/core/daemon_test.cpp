@@ -58,6 +58,7 @@ class StartUp : public testing::Test {
         unsigned closes_before_free = 0;
         platform.on_free = [&](const void *block) {
             EXPECT_EQ(block, tspec_cb);
+            EXPECT_EQ(tspec_cb->tspec_sock, -1);
             closes_before_free = platform.count(Call::close);
         };
         EXPECT_EQ(tspec_daemon_init(), -1);
@@ -236,6 +237,23 @@ TEST_F(StartUp, DescriptorNumbersAreTakenAsTheyCome)
     end_daemon();
 }
 
+TEST_F(StartUp, AnyOfTheSocketsMayHaveNumber0)
+{
+    platform.next_descriptors = {0, 7, 8};
+    EXPECT_EQ(tspec_daemon_init(), 0);
+    EXPECT_EQ(tspec_cb->tspec_sock, 0);
+    EXPECT_THAT(platform.open_descriptors(), ElementsAre(0, 7, 8));
+    end_daemon();
+    for (const int fd : {0, 7, 8}) {
+        platform.close(fd);
+    }
+    platform.next_descriptors = {7, 0, 8};
+    EXPECT_EQ(tspec_daemon_init(), 0);
+    EXPECT_EQ(dman_sock, 0);
+    EXPECT_THAT(platform.open_descriptors(), ElementsAre(0, 7, 8));
+    end_daemon();
+}
+
 class TearingDown : public DaemonTest {};
 
 TEST_F(TearingDown, FreesAllClientsAndTheBlock)
@@ -247,6 +265,19 @@ TEST_F(TearingDown, FreesAllClientsAndTheBlock)
     EXPECT_EQ(tspec_daemon_cleanup(), 0);
     EXPECT_THAT(platform().live_blocks(), IsEmpty());
     EXPECT_EQ(tspec_cb, nullptr);
+}
+
+TEST_F(TearingDown, LeavesNothingOfTheBlockInMemory)
+{
+    Bytes left;
+    platform().on_free = [&left](const void *block) {
+        const auto *const bytes = static_cast<const uint8_t *>(block);
+        left.assign(bytes, bytes + sizeof(tspec_cb_t));
+    };
+    reinterpret_cast<uint8_t *>(tspec_cb)[sizeof(tspec_cb_t) - 1] = 0xff;
+    tspec_daemon_cleanup();
+    platform().on_free = {};
+    EXPECT_EQ(left, Bytes(sizeof(tspec_cb_t)));
 }
 
 TEST_F(TearingDown, LeavesTheSocketsOpen)

@@ -297,6 +297,14 @@ TEST_F(Exchange, AnEmptyAnswerIs0)
                [&] { answer({}); }));
 }
 
+TEST_F(Exchange, AnAnswerOfOneByteIsNoFailure)
+{
+    set_trace(ALL_LEVELS);
+    answer({0x24});
+    EXPECT_EQ(exchange(), 1);
+    EXPECT_THAT(console(), IsEmpty());
+}
+
 TEST_F(Exchange, EachFailureHasOneTrace)
 {
     for (const Call call : {Call::socket, Call::bind, Call::sendto, Call::select, Call::recvfrom}) {

@@ -124,6 +124,13 @@ TEST_F(MainLoop, TracesAnInterruptedSelect)
         }));
 }
 
+TEST_F(MainLoop, AnEarlierInterruptIsNotThatOfThisSelect)
+{
+    set_trace(ALL_LEVELS);
+    turn([] { errno = EINTR; });
+    EXPECT_THAT(console(), IsEmpty());
+}
+
 TEST_F(MainLoop, EachSelectFailureHasOneTrace)
 {
     set_trace(2);
@@ -262,6 +269,13 @@ TEST_F(MainLoop, TracesAnEmptyDatagramOfDman)
     const std::vector<std::string> lines = console();
     ASSERT_THAT(lines, SizeIs(1));
     EXPECT_TRUE(lines[0].starts_with("tspec_main_loop:Error reading from dman socket,errno is "));
+}
+
+TEST_F(MainLoop, HandlesADatagramOfOneByteOfDman)
+{
+    set_trace(ALL_LEVELS);
+    turn([this] { platform().deliver(4, {0x63}); });
+    EXPECT_THAT(console(), testing::Contains("tspec_process_msg:Unknown tspec msg type 99\n"));
 }
 
 TEST_F(MainLoop, TracesAFailedReadOfTheOperatorsSocket)

@@ -416,6 +416,19 @@ TEST_F(Statistics, AFullDatagramOfTextStaysWithinTheBuffer)
                                        as_text(text) + "\r\n"));
 }
 
+TEST_F(Statistics, ATextLongerThanTheReceiveBufferIsCut)
+{
+    set_trace(2);
+    for (const uint32_t length : {1025U, 1026U, 2000U}) {
+        const Bytes text(length - 1, 'y');
+        EXPECT_EQ(tspec_process_dman_stats_msg(text.data(), length), -1);
+        EXPECT_THAT(console(),
+                    ElementsAre("tspec_process_dman_stats_msg:Error in status message DMAN, "
+                                "unknown command: " +
+                                std::string(1023, 'y') + "\r\n"));
+    }
+}
+
 // A later message that comes short shows what this one left there.
 TEST_F(Statistics, TheReceiveBufferIsNotWritten)
 {

@@ -37,11 +37,23 @@ class StationState : public DaemonTest {
     uint32_t flags = 0xdeadbeef;
 };
 
+// Leaves line ends where the next call has its local variables.
+[[gnu::noinline]] void fill_stack()
+{
+    volatile char stack[16384];
+    for (volatile char &byte : stack) {
+        byte = '\n';
+    }
+}
+
 // ---- the query
 
 TEST_F(StationState, IsAskedOfTheDriver)
 {
-    EXPECT_EQ(tspec_client_status_flags_get(CLIENT_B.data(), 2, 3, &flags), 0);
+    Bytes mac(CLIENT_B.begin(), CLIENT_B.end());
+    mac.push_back(0xff);
+    fill_stack();
+    EXPECT_EQ(tspec_client_status_flags_get(mac.data(), 2, 3, &flags), 0);
     ASSERT_THAT(platform().driver_queries, SizeIs(1));
     const DriverQuery &asked = platform().driver_queries[0];
     EXPECT_EQ(asked.request, 0x89F0U);
@@ -130,6 +142,13 @@ TEST_F(StationState, FailsWithoutSocket)
             platform().fail({.call = Call::socket, .error = EMFILE});
             query(2);
         }));
+}
+
+TEST_F(StationState, ASocketOfNumber0Serves)
+{
+    platform().next_descriptors = {0};
+    EXPECT_EQ(flags_in("client_status=41\n"), 0x41U);
+    EXPECT_THAT(platform().open_descriptors(), ElementsAre(3, 4, 5));
 }
 
 TEST_F(StationState, AFailedQueryLeavesItsDescriptorOpen)
@@ -366,6 +385,17 @@ TEST_F(StationState, LongLinesAreReadAsTheLibraryReadsThem)
         }
         ASSERT_EQ(flags_in(text), flags_by_sscanf(text)) << escaped(text);
     }
+}
+
+TEST_F(StationState, ATextWithoutLineEndThatFillsTheBufferIsNotRead)
+{
+    std::string text;
+    while (text.size() < 4096) {
+        text += "a=1\n";
+    }
+    text.replace(4096 - 20, 20, "client_status=000041");
+    fill_stack();
+    EXPECT_EQ(flags_in(text), 0U);
 }
 
 TEST_F(StationState, ANulEndsTheText)

@@ -319,6 +319,19 @@ TEST_F(AddtsTest, Number512IsAccepted)
     EXPECT_EQ(512, tspec_cb->ts_count);
 }
 
+TEST_F(AddtsTest, TheFirstStreamOnAnAccessCategoryTracesThatTheClientIsKnown)
+{
+    const std::string known =
+        "tspec_rec_add:TSPEC record already exists for client 00:11:22:33:44:55\r\n";
+    set_managed();
+    add_stream(add_client_a(), {.ac_idx = VI, .tid = 4});
+    set_trace(1);
+    handle(addts());
+    EXPECT_THAT(console(), testing::Contains(known));
+    handle(addts(VI, 4));
+    EXPECT_THAT(console(), testing::Not(testing::Contains(known))) << "a renegotiation";
+}
+
 TEST_F(AddtsTest, ARenegotiationIsNotCountedAgain)
 {
     set_managed();
@@ -507,6 +520,9 @@ const EntryChoice ENTRY_CHOICES[] = {
      0,
      Outcome::renegotiation,
      464},
+
+    {"TheAlternateByDirectLinkReplacesItselfOnly", UP_6, DOWN_5, 4, DIRECT_LINK, 1,
+     Outcome::renegotiation, 30},
 
     {"PendingAgain", {PENDING, 6, UPLINK, 0}, NOBODY, 6, UPLINK, 0, Outcome::ignored},
     {"PendingWithAnotherTid", {PENDING, 6, UPLINK, 0}, NOBODY, 5, UPLINK, 0, Outcome::ignored},

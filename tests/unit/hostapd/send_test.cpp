@@ -207,6 +207,18 @@ TEST_F(HostapdSendTest, ADeltsForMapdCarriesTheStoredElementAndTheCallersTsInfo)
     EXPECT_TRUE(sent_exactly({{MAPD_PORT, video_delts_request(TS_INFO_BYTES)}}));
 }
 
+TEST_F(HostapdSendTest, ADeltsForMapdCarriesAllOfTheSsid)
+{
+    set_managed();
+    tspec_ts_rec_t *const entry = video_stream();
+    const std::string ssid = "a network name of 32 characters!";
+    std::memcpy(entry->owner->ssid, ssid.c_str(), 33);
+    tspec_build_and_send_mapd_delts_msg(entry, TS_INFO, VI);
+    Bytes expected = video_delts_request(TS_INFO_BYTES);
+    put(expected, 21, text_bytes(ssid));
+    EXPECT_TRUE(sent_exactly({{MAPD_PORT, expected}}));
+}
+
 TEST_F(HostapdSendTest, ADeltsForMapdNamesTheGivenAccessCategory)
 {
     set_managed();
@@ -214,6 +226,20 @@ TEST_F(HostapdSendTest, ADeltsForMapdNamesTheGivenAccessCategory)
     Bytes expected = video_delts_request(TS_INFO_BYTES);
     put8(expected, 53, BK);
     EXPECT_TRUE(sent_exactly({{MAPD_PORT, expected}}));
+}
+
+TEST_F(HostapdSendTest, ADeltsForMapdIsTraced)
+{
+    expect_traces(
+        "tspec_msg_send_to_acu",
+        {{4, "tspec_msg_send_to_acu: Sent cmd 3 message to mapd socket id 3 for TID 4 (medium "
+             "time 0, prev medium time 0)\r\n"}},
+        [this] {
+            tspec_ts_rec_t *const entry = video_stream();
+            entry->params.ie.medium_time = 0;
+            tspec_build_and_send_mapd_delts_msg(entry, TS_INFO, VI);
+        },
+        [this] { set_managed(); });
 }
 
 TEST_F(HostapdSendTest, ADeltsOnAnUnmanagedAccessPointGivesTheTimeBack)

@@ -610,6 +610,18 @@ TEST_F(DisassociationTest, LeavesStreamsOnAnotherVap)
     EXPECT_EQ(before, snapshot());
 }
 
+TEST_F(DisassociationTest, EveryByteOfTheVapsAddressCounts)
+{
+    add_both_banks(add_client_a());
+    const Bytes before = snapshot();
+    for (size_t place = 0; place < 6; place++) {
+        HostapdMessage other_vap = request(DISASSOCIATION);
+        other_vap.peer2[place] ^= 1;
+        EXPECT_EQ(0, handle(other_vap));
+        EXPECT_EQ(before, snapshot()) << place;
+    }
+}
+
 TEST_F(DisassociationTest, TheRadioAndTheVapIndexDoNotMatter)
 {
     HostapdMessage elsewhere = request(DISASSOCIATION);

@@ -50,7 +50,7 @@ TEST_F(ApStateTest, SwitchesAndStartsANewReportPeriodAlsoToTheSameState)
 
 TEST_F(ApStateTest, KeepsThirtyTwoBitsOfTheTime)
 {
-    platform().now = (int64_t{1} << 32) + 9;
+    platform().now = static_cast<time_t>((int64_t{1} << 32) + 9);
     tell(ap_state_message(1));
     EXPECT_EQ(9U, tspec_cb->violation_report_time);
 }

@@ -476,6 +476,28 @@ TEST_F(SupersededTest, EveryVisitIsTraced)
 }
 
 // The lines about failures only.
+TEST_F(SupersededTest, CleanUpsThatSucceedAreNoProblem)
+{
+    tspec_rec_t *const client = add_client_a();
+    add(client, {.ac_idx = VO, .tid = 6, .pend_tid = 5, .pend_direction = BIDIRECTIONAL});
+    add(client, {.bank = 1, .ac_idx = VO, .tid = 4, .direction = DOWNLINK});
+    add(client, {.ac_idx = VI, .tid = 5});
+    set_trace(8);
+    EXPECT_EQ(0, tspec_mapd_old_ts_removal(client, VO, 5));
+    for (const std::string &line : console()) {
+        EXPECT_THAT(line, testing::Not(testing::HasSubstr("Problem")));
+    }
+}
+
+TEST_F(SupersededTest, StreamsThatStayAreNotCleanedUp)
+{
+    tspec_rec_t *const client = add_client_a();
+    add(client, {.ac_idx = VO, .tid = 6});
+    set_trace(8);
+    EXPECT_EQ(0, tspec_mapd_old_ts_removal(client, VO, 5));
+    EXPECT_THAT(console(), testing::IsEmpty());
+}
+
 TEST_F(SupersededTest, FailedCleanUpsAreTracedWithTheTidThatIsLeft)
 {
     const auto removal = [] { EXPECT_EQ(0, tspec_mapd_old_ts_removal(tspec_cb->rec_head, VO, 5)); };

@@ -87,6 +87,7 @@ TEST_F(Clients, ANewRecordIsZeroButForTheOwners)
 {
     tspec_rec_t *record = tspec_rec_add(CLIENT_A.data());
     ASSERT_NE(record, nullptr);
+    EXPECT_THAT(platform().live_blocks(), testing::Contains(sizeof(tspec_rec_t)));
     for (auto &bank : record->streams) {
         for (tspec_ts_rec_t &entry : bank) {
             EXPECT_EQ(entry.owner, record);
@@ -189,10 +190,17 @@ TEST_F(Clients, DeletedOnesAreFreed)
     tspec_rec_t *a = add_client(CLIENT_A);
     add_stream(a, {.ac_idx = 3, .tid = 6});
     std::vector<const void *> freed;
-    platform().on_free = [&](const void *block) { freed.push_back(block); };
+    Bytes left;
+    platform().on_free = [&](const void *block) {
+        freed.push_back(block);
+        const auto *const bytes = static_cast<const uint8_t *>(block);
+        left.assign(bytes, bytes + sizeof(tspec_rec_t));
+    };
+    reinterpret_cast<uint8_t *>(a)[sizeof(tspec_rec_t) - 1] = 0xff;
     tspec_rec_delete(a);
     platform().on_free = {};
     EXPECT_EQ(freed, std::vector<const void *>{a});
+    EXPECT_EQ(left, Bytes(sizeof(tspec_rec_t))) << "zeroed before";
     EXPECT_EQ(tspec_cb->ts_count, 1) << "streams are not uncounted here";
 }
 

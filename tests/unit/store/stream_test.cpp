@@ -443,4 +443,23 @@ TEST_F(Streams, RandomDeletionsLeaveWhatAListLeaves)
     }
 }
 
+// ---- deletion from a record at hand
+
+TEST_F(Streams, NoneIsDeletedOnAnAccessCategoryThatDoesNotExist)
+{
+    add_stream(a, {.bank = 1, .ac_idx = 0, .tid = 3});
+    for (const uint8_t ac_idx : Bytes{4, 5, 255}) {
+        EXPECT_TRUE(traces_at(
+            2,
+            "tspec_ts_rec_delete_tid:Failed to find tspec record for client 00:11:22:33:44:55 "
+            "with AC " +
+                std::to_string(ac_idx) + "\r\n",
+            [this, ac_idx] { tspec_rec_ts_delete_tid(clients()[0], ac_idx, 3); }));
+    }
+    restart();
+    add_stream(a, {.bank = 1, .ac_idx = 0, .tid = 3});
+    EXPECT_EQ(tspec_rec_ts_delete_tid(a, 4, 3), -1);
+    EXPECT_EQ(tspec_cb->ts_count, 1);
+}
+
 } // namespace

@@ -173,6 +173,8 @@ class Platform {
 
     // Files that can be opened for reading, by path.
     std::map<std::string, std::string> files;
+    // What one read of a file gives at most.
+    size_t file_piece = 1024;
     // Files that the daemon opened and has not closed.
     int open_files = 0;
 

@@ -41,7 +41,11 @@ int Platform::open(const char *path, int flags)
     Descriptor descriptor;
     descriptor.path = path;
     if (file != files.end()) {
-        descriptor.queue.push_back({.bytes = text_bytes(file->second), .error = 0});
+        const Bytes text = text_bytes(file->second);
+        for (size_t at = 0; at < text.size(); at += file_piece) {
+            descriptor.queue.push_back(
+                {.bytes = slice(text, at, std::min(file_piece, text.size() - at)), .error = 0});
+        }
     }
     const int fd = new_descriptor(std::move(descriptor));
     note(call + " = " + std::to_string(fd));

@@ -298,8 +298,6 @@ int __wrap_raise(int signal_number)
 {
     if (Platform *platform = Platform::active(); platform != nullptr) {
         platform->raised.push_back(std::to_string(signal_number));
-        // A sanitizer's handler would turn the signal into a report.
-        signal(signal_number, SIG_DFL);
     }
     return __real_raise(signal_number);
 }

@@ -34,11 +34,11 @@ std::uint16_t percent_to_units(std::uint16_t percent)
 int Daemon::acu_process(Bytes &msg, std::uint8_t ac_idx)
 {
     const char *name = "tspec_acu_process";
-    trace(1, text("%s:Entry\n", name));
+    trace(1, "%s:Entry\n", name);
     const std::size_t radio = radio_of(msg);
-    trace(1, text("%s:radio unit is %d\n", name, static_cast<int>(radio)));
+    trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
     const std::uint32_t util = get_wlan_util(radio == 0 ? "wlan0" : "wlan1");
-    trace(1, text("%s:wlan_util is %d\n", name, static_cast<int>(util)));
+    trace(1, "%s:wlan_util is %d\n", name, static_cast<int>(util));
     put_u32(msg, mapd_at::wlan_util, util);
     if (msg[mapd_at::cmd] == 1) {
         std::uint8_t result = 3;
@@ -60,16 +60,16 @@ int Daemon::acu_admission_req_recv(const Bytes &msg, std::uint8_t ac_idx, std::u
 {
     const char *name = "tspec_acu_admission_req_recv";
     if (ac_idx >= 4) {
-        trace(2, text("%s:Invalid input parameter\n", name));
+        trace(2, "%s:Invalid input parameter\n", name);
         return -1;
     }
     const std::uint32_t mt = medium_time_of(msg);
     const std::size_t radio = radio_of(msg);
     const RadioConfig &config = state_.config[radio];
-    trace(1, text("%s:radio unit is %d\n", name, static_cast<int>(radio)));
+    trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
     if (config.tspec_enabled != 0 && config.acm[ac_idx] != 0 && mt == 0 &&
         direction_of(msg) != downlink) {
-        trace(1, text("%s:Requested medium time is 0. Admit Result is %u\n", name, 1U));
+        trace(1, "%s:Requested medium time is 0. Admit Result is %u\n", name, 1U);
         result = 1;
         return 0;
     }
@@ -87,10 +87,11 @@ int Daemon::acu_admission_req_recv(const Bytes &msg, std::uint8_t ac_idx, std::u
                                std::int32_t{percent_to_units(config.fbt_limit_percent[ac_idx])};
     const auto admit_old = static_cast<std::uint16_t>(total - fbt);
     std::int32_t current = admit_old + delta;
-    trace(1, text("%s:radio_unit=%d,medium_time=%u,prev_medium_time=%u,limit=%d,current=%d,"
-                  "delta=%d,admit_old=%u,ac_index=%u,prev_ac_index=%u,ac_changed=%u\n",
-                  name, static_cast<int>(radio), mt, prev, limit, current, delta, admit_old, ac_idx,
-                  prev_ac, ac_changed));
+    trace(1,
+          "%s:radio_unit=%d,medium_time=%u,prev_medium_time=%u,limit=%d,current=%d,"
+          "delta=%d,admit_old=%u,ac_index=%u,prev_ac_index=%u,ac_changed=%u\n",
+          name, static_cast<int>(radio), mt, prev, limit, current, delta, admit_old, ac_idx,
+          prev_ac, ac_changed);
     current = std::max(current, 0);
     if (limit < current) {
         result = 3;
@@ -98,7 +99,7 @@ int Daemon::acu_admission_req_recv(const Bytes &msg, std::uint8_t ac_idx, std::u
         state_.admitted_med_time[radio][ac_idx] = static_cast<std::uint16_t>(current + fbt);
         result = 0;
     }
-    trace(1, text("%s:Admit Result is %u\n", name, result));
+    trace(1, "%s:Admit Result is %u\n", name, result);
     return 0;
 }
 
@@ -106,18 +107,19 @@ int Daemon::acu_deletion_req_recv(const Bytes &msg, std::uint8_t ac_idx)
 {
     const char *name = "tspec_acu_deletion_req_recv";
     if (ac_idx >= 4) {
-        trace(2, text("%s:Invalid input parameter\n", name));
+        trace(2, "%s:Invalid input parameter\n", name);
         return -1;
     }
     const std::uint32_t mt = medium_time_of(msg);
     const std::size_t radio = radio_of(msg);
-    trace(1, text("%s:radio unit is %d\n", name, static_cast<int>(radio)));
+    trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
     const std::uint16_t old = state_.admitted_med_time[radio][ac_idx];
     const std::int32_t current = old - static_cast<std::int32_t>(mt);
-    trace(1, text("%s:radio_unit=%d,medium_time=%u,prev_medium_time=%u,current=%d,admit_old=%u,"
-                  "ac_index=%u\n",
-                  name, static_cast<int>(radio), mt, u16_at(msg, mapd_at::prev_medium_time),
-                  current, old, ac_idx));
+    trace(1,
+          "%s:radio_unit=%d,medium_time=%u,prev_medium_time=%u,current=%d,admit_old=%u,"
+          "ac_index=%u\n",
+          name, static_cast<int>(radio), mt, u16_at(msg, mapd_at::prev_medium_time), current, old,
+          ac_idx);
     state_.admitted_med_time[radio][ac_idx] = static_cast<std::uint16_t>(std::max(current, 0));
     return 0;
 }
@@ -125,13 +127,13 @@ int Daemon::acu_deletion_req_recv(const Bytes &msg, std::uint8_t ac_idx)
 int Daemon::acu_ts_removal(std::uint8_t radio_unit, std::uint8_t ac_idx, std::uint16_t medium_time)
 {
     const char *name = "tspec_acu_ts_removal";
-    trace(1, text("%s:Entry\n", name));
+    trace(1, "%s:Entry\n", name);
     if (radio_unit >= 3 || ac_idx >= 4) {
-        trace(2, text("%s:Invalid input parameter\n", name));
+        trace(2, "%s:Invalid input parameter\n", name);
         return -1;
     }
-    trace(1, text("%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", name, radio_unit, ac_idx,
-                  medium_time));
+    trace(1, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", name, radio_unit, ac_idx,
+          medium_time);
     Bytes msg(mapd_at::size, 0);
     msg[mapd_at::radio_unit] = radio_unit;
     put_u16(msg, mapd_at::medium_time, medium_time);
@@ -141,19 +143,19 @@ int Daemon::acu_ts_removal(std::uint8_t radio_unit, std::uint8_t ac_idx, std::ui
 int Daemon::acu_fbt_ts_add(std::uint8_t radio_unit, std::uint8_t ac_idx, std::uint16_t medium_time)
 {
     const char *name = "tspec_acu_fbt_ts_add";
-    trace(1, text("%s:Entry\n", name));
+    trace(1, "%s:Entry\n", name);
     if (radio_unit >= 3 || (ac_idx != vi && ac_idx != vo)) {
-        trace(2, text("%s:Invalid input parameter\n", name));
+        trace(2, "%s:Invalid input parameter\n", name);
         return -1;
     }
-    trace(1, text("%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", name, radio_unit, ac_idx,
-                  medium_time));
+    trace(1, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", name, radio_unit, ac_idx,
+          medium_time);
     const std::size_t radio = radio_unit - 1U;
-    trace(1, text("%s:radio unit is %d\n", name, static_cast<int>(radio)));
+    trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
     std::uint16_t &fbt = state_.fbt_admitted_med_time[radio][ac_idx];
     std::uint16_t &total = state_.admitted_med_time[radio][ac_idx];
-    trace(1, text("%s:radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", name,
-                  static_cast<int>(radio), medium_time, fbt + medium_time, 0U, ac_idx));
+    trace(1, "%s:radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", name,
+          static_cast<int>(radio), medium_time, fbt + medium_time, 0U, ac_idx);
     fbt = static_cast<std::uint16_t>(fbt + medium_time);
     total = static_cast<std::uint16_t>(total + medium_time);
     return 0;
@@ -163,19 +165,19 @@ int Daemon::acu_fbt_ts_removal(std::uint8_t radio_unit, std::uint8_t ac_idx,
                                std::uint16_t medium_time)
 {
     const char *name = "tspec_acu_fbt_ts_removal";
-    trace(1, text("%s:Entry\n", name));
+    trace(1, "%s:Entry\n", name);
     if (radio_unit >= 3 || (ac_idx != vi && ac_idx != vo)) {
-        trace(2, text("%s:Invalid input parameter\n", name));
+        trace(2, "%s:Invalid input parameter\n", name);
         return -1;
     }
-    trace(1, text("%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", name, radio_unit, ac_idx,
-                  medium_time));
+    trace(1, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", name, radio_unit, ac_idx,
+          medium_time);
     const std::size_t radio = radio_unit - 1U;
-    trace(1, text("%s:radio unit is %d\n", name, static_cast<int>(radio)));
+    trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
     std::uint16_t &fbt = state_.fbt_admitted_med_time[radio][ac_idx];
     const int current = fbt - medium_time;
-    trace(1, text("%s:radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", name,
-                  static_cast<int>(radio), medium_time, current, fbt, ac_idx));
+    trace(1, "%s:radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", name,
+          static_cast<int>(radio), medium_time, current, fbt, ac_idx);
     fbt = static_cast<std::uint16_t>(std::max(current, 0));
     return 0;
 }
@@ -205,12 +207,12 @@ std::vector<std::string> lines_of(const std::string &content)
 std::uint32_t Daemon::get_wlan_util(const std::string &interface)
 {
     const char *ifname = interface.c_str();
-    trace(1, text("Getting dev stats for interface %s\n", ifname));
+    trace(1, "Getting dev stats for interface %s\n", ifname);
     const std::string path = text("/proc/net/ieee80211/%s/iface/%s", ifname, ifname);
     const std::optional<std::string> content = environment_.proc_file(path);
     emit(ProcFileOpened{path, content.has_value()});
     if (!content) {
-        trace(1, text("Unable to open file for  %s\n", ifname));
+        trace(1, "Unable to open file for  %s\n", ifname);
         return 0;
     }
     int util = 0;
@@ -224,7 +226,7 @@ std::uint32_t Daemon::get_wlan_util(const std::string &interface)
         }
         break;
     }
-    trace(1, text("%s:wlan_util is %d\n", "tspec_get_wlan_util", util));
+    trace(1, "%s:wlan_util is %d\n", "tspec_get_wlan_util", util);
     return static_cast<std::uint32_t>(util);
 }
 

@@ -9,10 +9,16 @@ std::string text(const char *format, ...)
 {
     std::va_list arguments;
     va_start(arguments, format);
+    std::string result = text_of(format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+std::string text_of(const char *format, std::va_list arguments)
+{
     std::va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    va_end(arguments);
     std::string result(static_cast<std::size_t>(length) + 1, '\0');
     std::vsnprintf(result.data(), result.size(), format, again);
     va_end(again);

@@ -7,6 +7,7 @@
 #define TSPEC_MODEL_BYTES_H
 
 #include <array>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -69,6 +70,7 @@ void copy_bytes(const From &from, std::size_t from_offset, To &to, std::size_t t
 
 /* printf into a string. */
 [[gnu::format(printf, 1, 2)]] std::string text(const char *format, ...);
+[[gnu::format(printf, 1, 0)]] std::string text_of(const char *format, std::va_list arguments);
 
 /* "00:1a:2b:3c:4d:5e" */
 std::string mac_text(const Mac &mac);

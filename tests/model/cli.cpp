@@ -81,22 +81,22 @@ void Daemon::cli_delete_tid(const Mac &mac, std::uint8_t tid)
     console(text("%s:%s,tid=%u\r\n", cli_name, mac_text(mac).c_str(), tid));
     Entry *entry = ts_rec_find_by_tid(mac, tid, 0);
     if (entry == nullptr) {
-        trace(0, text("\r\nTID %u does not exist for client ", 0U));
+        trace(0, "\r\nTID %u does not exist for client ", 0U);
         return;
     }
     if (old_ts_cleanup(*entry, 13) != 0) {
-        trace(0, text("\r\nError deleting TID %u for client ", 0U));
+        trace(0, "\r\nError deleting TID %u for client ", 0U);
     }
 }
 
 void Daemon::cli_disassoc_mode(std::uint8_t mode)
 {
     if (mode >= 2) {
-        trace(0, text("The disassociation mode is %u \r\n", state_.disassoc_mode));
+        trace(0, "The disassociation mode is %u \r\n", state_.disassoc_mode);
         return;
     }
     state_.disassoc_mode = mode;
-    trace(0, text("The disassociation mode has been set to %u \r\n", mode));
+    trace(0, "The disassociation mode has been set to %u \r\n", mode);
 }
 
 void Daemon::cli_show(std::uint8_t show_all)
@@ -116,12 +116,12 @@ void Daemon::cli_show(std::uint8_t show_all)
                         continue;
                     }
                     const unsigned priority = (entry.stored[element_at::ts_info + 1] & 0x38U) >> 3;
-                    trace(0, text("sta=%s %3s tid=%u ac=%u dir=%u prio=%u med_time=%-5u state=%u "
-                                  "inact=%-3u tok=%-3u excess_use=%-5u\r\n",
-                                  mac_text(client.sta_mac).c_str(), bank == 0 ? "Pri" : "Alt",
-                                  entry.tid, entry.ac_idx, entry.dir, priority, entry.medium_time(),
-                                  entry.state, entry.inactivity_timeout / 1000000, entry.aux_byte,
-                                  entry.excess_events));
+                    trace(0,
+                          "sta=%s %3s tid=%u ac=%u dir=%u prio=%u med_time=%-5u state=%u "
+                          "inact=%-3u tok=%-3u excess_use=%-5u\r\n",
+                          mac_text(client.sta_mac).c_str(), bank == 0 ? "Pri" : "Alt", entry.tid,
+                          entry.ac_idx, entry.dir, priority, entry.medium_time(), entry.state,
+                          entry.inactivity_timeout / 1000000, entry.aux_byte, entry.excess_events);
                     if (!entry.in_use()) {
                         continue;
                     }
@@ -133,8 +133,8 @@ void Daemon::cli_show(std::uint8_t show_all)
                 }
             }
         }
-        trace(0, text("TS Totals:  clients=%u voice=%u video=%u,best-effort=%u,background=%u\r\n",
-                      clients, streams[vo], streams[vi], streams[be], streams[bk]));
+        trace(0, "TS Totals:  clients=%u voice=%u video=%u,best-effort=%u,background=%u\r\n",
+              clients, streams[vo], streams[vi], streams[be], streams[bk]);
     }
     const auto current = [&](std::size_t radio, std::uint8_t ac) -> unsigned {
         return state_.admitted_med_time[radio][ac];
@@ -142,12 +142,12 @@ void Daemon::cli_show(std::uint8_t show_all)
     const auto limit = [&](std::size_t radio, std::uint8_t ac) -> unsigned {
         return percent_to_units(state_.config[radio].limit_percent[ac]);
     };
-    trace(0, text("Admit Current/Limit:  wlan0: vo=%u/%u vi=%u/%u be=%u/%u bk=%u/%u  wlan1: "
-                  "vo=%u/%u vi=%u/%u be=%u/%u bk=%u/%u\r\n",
-                  current(0, vo), limit(0, vo), current(0, vi), limit(0, vi), current(0, be),
-                  limit(0, be), current(0, bk), limit(0, bk), current(1, vo), limit(1, vo),
-                  current(1, vi), limit(1, vi), current(1, be), limit(1, be), current(1, bk),
-                  limit(1, bk)));
+    trace(0,
+          "Admit Current/Limit:  wlan0: vo=%u/%u vi=%u/%u be=%u/%u bk=%u/%u  wlan1: "
+          "vo=%u/%u vi=%u/%u be=%u/%u bk=%u/%u\r\n",
+          current(0, vo), limit(0, vo), current(0, vi), limit(0, vi), current(0, be), limit(0, be),
+          current(0, bk), limit(0, bk), current(1, vo), limit(1, vo), current(1, vi), limit(1, vi),
+          current(1, be), limit(1, be), current(1, bk), limit(1, bk));
 }
 
 } // namespace tspec::model

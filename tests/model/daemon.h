@@ -93,7 +93,8 @@ class Daemon {
 
     /* trace.cpp: console, packet dump, standard error */
     void console(const std::string &line);
-    void trace(std::uint32_t level, const std::string &line);
+    bool is_traced(std::uint32_t level) const;
+    [[gnu::format(printf, 3, 4)]] void trace(std::uint32_t level, const char *format, ...);
     void hex_ver_pkt_print(const Bytes &msg, std::uint32_t len);
     void print_error(const std::string &line, int error);
 

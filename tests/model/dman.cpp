@@ -6,15 +6,15 @@ namespace tspec::model {
 int Daemon::config_msg_process(const Bytes &msg, std::uint32_t len)
 {
     const char *name = "tspec_ts_config_msg_process";
-    trace(16, text("%s:Entry\r\n", name));
+    trace(16, "%s:Entry\r\n", name);
     if (len < config_at::size) {
-        trace(16, text("%s:Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n",
-                       name, 64, static_cast<int>(len)));
+        trace(16, "%s:Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n", name,
+              64, static_cast<int>(len));
         return 0;
     }
     const std::uint8_t radio_if = msg[config_at::radio_if];
     if (radio_if == 0 || radio_if > 2) {
-        trace(2, text("%s:Invalid radio_if parameter: %u\r\n", name, radio_if));
+        trace(2, "%s:Invalid radio_if parameter: %u\r\n", name, radio_if);
         return -1;
     }
     const auto low8 = [&](std::size_t offset) {
@@ -52,10 +52,10 @@ int Daemon::config_msg_process(const Bytes &msg, std::uint32_t len)
 int Daemon::violation_interval_process(const Bytes &msg, std::uint32_t len)
 {
     const char *name = "tspec_ts_config_violation_interval_process";
-    trace(16, text("%s:Entry\r\n", name));
+    trace(16, "%s:Entry\r\n", name);
     if (len < interval_at::size) {
-        trace(16, text("%s:Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n",
-                       name, 8, static_cast<int>(len)));
+        trace(16, "%s:Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n", name,
+              8, static_cast<int>(len));
         return 0;
     }
     state_.violation_interval = u32_at(msg, interval_at::interval);
@@ -90,8 +90,8 @@ int Daemon::dman_stats_msg(const std::string &command)
         cursor_next();
         return send_client_data();
     }
-    trace(2, text("%s:Error in status message DMAN, unknown command: %s\r\n",
-                  "tspec_process_dman_stats_msg", command.c_str()));
+    trace(2, "%s:Error in status message DMAN, unknown command: %s\r\n",
+          "tspec_process_dman_stats_msg", command.c_str());
     return -1;
 }
 
@@ -168,7 +168,7 @@ int Daemon::send_stats_text(const std::string &report, const char *name, const c
 {
     if (send_msg(dman_reply_port, with_nul(report)) != 0) {
         const int error = last_error_;
-        trace(2, text("%s:Error sending %s stats to dman.\n", name, subject));
+        trace(2, "%s:Error sending %s stats to dman.\n", name, subject);
         print_error(text("Error sending %s stats to dman.\n", subject), error);
         return -1;
     }
@@ -207,8 +207,8 @@ int Daemon::send_client_data()
     const Bytes bytes = stream ? with_nul(*stream) : Bytes{'e', 'n', 'd'};
     if (send_msg(dman_reply_port, bytes) != 0) {
         const int error = last_error_;
-        trace(2, text("%s:Error sending client TS message to dman.\n",
-                      "fill_and_send_tspec_client_data"));
+        trace(2, "%s:Error sending client TS message to dman.\n",
+              "fill_and_send_tspec_client_data");
         print_error("Error sending client TS message to dman.\n", error);
         return -1;
     }

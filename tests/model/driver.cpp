@@ -57,19 +57,19 @@ int Daemon::client_status_flags_get(const Mac &mac, std::uint8_t radio_unit, std
 {
     const char *name = "tspec_client_status_flags_get";
     if (radio_unit != 1 && radio_unit != 2) {
-        trace(2, text("%s:Parameter out of range - radio_unit=%u\r\n", name, radio_unit));
+        trace(2, "%s:Parameter out of range - radio_unit=%u\r\n", name, radio_unit);
         return -1;
     }
     const std::string interface = interface_name(radio_unit, vap);
     const DriverAnswer answer = environment_.driver_status(interface, mac);
     if (answer.kind == DriverAnswer::Kind::no_socket) {
-        trace(2, text("%s:Error opening socket - radio_unit=%u\r\n", name, radio_unit));
+        trace(2, "%s:Error opening socket - radio_unit=%u\r\n", name, radio_unit);
         return -1;
     }
     const bool failed = answer.kind == DriverAnswer::Kind::ioctl_error;
     emit(DriverQuery{interface, mac, failed ? answer.error : 0});
     if (failed) {
-        trace(2, text("%s:ioctl error - radio_unit=%u\r\n", name, radio_unit));
+        trace(2, "%s:ioctl error - radio_unit=%u\r\n", name, radio_unit);
         emit(DescriptorLeaked{});
         return -1;
     }

@@ -18,26 +18,27 @@ int Daemon::fbt_addts_req_process(const Bytes &msg)
     const std::uint8_t radio_unit = msg[hostapd_at::radio_unit];
     const std::uint8_t vap = msg[hostapd_at::vap];
     const Mac sta_mac = mac_at(msg, hostapd_at::sta_mac);
-    trace(4, text("%s: Ext. AC=%u TID=%u Dir=%u\r\n", name, ac_idx, tid, dir));
-    trace(4, text("%s:FBT ADDTS Request message\r\n", name));
+    trace(4, "%s: Ext. AC=%u TID=%u Dir=%u\r\n", name, ac_idx, tid, dir);
+    trace(4, "%s:FBT ADDTS Request message\r\n", name);
     if (!client_is_associated(sta_mac, radio_unit, vap)) {
-        trace(4, text("%s:Received FBT ADDTS request from unassociated client %s. "
-                      "Request ignored.\r\n",
-                      name, mac_text(sta_mac).c_str()));
+        trace(4,
+              "%s:Received FBT ADDTS request from unassociated client %s. "
+              "Request ignored.\r\n",
+              name, mac_text(sta_mac).c_str());
         return -1;
     }
     if (ts_rec_get(sta_mac, ac_idx) != nullptr) {
         sta_disassoc(msg);
     }
     if (state_.stream_count >= max_streams) {
-        trace(2, text("%s:MAX TS (%d) allowed per AP exceeded. Sending 'Refused' response.\r\n",
-                      name, 512));
+        trace(2, "%s:MAX TS (%d) allowed per AP exceeded. Sending 'Refused' response.\r\n", name,
+              512);
         return send_addts_reject(msg, ac_idx, 3);
     }
     Record *record = rec_add(sta_mac);
     if (record == nullptr) {
-        trace(2, text("%s:Failed to add tspec_rec to the database for client %s \r\n", name,
-                      mac_text(sta_mac).c_str()));
+        trace(2, "%s:Failed to add tspec_rec to the database for client %s \r\n", name,
+              mac_text(sta_mac).c_str());
         return -1;
     }
     state_.stream_count = static_cast<std::uint16_t>(state_.stream_count + 1);
@@ -71,8 +72,8 @@ void Daemon::fbt_ts_delete(const Bytes &msg, std::uint8_t ac_idx)
         return;
     }
     if (ts_rec_find_by_tid(sta_mac, msg[hostapd_at::tid], 0) == nullptr) {
-        trace(2, text("%s:Failed to get ts record for client %s\r\n", "tspec_fbt_ts_delete",
-                      mac_text(sta_mac).c_str()));
+        trace(2, "%s:Failed to get ts record for client %s\r\n", "tspec_fbt_ts_delete",
+              mac_text(sta_mac).c_str());
         return;
     }
     sta_disassoc(msg);

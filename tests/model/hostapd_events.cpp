@@ -25,10 +25,10 @@ void Daemon::release_fbt_time(const Entry &entry, std::uint8_t ac_idx)
 Daemon::Outcome Daemon::delts_request(const Request &request, Bytes &out)
 {
     const char *sta = request.sta_text.c_str();
-    trace(4, text("%s:DELTS Request Message\r\n", process_name));
+    trace(4, "%s:DELTS Request Message\r\n", process_name);
     Entry *entry = ts_rec_find_by_tid(request.sta_mac, request.tid, 0);
     if (entry == nullptr) {
-        trace(2, text("%s:Failed to get ts record for client %s\r\n", process_name, sta));
+        trace(2, "%s:Failed to get ts record for client %s\r\n", process_name, sta);
         return {Next::finish, -1};
     }
     out[mapd_at::cmd] = 3;
@@ -36,8 +36,8 @@ Daemon::Outcome Daemon::delts_request(const Request &request, Bytes &out)
     copy_bytes(request.msg, hostapd_at::ts_info, out, mapd_at::ts_info, 3);
     release_fbt_time(*entry, request.ac_idx);
     if (ts_rec_delete_tid(request.sta_mac, request.ac_idx, request.tid) != 0) {
-        trace(2, text("%s:Failed to delete tspec record for client %s TID %u\r\n", process_name,
-                      sta, request.tid));
+        trace(2, "%s:Failed to delete tspec record for client %s TID %u\r\n", process_name, sta,
+              request.tid);
         return {Next::finish, -1};
     }
     ts_status_update(request.ac_idx);
@@ -47,8 +47,8 @@ Daemon::Outcome Daemon::delts_request(const Request &request, Bytes &out)
 Daemon::Outcome Daemon::ts_inactive(const Request &request, Bytes &out)
 {
     const char *sta = request.sta_text.c_str();
-    trace(4, text("%s:Inactive TS message for client %s TID %u on AC %u\r\n", process_name, sta,
-                  request.tid, request.ac));
+    trace(4, "%s:Inactive TS message for client %s TID %u on AC %u\r\n", process_name, sta,
+          request.tid, request.ac);
     Entry *entry = ts_rec_find_by_tid(request.sta_mac, request.tid, 0);
     if (entry == nullptr) {
         return {Next::finish, -1};
@@ -66,14 +66,14 @@ Daemon::Outcome Daemon::ts_inactive(const Request &request, Bytes &out)
 
     int result = 0;
     if (send_hostapd_delts(*entry, request.radio_index) != 0) {
-        trace(2, text("%s:Error sending data to hostapd\n", process_name));
+        trace(2, "%s:Error sending data to hostapd\n", process_name);
         result = -1;
     }
     release_fbt_time(*entry, request.ac_idx);
     const Mac record_mac = record.sta_mac;
     if (ts_rec_delete_tid(record_mac, request.ac_idx, request.tid) != 0) {
-        trace(2, text("%s:Failed to delete tspec record for client %s on AC %u TID %u\r\n",
-                      process_name, sta, request.ac, request.tid));
+        trace(2, "%s:Failed to delete tspec record for client %s on AC %u TID %u\r\n", process_name,
+              sta, request.ac, request.tid);
         return {Next::leave, -1};
     }
     ts_status_update(request.ac_idx);
@@ -82,8 +82,8 @@ Daemon::Outcome Daemon::ts_inactive(const Request &request, Bytes &out)
 
 Daemon::Outcome Daemon::ts_exceed_time(const Request &request)
 {
-    trace(4, text("%s:TS Exceed Time message for client %s TID %u on AC %u\r\n", process_name,
-                  request.sta_text.c_str(), request.tid, request.ac));
+    trace(4, "%s:TS Exceed Time message for client %s TID %u on AC %u\r\n", process_name,
+          request.sta_text.c_str(), request.tid, request.ac);
     Entry *entry = ts_rec_find_by_tid(request.sta_mac, request.tid, 0);
     if (entry == nullptr) {
         return {Next::finish, -1};
@@ -94,8 +94,8 @@ Daemon::Outcome Daemon::ts_exceed_time(const Request &request)
 
 Daemon::Outcome Daemon::ts_unauth_traffic(const Request &request, Bytes &out)
 {
-    trace(4, text("%s:TS Unauthorized Traffic message for client %s on AC %u\r\n", process_name,
-                  request.sta_text.c_str(), request.ac));
+    trace(4, "%s:TS Unauthorized Traffic message for client %s on AC %u\r\n", process_name,
+          request.sta_text.c_str(), request.ac);
     out[mapd_at::cmd] = 7;
     return {Next::send, 0};
 }
@@ -105,8 +105,8 @@ int Daemon::sta_disassoc(const Bytes &msg)
     const Mac sta_mac = mac_at(msg, hostapd_at::sta_mac);
     const Mac vap_addr = mac_at(msg, hostapd_at::peer_addr2);
     const std::string sta = mac_text(sta_mac);
-    trace(4, text("%s:Entry - for client %s on VAP %s\r\n", disassoc_name, sta.c_str(),
-                  mac_text(vap_addr).c_str()));
+    trace(4, "%s:Entry - for client %s on VAP %s\r\n", disassoc_name, sta.c_str(),
+          mac_text(vap_addr).c_str());
     for (std::uint8_t ac_idx = 0; ac_idx < 4; ++ac_idx) {
         Record *record = ts_rec_get(sta_mac, ac_idx);
         if (record == nullptr || record->peer_addr2 != vap_addr) {
@@ -124,15 +124,15 @@ int Daemon::sta_disassoc(const Bytes &msg)
             }
         }
         if (ts_rec_delete(sta_mac, ac_idx) != 0) {
-            trace(2, text("%s:Failed to delete client %s TSPEC record on AC %u\r\n", disassoc_name,
-                          sta.c_str(), ac_idx));
+            trace(2, "%s:Failed to delete client %s TSPEC record on AC %u\r\n", disassoc_name,
+                  sta.c_str(), ac_idx);
         } else {
-            trace(4, text("%s:Deleted client %s TSPEC record on AC %u\r\n", disassoc_name,
-                          sta.c_str(), ac_idx));
+            trace(4, "%s:Deleted client %s TSPEC record on AC %u\r\n", disassoc_name, sta.c_str(),
+                  ac_idx);
         }
         ts_status_update(ac_idx);
     }
-    trace(4, text("%s:Exit\r\n", disassoc_name));
+    trace(4, "%s:Exit\r\n", disassoc_name);
     return 0;
 }
 

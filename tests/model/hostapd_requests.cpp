@@ -12,17 +12,16 @@ const std::uint8_t priority_to_ac[8] = {be, bk, bk, be, vi, vi, vo, vo};
 
 int Daemon::hostapd_exit(int result)
 {
-    trace(4, text("%s:Exit (rc=%d)\r\n", process_name, result));
+    trace(4, "%s:Exit (rc=%d)\r\n", process_name, result);
     return result;
 }
 
 int Daemon::hostapd_process(const Bytes &msg, std::uint32_t len)
 {
-    trace(4, text("%s:Entry\r\n", process_name));
+    trace(4, "%s:Entry\r\n", process_name);
     const std::uint8_t radio_unit = msg[hostapd_at::radio_unit];
     if (radio_unit == 0 || radio_unit >= 3) {
-        trace(2, text("%s:Error in message from hostapd, radio_unit=%u\r\n", process_name,
-                      radio_unit));
+        trace(2, "%s:Error in message from hostapd, radio_unit=%u\r\n", process_name, radio_unit);
         return hostapd_exit(-1);
     }
     hex_ver_pkt_print(msg, len);
@@ -42,16 +41,16 @@ int Daemon::hostapd_process(const Bytes &msg, std::uint32_t len)
     const std::uint8_t ac = priority_to_ac[(b1 & 0x38) >> 3];
     const std::uint8_t tid = msg[hostapd_at::tid];
     const Mac sta_mac = mac_at(msg, hostapd_at::sta_mac);
-    trace(4, text("%s: Ext. AC=%u TID=%u Dir=%u,tsinfo[0]=%x,tsinfo[1]=%x,tsinfo[2] is %x\r\n",
-                  process_name, ac, tid, dir, b0, b1, b2));
+    trace(4, "%s: Ext. AC=%u TID=%u Dir=%u,tsinfo[0]=%x,tsinfo[1]=%x,tsinfo[2] is %x\r\n",
+          process_name, ac, tid, dir, b0, b1, b2);
     if (tid != info_tid) {
-        trace(2, text("%s: hostapd msg TID %u differs from TSInfo TID %u\r\n", process_name, tid,
-                      info_tid));
+        trace(2, "%s: hostapd msg TID %u differs from TSInfo TID %u\r\n", process_name, tid,
+              info_tid);
     }
     const RadioConfig &config = state_.config[radio_unit - 1U];
     const bool needs_medium_time = config.tspec_enabled != 0 && config.acm[ac] != 0;
     if (!needs_medium_time) {
-        trace(4, text("%s:Accept TSPEC for AC %u and set medium time to 0\r\n", process_name, ac));
+        trace(4, "%s:Accept TSPEC for AC %u and set medium time to 0\r\n", process_name, ac);
     }
 
     const Request request{msg,
@@ -88,7 +87,7 @@ int Daemon::hostapd_process(const Bytes &msg, std::uint32_t len)
     }
     int result = outcome.result;
     if (send_to_acu(out, request.ac_idx, cmd) != 0) {
-        trace(2, text("%s:Failed to process TSPEC Request message", process_name));
+        trace(2, "%s:Failed to process TSPEC Request message", process_name);
         ts_rec_delete_tid(sta_mac, request.ac_idx, tid);
         result = -1;
     }
@@ -109,8 +108,8 @@ Daemon::Outcome Daemon::hostapd_branch(const Request &request, Bytes &out)
     case 7:
         return ts_unauth_traffic(request, out);
     case 9:
-        trace(4, text("%s:TS FBT ADDTS CMD for client %s on AC %u\r\n", process_name,
-                      request.sta_text.c_str(), request.ac));
+        trace(4, "%s:TS FBT ADDTS CMD for client %s on AC %u\r\n", process_name,
+              request.sta_text.c_str(), request.ac);
         fbt_addts_req_process(request.msg);
         return {Next::finish, 0};
     default:
@@ -140,11 +139,12 @@ Daemon::Outcome Daemon::addts_request(const Request &request, Bytes &out)
 {
     const Bytes &msg = request.msg;
     const char *sta = request.sta_text.c_str();
-    trace(4, text("%s:ADDTS Request message\r\n", process_name));
+    trace(4, "%s:ADDTS Request message\r\n", process_name);
     if (!client_is_associated(request.sta_mac, request.radio_unit, request.vap)) {
-        trace(4, text("%s:Received ADDTS request from unassociated client %s. "
-                      "Request ignored.\r\n",
-                      process_name, sta));
+        trace(4,
+              "%s:Received ADDTS request from unassociated client %s. "
+              "Request ignored.\r\n",
+              process_name, sta);
         return {Next::leave, -1};
     }
     fbt_ts_delete(msg, request.ac_idx);
@@ -152,28 +152,31 @@ Daemon::Outcome Daemon::addts_request(const Request &request, Bytes &out)
     Entry *existing = ts_rec_find_by_tid(request.sta_mac, request.tid, 0);
     if (existing != nullptr && existing->ac_idx != request.ac_idx) {
         if (existing->state != entry_pending) {
-            trace(4, text("%s:Received ADDTS request for existing TID %u but different ac_idx %u "
-                          "(current ac_idx %u). Sending 'Invalid Parameters' response.\r\n",
-                          process_name, request.tid, request.ac_idx, existing->ac_idx));
+            trace(4,
+                  "%s:Received ADDTS request for existing TID %u but different ac_idx %u "
+                  "(current ac_idx %u). Sending 'Invalid Parameters' response.\r\n",
+                  process_name, request.tid, request.ac_idx, existing->ac_idx);
             return {Next::leave, send_addts_reject(msg, request.ac_idx, 1)};
         }
-        trace(4, text("%s:Received ADDTS request while one currently pending for same TID %u but "
-                      "different ac_idx %u. Request ignored.\r\n",
-                      process_name, request.tid, existing->ac_idx));
+        trace(4,
+              "%s:Received ADDTS request while one currently pending for same TID %u but "
+              "different ac_idx %u. Request ignored.\r\n",
+              process_name, request.tid, existing->ac_idx);
         return {Next::leave, -1};
     }
 
     std::uint16_t medium_time = 0;
     if (request.needs_medium_time && medium_time_calc(request, medium_time) != 0) {
-        trace(4, text("%s:Failed to calculate ADDTS medium time for TID %u on client %s. "
-                      "Sending 'Refused' response.\r\n",
-                      process_name, request.tid, sta));
+        trace(4,
+              "%s:Failed to calculate ADDTS medium time for TID %u on client %s. "
+              "Sending 'Refused' response.\r\n",
+              process_name, request.tid, sta);
         return {Next::leave, send_addts_reject(msg, request.ac_idx, 3)};
     }
 
     const auto refuse_for_number = [&]() -> Outcome {
-        trace(2, text("%s:MAX TS (%d) allowed per AP exceeded. Sending 'Refused' response.\r\n",
-                      process_name, 512));
+        trace(2, "%s:MAX TS (%d) allowed per AP exceeded. Sending 'Refused' response.\r\n",
+              process_name, 512);
         return {Next::leave, send_addts_reject(msg, request.ac_idx, 3)};
     };
     Record *record = ts_rec_get(request.sta_mac, request.ac_idx);
@@ -183,8 +186,8 @@ Daemon::Outcome Daemon::addts_request(const Request &request, Bytes &out)
         }
         record = rec_add(request.sta_mac);
         if (record == nullptr) {
-            trace(2, text("%s:Failed to add tspec_rec to the database for client %s \r\n",
-                          process_name, sta));
+            trace(2, "%s:Failed to add tspec_rec to the database for client %s \r\n", process_name,
+                  sta);
             return {Next::leave, -1};
         }
     }
@@ -193,9 +196,10 @@ Daemon::Outcome Daemon::addts_request(const Request &request, Bytes &out)
     std::uint32_t prev = 0;
     std::uint8_t prev_ac = 0;
     if (entry.state == entry_pending) {
-        trace(2, text("%s:Received an ADDTS request for client %s on ac %uwhile one is currently "
-                      "pending. Request ignored.\r\n",
-                      process_name, sta, request.ac_idx));
+        trace(2,
+              "%s:Received an ADDTS request for client %s on ac %uwhile one is currently "
+              "pending. Request ignored.\r\n",
+              process_name, sta, request.ac_idx);
         return {Next::leave, -1};
     }
     if (entry.state == entry_admitted) {

@@ -35,11 +35,10 @@ int Daemon::send_addts_reject(const Bytes &request, std::uint8_t ac_idx, std::ui
     ap_statistics_update(ac_idx, mac_at(reply, hostapd_at::sta_mac), 2,
                          static_cast<std::uint8_t>(code));
     if (send_msg(hostapd_port, reply) != 0) {
-        trace(4, text("%s:Error sending data to hostapd.\n", name));
+        trace(4, "%s:Error sending data to hostapd.\n", name);
         return -1;
     }
-    trace(4, text("%s: Sent cmd %u message to hostapd socket id %d\r\n", name, 2U,
-                  settings_.udp_socket));
+    trace(4, "%s: Sent cmd %u message to hostapd socket id %d\r\n", name, 2U, settings_.udp_socket);
     return 0;
 }
 
@@ -67,8 +66,8 @@ int Daemon::send_hostapd_delts(const Entry &entry, std::size_t radio_index)
         print_error("Error sending data to hostapd.\n", last_error_);
         return -1;
     }
-    trace(4, text("%s: Sent cmd %u message to hostapd socket id %d\r\n",
-                  "tspec_build_and_send_hostapd_delts_msg", 5U, settings_.udp_socket));
+    trace(4, "%s: Sent cmd %u message to hostapd socket id %d\r\n",
+          "tspec_build_and_send_hostapd_delts_msg", 5U, settings_.udp_socket);
     return 0;
 }
 
@@ -99,11 +98,12 @@ int Daemon::send_to_acu(Bytes &msg, std::uint8_t ac_idx, std::uint8_t cmd)
             print_error("Error sending data to mapd.\n", last_error_);
             return -1;
         }
-        trace(4, text("%s: Sent cmd %u message to mapd socket id %d for TID %u (medium time %u, "
-                      "prev medium time %u)\r\n",
-                      "tspec_msg_send_to_acu", cmd, settings_.udp_socket,
-                      (msg[mapd_at::ts_info] & 0x1eU) >> 1, u16_at(msg, mapd_at::medium_time),
-                      u16_at(msg, mapd_at::prev_medium_time)));
+        trace(4,
+              "%s: Sent cmd %u message to mapd socket id %d for TID %u (medium time %u, "
+              "prev medium time %u)\r\n",
+              "tspec_msg_send_to_acu", cmd, settings_.udp_socket,
+              (msg[mapd_at::ts_info] & 0x1eU) >> 1, u16_at(msg, mapd_at::medium_time),
+              u16_at(msg, mapd_at::prev_medium_time));
         return 0;
     }
     const int result =

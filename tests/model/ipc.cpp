@@ -23,21 +23,21 @@ int Daemon::send_receive_frame_duration(const Bytes &query, Bytes &answer)
     const char *name = "tspec_send_receive_other_process";
     const FrameAnswer reaction = environment_.frame_duration(query);
     if (reaction.kind == FrameAnswer::Kind::no_socket) {
-        trace(2, text("%s: socket call failed\n", name));
+        trace(2, "%s: socket call failed\n", name);
         return -1;
     }
     if (reaction.kind == FrameAnswer::Kind::bind_error) {
-        trace(2, text("%s: failed - %d\n", name, reaction.error));
+        trace(2, "%s: failed - %d\n", name, reaction.error);
         return -1;
     }
     if (reaction.kind == FrameAnswer::Kind::send_error) {
         emit(Sent{frame_answer_port, hostapd_port, query, reaction.error});
-        trace(2, text("%s: Error sending data to process port %d.\n", name, hostapd_port));
+        trace(2, "%s: Error sending data to process port %d.\n", name, hostapd_port);
         return -1;
     }
     emit(Sent{frame_answer_port, hostapd_port, query, 0});
     if (reaction.kind == FrameAnswer::Kind::wait_error) {
-        trace(2, text("%s:Rx error\n", name));
+        trace(2, "%s:Rx error\n", name);
         return -1;
     }
     const unsigned waited = reaction.kind == FrameAnswer::Kind::silence ? 2 : reaction.seconds;
@@ -46,7 +46,7 @@ int Daemon::send_receive_frame_duration(const Bytes &query, Bytes &answer)
         time_ += waited;
     }
     if (reaction.kind == FrameAnswer::Kind::silence) {
-        trace(2, text("%s:Rx timeout\n", name));
+        trace(2, "%s:Rx timeout\n", name);
         return -1;
     }
     int received = -1;
@@ -56,7 +56,7 @@ int Daemon::send_receive_frame_duration(const Bytes &query, Bytes &answer)
         received = static_cast<int>(length);
     }
     if (received < 1) {
-        trace(2, text("%s: Error receiving data from process port %d.\n", name, frame_answer_port));
+        trace(2, "%s: Error receiving data from process port %d.\n", name, frame_answer_port);
     }
     return received;
 }

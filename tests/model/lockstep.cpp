@@ -25,7 +25,7 @@ constexpr std::uint32_t start_seconds = 1'700'000'000;
 class Lockstep::Both {
   public:
     explicit Both(const Start &start)
-        : daemon(world, model::Settings{3, start_seconds, start.console_opens}), ap(options())
+        : daemon(world, model::Settings{3, start_seconds, start.console_opens}), ap(options(start))
     {
         if (!start.console_opens) {
             ap.driver().fail_console(ENXIO);
@@ -36,10 +36,11 @@ class Lockstep::Both {
         descriptors = sim::open_descriptors(ap.pid()).size();
     }
 
-    static sim::Options options()
+    static sim::Options options(const Start &start)
     {
         sim::Options chosen;
         chosen.start_time = sim::Time{std::chrono::seconds(start_seconds)};
+        chosen.own_group = start.own_group;
         return chosen;
     }
 
@@ -94,7 +95,11 @@ class Lockstep::Both {
         if (deliver.udp) {
             /* From a port of its own: a passing one might be the port that the
              * daemon needs for its frame-duration query. */
-            ap.hostapd().send(*deliver.udp);
+            if (ap.hostapd().is_on() || !ap.mapd().is_on()) {
+                ap.hostapd().send(*deliver.udp);
+            } else {
+                ap.mapd().send(*deliver.udp);
+            }
         }
         if (deliver.dman) {
             ap.send_dman(*deliver.dman);
@@ -228,6 +233,30 @@ class Lockstep::Both {
         }
     }
 
+    void apply(const PeerIs &peer)
+    {
+        world.set(peer);
+        sim::UdpPeer &neighbour = neighbour_of(peer.who);
+        if (peer.on) {
+            neighbour.turn_on();
+        } else {
+            neighbour.turn_off();
+        }
+    }
+
+    sim::UdpPeer &neighbour_of(Neighbour who)
+    {
+        switch (who) {
+        case Neighbour::hostapd:
+            return ap.hostapd();
+        case Neighbour::mapd:
+            return ap.mapd();
+        case Neighbour::dman:
+            break;
+        }
+        return ap.dman();
+    }
+
     World world;
     model::Daemon daemon;
     sim::AccessPoint ap;
@@ -275,6 +304,21 @@ std::optional<std::string> Lockstep::play_read_error(const Deliver &deliver, int
     both_->expected.insert(both_->expected.end(), after.begin(), after.end());
     both_->send(deliver);
     return both_->compare();
+}
+
+void Lockstep::forget()
+{
+    both_->ap.forget();
+}
+
+int Lockstep::pid() const
+{
+    return both_->ap.pid();
+}
+
+std::size_t Lockstep::descriptors() const
+{
+    return both_->descriptors;
 }
 
 std::optional<std::string> Lockstep::check_descriptors()

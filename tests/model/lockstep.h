@@ -16,6 +16,8 @@ namespace tspec::lockstep {
 
 struct Start {
     bool console_opens = true;
+    /* A signal from the terminal does not reach the daemon. */
+    bool own_group = false;
 };
 
 class Lockstep {
@@ -27,6 +29,17 @@ class Lockstep {
 
     /* Nothing when both did the same, else what differs. */
     std::optional<std::string> play(const Step &step);
+
+    /* Drops the simulator's record of what happened so far, so that a run of any
+     * length fits into memory. */
+    void forget();
+
+    /* Of the daemon, 0 once it has ended. */
+    int pid() const;
+
+    /* Descriptors that the daemon should hold: those of its start, the console
+     * and what failed queries have left open. */
+    std::size_t descriptors() const;
 
     /* Descriptors that the daemon holds against those that it should. */
     std::optional<std::string> check_descriptors();

@@ -26,20 +26,19 @@ void pending_reset(Entry &entry)
 
 int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
 {
-    trace(8, text("%s:Entry\r\n", process_name));
+    trace(8, "%s:Entry\r\n", process_name);
     if (msg[mapd_at::msg_type] != 4) {
-        trace(2, text("%s:Invalid message type %u\r\n", process_name, msg[mapd_at::msg_type]));
+        trace(2, "%s:Invalid message type %u\r\n", process_name, msg[mapd_at::msg_type]);
         return -1;
     }
     if (len != mapd_at::size) {
-        trace(2, text("%s:Error in message from MAPD, length mismatch: exp=%d act=%d\r\n",
-                      process_name, 120, static_cast<int>(len)));
+        trace(2, "%s:Error in message from MAPD, length mismatch: exp=%d act=%d\r\n", process_name,
+              120, static_cast<int>(len));
         return -1;
     }
     const std::uint8_t radio_unit = msg[mapd_at::radio_unit];
     if (radio_unit == 0 || radio_unit > 2) {
-        trace(2,
-              text("%s:Error in message from MAPD, radio_unit=%u\r\n", process_name, radio_unit));
+        trace(2, "%s:Error in message from MAPD, radio_unit=%u\r\n", process_name, radio_unit);
         return -1;
     }
     const Mac sta_mac = mac_at(msg, mapd_at::sta_mac);
@@ -48,17 +47,15 @@ int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
     const std::uint8_t ac = msg[mapd_at::ac_idx];
     const std::uint8_t tid = (msg[mapd_at::ts_info] & 0x1e) >> 1;
     const std::uint8_t dir = (msg[mapd_at::ts_info] & 0x60) >> 5;
-    trace(8,
-          text("%s: Client=%s AC=%u TID=%u Dir=%u\r\n", process_name, sta.c_str(), ac, tid, dir));
+    trace(8, "%s: Client=%s AC=%u TID=%u Dir=%u\r\n", process_name, sta.c_str(), ac, tid, dir);
     const std::uint8_t ac_idx = ac < 4 ? ac : 4;
     if (ac_idx >= 4) {
-        trace(2, text("%s:Invalid AC %u (mapped to ac_idx %u)\r\n", process_name, ac, ac_idx));
+        trace(2, "%s:Invalid AC %u (mapped to ac_idx %u)\r\n", process_name, ac, ac_idx);
         return -1;
     }
     Record *client = ts_rec_get(sta_mac, ac_idx);
     if (client == nullptr) {
-        trace(2, text("%s:No TS record found for client %s on AC %u\n", process_name, sta.c_str(),
-                      ac));
+        trace(2, "%s:No TS record found for client %s on AC %u\n", process_name, sta.c_str(), ac);
         return -1;
     }
     Entry *entry = ts_rec_find_by_tid(sta_mac, tid, 0);
@@ -66,8 +63,8 @@ int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
         entry = ts_rec_find_by_tid(sta_mac, tid, 1);
     }
     if (entry == nullptr || entry->ac_idx != ac_idx) {
-        trace(2, text("%s:No TS info record found for client %s AC %u TID %u\n", process_name,
-                      sta.c_str(), ac, tid));
+        trace(2, "%s:No TS info record found for client %s AC %u TID %u\n", process_name,
+              sta.c_str(), ac, tid);
         return -1;
     }
 
@@ -97,36 +94,37 @@ int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
         reply[hostapd_at::aux_byte] = entry->pend_aux_byte;
         put_mac(reply, hostapd_at::aux_addr, entry->pend_aux_addr);
         if (result_code == 0) {
-            trace(8, text("%s:ADDTS Response: Success\r\n", process_name));
+            trace(8, "%s:ADDTS Response: Success\r\n", process_name);
             if (mapd_old_ts_removal(*client, ac_idx, tid) != 0) {
-                trace(8, text("%s:Problem cleaning up old TS(s) for TID %u on client %s AC %u\r\n",
-                              process_name, tid, sta.c_str(), ac));
+                trace(8, "%s:Problem cleaning up old TS(s) for TID %u on client %s AC %u\r\n",
+                      process_name, tid, sta.c_str(), ac);
             }
             if (entry->in_use()) {
                 admit(*entry, msg, ac_idx, reply);
             }
         } else {
-            trace(8, text("%s:ADDTS Response: TSPEC rejected by admission control with result "
-                          "code %u for client %s TID %u on AC %u\r\n",
-                          process_name, result_code, sta.c_str(), tid, ac));
+            trace(8,
+                  "%s:ADDTS Response: TSPEC rejected by admission control with result "
+                  "code %u for client %s TID %u on AC %u\r\n",
+                  process_name, result_code, sta.c_str(), tid, ac);
             to_delete = entry->state == entry_pending;
         }
     } else if (cmd == 5) {
-        trace(8, text("%s:DELTS message\r\n", process_name));
+        trace(8, "%s:DELTS message\r\n", process_name);
         put_mac(reply, hostapd_at::aux_addr, entry->aux_addr);
         reply[hostapd_at::aux_byte] = 0;
         reply[hostapd_at::aux_flag] = 0;
         to_delete = true;
     } else {
-        trace(8, text("%s:Invalid command: %u\r\n", process_name, cmd));
+        trace(8, "%s:Invalid command: %u\r\n", process_name, cmd);
         return -1;
     }
 
     int result = 0;
     if (to_delete) {
         if (ts_rec_delete_tid(sta_mac, ac_idx, tid) != 0) {
-            trace(8, text("%s:Unable to delete tspec record for client %s, TID %u\n", process_name,
-                          sta.c_str(), tid));
+            trace(8, "%s:Unable to delete tspec record for client %s, TID %u\n", process_name,
+                  sta.c_str(), tid);
             result = -1;
         }
         ts_status_update(ac_idx);
@@ -134,12 +132,12 @@ int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
     ap_statistics_update(ac_idx, sta_mac, cmd, result_code);
     if (result_code < 4 && send_msg(hostapd_port, reply) != 0) {
         const int error = last_error_;
-        trace(8, text("%s:Error sending data to hostapd.\n", process_name));
+        trace(8, "%s:Error sending data to hostapd.\n", process_name);
         ts_rec_delete_tid(sta_mac, ac_idx, tid);
         print_error("Error sending data to hostapd.\n", error);
         return -1;
     }
-    trace(8, text("%s:Exit\r\n", process_name));
+    trace(8, "%s:Exit\r\n", process_name);
     return result;
 }
 
@@ -147,8 +145,8 @@ void Daemon::admit(Entry &entry, const Bytes &msg, std::uint8_t ac_idx, Bytes &r
 {
     const std::uint8_t tid = (msg[mapd_at::ts_info] & 0x1e) >> 1;
     const std::uint8_t dir = (msg[mapd_at::ts_info] & 0x60) >> 5;
-    trace(8, text("%s:TS Admitted for AC %u TID %u Dir %u, med_time=%u\r\n", process_name,
-                  msg[mapd_at::ac_idx], tid, dir, u16_at(msg, mapd_at::medium_time)));
+    trace(8, "%s:TS Admitted for AC %u TID %u Dir %u, med_time=%u\r\n", process_name,
+          msg[mapd_at::ac_idx], tid, dir, u16_at(msg, mapd_at::medium_time));
     entry.aux_byte = entry.pend_aux_byte;
     entry.aux_addr = entry.pend_aux_addr;
     pending_reset(entry);
@@ -175,10 +173,11 @@ int Daemon::mapd_old_ts_removal(Record &client, std::uint8_t ac_new, std::uint8_
                 continue;
             }
             std::uint32_t flags = 0;
-            trace(64, text("%s: ts_type=%u, ac=%u, ac_new=%u, state=%u, prev_tid=%u, pend_tid=%u, "
-                           "tid_new=%u, prev_dir=%u, pend_dir=%u\r\n",
-                           removal_name, bank, ac, ac_new, entry.state, entry.tid, entry.pend_tid,
-                           tid_new, entry.dir, entry.pend_dir));
+            trace(64,
+                  "%s: ts_type=%u, ac=%u, ac_new=%u, state=%u, prev_tid=%u, pend_tid=%u, "
+                  "tid_new=%u, prev_dir=%u, pend_dir=%u\r\n",
+                  removal_name, bank, ac, ac_new, entry.state, entry.tid, entry.pend_tid, tid_new,
+                  entry.dir, entry.pend_dir);
             if (ac == ac_new) {
                 if (entry.pend_tid == tid_new) {
                     if (entry.tid != tid_new) {
@@ -189,9 +188,10 @@ int Daemon::mapd_old_ts_removal(Record &client, std::uint8_t ac_new, std::uint8_
                         alternate.in_use()) {
                         if (old_ts_cleanup(alternate, tell_hostapd | tell_mapd_without_time |
                                                           delete_entry) != 0) {
-                            trace(8, text("%s:Problem cleaning up alternate TS for TID %u on AC "
-                                          "%u\r\n",
-                                          removal_name, alternate.tid, ac));
+                            trace(8,
+                                  "%s:Problem cleaning up alternate TS for TID %u on AC "
+                                  "%u\r\n",
+                                  removal_name, alternate.tid, ac);
                         }
                     }
                 }
@@ -199,8 +199,8 @@ int Daemon::mapd_old_ts_removal(Record &client, std::uint8_t ac_new, std::uint8_
                 flags = tell_hostapd | tell_mapd_with_time | delete_entry;
             }
             if (flags != 0 && old_ts_cleanup(entry, flags) != 0) {
-                trace(8, text("%s:Problem cleaning up old TS for TID %u on AC %u, flags=0x%x\r\n",
-                              removal_name, entry.tid, ac, flags));
+                trace(8, "%s:Problem cleaning up old TS for TID %u on AC %u, flags=0x%x\r\n",
+                      removal_name, entry.tid, ac, flags);
             }
         }
     }
@@ -217,12 +217,11 @@ int Daemon::old_ts_cleanup(Entry &entry, std::uint32_t flags)
     const Mac sta_mac = entry.owner->sta_mac;
     const std::size_t radio_index = entry.owner->radio_unit - 1U;
     int result = 0;
-    trace(8, text("%s:Removing AC=%u TID=%u Dir=%u for client %s, med_time=%u flags=0x%x\r\n",
-                  cleanup_name, ac, tid, entry.dir, mac_text(sta_mac).c_str(), entry.medium_time(),
-                  flags));
+    trace(8, "%s:Removing AC=%u TID=%u Dir=%u for client %s, med_time=%u flags=0x%x\r\n",
+          cleanup_name, ac, tid, entry.dir, mac_text(sta_mac).c_str(), entry.medium_time(), flags);
     if ((flags & tell_hostapd) != 0 && send_hostapd_delts(entry, radio_index) != 0) {
-        trace(2, text("%s:Error sending DELTS to hostapd for TID %u on AC %u\r\n", cleanup_name,
-                      tid, ac));
+        trace(2, "%s:Error sending DELTS to hostapd for TID %u on AC %u\r\n", cleanup_name, tid,
+              ac);
         result = -1;
     }
     if ((flags & (tell_mapd_without_time | tell_mapd_with_time)) != 0) {
@@ -230,20 +229,19 @@ int Daemon::old_ts_cleanup(Entry &entry, std::uint32_t flags)
             entry.set_medium_time(0);
         }
         if (send_mapd_delts(entry, ac) != 0) {
-            trace(2, text("%s:Error sending DELTS to hostapd for TID %u on AC %u\r\n", cleanup_name,
-                          tid, ac));
+            trace(2, "%s:Error sending DELTS to hostapd for TID %u on AC %u\r\n", cleanup_name, tid,
+                  ac);
             result = -1;
         }
     }
     if ((flags & delete_entry) != 0) {
         if (ts_rec_delete_tid(sta_mac, ac, tid) != 0) {
-            trace(2, text("%s:Unable to delete old tspec record for TID %u on AC %u\r\n",
-                          cleanup_name, tid, ac));
+            trace(2, "%s:Unable to delete old tspec record for TID %u on AC %u\r\n", cleanup_name,
+                  tid, ac);
             result = -1;
         } else {
             ts_status_update(ac);
-            trace(8, text("%s:Deleted old tspec record for TID %u on AC %u\r\n", cleanup_name, tid,
-                          ac));
+            trace(8, "%s:Deleted old tspec record for TID %u on AC %u\r\n", cleanup_name, tid, ac);
         }
     }
     return result;

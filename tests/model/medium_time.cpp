@@ -27,8 +27,8 @@ int Daemon::medium_time_calc(const Request &request, std::uint16_t &medium_time)
 
     Bytes answer(frame_answer_at::size, 0);
     if (send_receive_frame_duration(query, answer) < 0 || answer[frame_answer_at::marker] != 0x24) {
-        trace(2, text("%s: Error receiving frame duration from port %d.\n",
-                      "tspec_ts_medium_time_calc", frame_answer_port));
+        trace(2, "%s: Error receiving frame duration from port %d.\n", "tspec_ts_medium_time_calc",
+              frame_answer_port);
         return -1;
     }
 
@@ -42,9 +42,10 @@ int Daemon::medium_time_calc(const Request &request, std::uint16_t &medium_time)
     }
     med >>= 5;
     medium_time = static_cast<std::uint16_t>(med >= 65536 ? 65535 : med);
-    trace(1, text("MED_CALC: nom_msdu=%u mean_dr=%u min_phy=%u pps=%u dur=%u med_time=%u "
-                  "med_time_result=%u\r\n",
-                  nom_msdu, mean_rate, min_phy, pps, duration, med, medium_time));
+    trace(1,
+          "MED_CALC: nom_msdu=%u mean_dr=%u min_phy=%u pps=%u dur=%u med_time=%u "
+          "med_time_result=%u\r\n",
+          nom_msdu, mean_rate, min_phy, pps, duration, med, medium_time);
     return 0;
 }
 

@@ -6,35 +6,34 @@ namespace tspec::model {
 int Daemon::mapd_direct_process(const Bytes &msg, std::uint32_t len)
 {
     const char *name = "tspec_mapd_direct_process";
-    trace(1, text("%s:Entry\r\n", name));
+    trace(1, "%s:Entry\r\n", name);
     if (msg[0] != 6) {
-        trace(2, text("%s:Invalid message type %u\r\n", name, msg[0]));
+        trace(2, "%s:Invalid message type %u\r\n", name, msg[0]);
         return -1;
     }
     if (len != direct_at::size) {
-        trace(2,
-              text("%s:Error in TSPEC direct message from MAPD, length mismatch: exp=%d act=%d\r\n",
-                   name, 3, static_cast<int>(len)));
+        trace(2, "%s:Error in TSPEC direct message from MAPD, length mismatch: exp=%d act=%d\r\n",
+              name, 3, static_cast<int>(len));
         return -1;
     }
     int result = 0;
     const std::uint8_t mode = msg[direct_at::managed_mode];
     if (msg[direct_at::cmd] != 1) {
-        trace(1, text("%s:Invalid command type %u\r\n", name, msg[direct_at::cmd]));
+        trace(1, "%s:Invalid command type %u\r\n", name, msg[direct_at::cmd]);
         result = -1;
     } else {
-        trace(1, text("%s:AP State message\r\n", name));
+        trace(1, "%s:AP State message\r\n", name);
         if (mode == 0 || mode == 1) {
             state_.ap_state = static_cast<std::uint8_t>(mode + 1);
-            trace(1, text("%s:Changed TSPEC ap_state to %u\r\n", name, state_.ap_state));
+            trace(1, "%s:Changed TSPEC ap_state to %u\r\n", name, state_.ap_state);
             state_.last_violation_report = time_;
         } else {
-            trace(2, text("%s:Error in AP State direct message from MAPD, managed_mode=%u\r\n",
-                          name, mode));
+            trace(2, "%s:Error in AP State direct message from MAPD, managed_mode=%u\r\n", name,
+                  mode);
             result = -1;
         }
     }
-    trace(1, text("%s:Exit (rc=%d)\r\n", name, result));
+    trace(1, "%s:Exit (rc=%d)\r\n", name, result);
     return result;
 }
 
@@ -174,15 +173,17 @@ void Daemon::mapd_status_update_msg_send()
         }
         if (send_msg(mapd_port, status_message(ac, area, state_.ac_totals[ac])) != 0) {
             print_error("Error sending TSPEC Status message to mapd.\n", last_error_);
-            trace(1, text("%s: Error sending TSPEC Status cmd %u message to mapd socket id %d for "
-                          "internal AC %u\r\n",
-                          name, 1U, settings_.udp_socket, ac));
+            trace(1,
+                  "%s: Error sending TSPEC Status cmd %u message to mapd socket id %d for "
+                  "internal AC %u\r\n",
+                  name, 1U, settings_.udp_socket, ac);
             continue;
         }
         area.changed = 0;
-        trace(1, text("%s: Sent TSPEC Status cmd %u message to mapd socket id %d for internal AC "
-                      "%u\r\n",
-                      name, 1U, settings_.udp_socket, ac));
+        trace(1,
+              "%s: Sent TSPEC Status cmd %u message to mapd socket id %d for internal AC "
+              "%u\r\n",
+              name, 1U, settings_.udp_socket, ac);
     }
 }
 

@@ -97,6 +97,11 @@ struct StepDescriber {
     {
         return text("operator's tool is %s", tool.on ? "on" : "off");
     }
+    std::string operator()(const PeerIs &peer) const
+    {
+        const char *const names[] = {"hostapd", "mapd", "dman"};
+        return text("%s %s", names[static_cast<int>(peer.who)], peer.on ? "comes" : "goes");
+    }
 };
 
 } // namespace

@@ -72,13 +72,6 @@ struct SendsAreShort {
     unsigned times = 1;
 };
 
-/* A sanitizer's runtime keeps allocations to itself. */
-#ifdef TSPEC_MODEL_SANITIZED
-inline constexpr bool memory_can_fail = false;
-#else
-inline constexpr bool memory_can_fail = true;
-#endif
-
 struct NothingFails {};
 
 enum class TrapState { absent, no_reader, reader, full, directory };
@@ -91,8 +84,17 @@ struct ToolIs {
     bool on;
 };
 
+/* Whether a peer has its socket. Without it, what the daemon sends there is lost,
+ * and hostapd answers no frame-duration query. */
+enum class Neighbour { hostapd, mapd, dman };
+
+struct PeerIs {
+    Neighbour who;
+    bool on;
+};
+
 using Step = std::variant<Deliver, Advance, StepClock, StationIs, ProcFileIs, FrameAnswerIs,
-                          CallsFail, SendsAreShort, NothingFails, TrapIs, ToolIs>;
+                          CallsFail, SendsAreShort, NothingFails, TrapIs, ToolIs, PeerIs>;
 using Steps = std::vector<Step>;
 
 /* A step for people: datagrams decoded and in full. */

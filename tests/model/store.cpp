@@ -40,13 +40,13 @@ Record *Daemon::rec_get(const Mac &mac)
 Record *Daemon::rec_add(const Mac &mac)
 {
     if (Record *existing = rec_get(mac)) {
-        trace(1, text("%s:TSPEC record already exists for client %s\r\n", "tspec_rec_add",
-                      mac_text(mac).c_str()));
+        trace(1, "%s:TSPEC record already exists for client %s\r\n", "tspec_rec_add",
+              mac_text(mac).c_str());
         return existing;
     }
     if (environment_.out_of_memory()) {
-        trace(1, text("%s:Cannot allocate new TSPEC record for client %s\r\n", "tspec_rec_add",
-                      mac_text(mac).c_str()));
+        trace(1, "%s:Cannot allocate new TSPEC record for client %s\r\n", "tspec_rec_add",
+              mac_text(mac).c_str());
         return nullptr;
     }
     Record &record = state_.clients.emplace_back();
@@ -60,16 +60,16 @@ Record *Daemon::rec_add(const Mac &mac)
 
 int Daemon::rec_delete(Record *record)
 {
-    trace(1, text("%s:Entry\r\n", "tspec_rec_delete"));
+    trace(1, "%s:Entry\r\n", "tspec_rec_delete");
     if (record == nullptr) {
-        trace(2, text("%s:Exit - Invalid input parameter\r\n", "tspec_rec_delete"));
+        trace(2, "%s:Exit - Invalid input parameter\r\n", "tspec_rec_delete");
         return -1;
     }
     if (state_.client_ts_cursor.record == record) {
         state_.client_ts_cursor.record = nullptr;
     }
     state_.clients.remove_if([&](const Record &other) { return &other == record; });
-    trace(1, text("%s:Exit - Success\r\n", "tspec_rec_delete"));
+    trace(1, "%s:Exit - Success\r\n", "tspec_rec_delete");
     return 0;
 }
 
@@ -121,8 +121,8 @@ int Daemon::ts_rec_delete_tid(const Mac &mac, std::uint8_t ac_idx, std::uint8_t 
 {
     Record *record = ts_rec_get(mac, ac_idx);
     if (record == nullptr) {
-        trace(2, text("%s:Failed to find tspec record for client %s with AC %u\r\n",
-                      "tspec_ts_rec_delete_tid", mac_text(mac).c_str(), ac_idx));
+        trace(2, "%s:Failed to find tspec record for client %s with AC %u\r\n",
+              "tspec_ts_rec_delete_tid", mac_text(mac).c_str(), ac_idx);
         return -1;
     }
     Entry *entry = rec_ts_find(*record, tid, 0);
@@ -147,8 +147,8 @@ int Daemon::ts_rec_delete(const Mac &mac, std::uint8_t ac_idx)
 {
     Record *record = ts_rec_get(mac, ac_idx);
     if (record == nullptr) {
-        trace(2, text("%s:Failed to find tspec record for client %s with AC %u\r\n",
-                      "tspec_ts_rec_delete", mac_text(mac).c_str(), ac_idx));
+        trace(2, "%s:Failed to find tspec record for client %s with AC %u\r\n",
+              "tspec_ts_rec_delete", mac_text(mac).c_str(), ac_idx);
         return -1;
     }
     int counted = 0;

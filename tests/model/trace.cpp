@@ -2,6 +2,7 @@
 #include "daemon.h"
 
 #include <algorithm>
+#include <cstdarg>
 #include <cstring>
 
 namespace tspec::model {
@@ -16,12 +17,20 @@ void Daemon::console(const std::string &line)
     }
 }
 
-void Daemon::trace(std::uint32_t level, const std::string &line)
+bool Daemon::is_traced(std::uint32_t level) const
 {
-    if ((state_.trace_mask & level) != level) {
+    return (state_.trace_mask & level) == level;
+}
+
+void Daemon::trace(std::uint32_t level, const char *format, ...)
+{
+    if (!is_traced(level)) {
         return;
     }
-    console(line);
+    std::va_list arguments;
+    va_start(arguments, format);
+    console(text_of(format, arguments));
+    va_end(arguments);
 }
 
 void Daemon::print_error(const std::string &line, int error)
@@ -65,6 +74,9 @@ const Title titles[9] = {
 
 void Daemon::hex_ver_pkt_print(const Bytes &msg, std::uint32_t len)
 {
+    if (!is_traced(1)) {
+        return;
+    }
     const char *name = "tspec_hex_ver_pkt_print";
     const std::uint8_t type = msg[0];
     const std::uint8_t cmd = msg[1];
@@ -75,28 +87,28 @@ void Daemon::hex_ver_pkt_print(const Bytes &msg, std::uint32_t len)
         if (cmd >= 1 && cmd <= 8) {
             dump = titles[cmd].title + hex_dump(msg, titles[cmd].size);
         } else {
-            trace(1, text("%s: Invalid cmd type: 0x%x (%d), len %d\n", name, cmd, cmd, shown_len));
+            trace(1, "%s: Invalid cmd type: 0x%x (%d), len %d\n", name, cmd, cmd, shown_len);
             dump = "UNKNOWN:\n" + hex_dump(msg, clamped);
         }
     } else if (type == 6) {
         if (cmd == 1) {
             dump = "TSPEC_MAPD_DIRECT_AP_STATE_CMD (tspec_mapd_direct_msg_t):\n" + hex_dump(msg, 3);
         } else {
-            trace(1, text("%s: Invalid TSPEC_MAPD_DIRECT_MSG cmd type: 0x%x (%d), len %d\n", name,
-                          cmd, cmd, shown_len));
+            trace(1, "%s: Invalid TSPEC_MAPD_DIRECT_MSG cmd type: 0x%x (%d), len %d\n", name, cmd,
+                  cmd, shown_len);
             dump = "UNKNOWN:\n" + hex_dump(msg, clamped);
         }
     } else if (type == 1) {
-        trace(1, text("%s: DMAN config msg: 0x%x (%d), len %d\n", name, cmd, cmd, shown_len));
+        trace(1, "%s: DMAN config msg: 0x%x (%d), len %d\n", name, cmd, cmd, shown_len);
         dump = hex_dump(msg, clamped);
     } else if (type == 2) {
-        trace(1, text("%s: DMAN status req msg: 0x%x (%d), len %d\n", name, cmd, cmd, shown_len));
+        trace(1, "%s: DMAN status req msg: 0x%x (%d), len %d\n", name, cmd, cmd, shown_len);
         dump = hex_dump(msg, clamped);
     } else {
-        trace(1, text("%s: UNKNOWN: 0x%x (%d), len %d\n", name, cmd, cmd, shown_len));
+        trace(1, "%s: UNKNOWN: 0x%x (%d), len %d\n", name, cmd, cmd, shown_len);
         dump = hex_dump(msg, clamped);
     }
-    trace(1, dump);
+    trace(1, "%s", dump.c_str());
 }
 
 } // namespace tspec::model

@@ -55,7 +55,7 @@ void Daemon::log_close()
 void Daemon::violation_report_notify()
 {
     const char *name = "tspec_violation_report_notify";
-    trace(1, text("%s:Entry\r\n", name));
+    trace(1, "%s:Entry\r\n", name);
     log_open();
     for (const Record &client : state_.clients) {
         for (int ac = 0; ac < 4; ++ac) {
@@ -70,7 +70,7 @@ void Daemon::violation_report_notify()
                          "on tid %u (medium_time=%u dir=%s)",
                          mac.c_str(), entry.excess_events, access_category_name(entry.ac_idx),
                          entry.tid, entry.medium_time(), direction_name(entry.dir));
-                trace(1, text("%s:%s\r\n", name, line.c_str()));
+                trace(1, "%s:%s\r\n", name, line.c_str());
                 log_line(line);
                 snmp_trap_write(text("%d,%d,Client Bwidth excees usage,%s,%s,%s,%d,%d", 8, 2,
                                      mac.c_str(), access_category_name(entry.ac_idx),
@@ -79,23 +79,23 @@ void Daemon::violation_report_notify()
         }
     }
     log_close();
-    trace(1, text("%s:Exit\r\n", name));
+    trace(1, "%s:Exit\r\n", name);
 }
 
 int Daemon::unauth_traffic_report_notify(const Bytes &msg, std::uint8_t ac)
 {
     const char *name = "tspec_unauth_traffic_report_notify";
-    trace(1, text("%s:Entry\r\n", name));
+    trace(1, "%s:Entry\r\n", name);
     log_open();
     const std::string mac = mac_text(mac_at(msg, mapd_at::sta_mac));
     const std::string line =
         text("Client %s has sent unauthorized traffic on AC %u", mac.c_str(), ac);
-    trace(1, text("%s:%s\r\n", name, line.c_str()));
+    trace(1, "%s:%s\r\n", name, line.c_str());
     log_line(line);
     log_close();
     snmp_trap_write(
         text("%d,%d,Unauthorized traffic sent,%s,%s", 9, 2, mac.c_str(), access_category_name(ac)));
-    trace(1, text("%s:Exit\r\n", name));
+    trace(1, "%s:Exit\r\n", name);
     return 0;
 }
 

@@ -46,6 +46,12 @@ class World : public model::Environment {
     void set(const NothingFails &) { rules_.clear(); }
     void set(const TrapIs &trap) { trap_ = trap.state; }
     void set(const ToolIs &tool) { tool_on_ = tool.on; }
+    void set(const PeerIs &peer)
+    {
+        if (peer.who == Neighbour::hostapd) {
+            hostapd_on_ = peer.on;
+        }
+    }
 
     model::DriverAnswer driver_status(const std::string &interface, const Mac &sta_mac) override
     {
@@ -86,7 +92,7 @@ class World : public model::Environment {
         if (const int error = failure(FailingCall::exchange_wait, 0); error != 0) {
             return {Kind::wait_error, error, {}, 0};
         }
-        if (frame_.silent || frame_.seconds >= 2) {
+        if (!hostapd_on_ || frame_.silent || frame_.seconds >= 2) {
             return {Kind::silence, 0, {}, 0};
         }
         if (const int error = failure(FailingCall::exchange_receive, 0); error != 0) {
@@ -142,6 +148,7 @@ class World : public model::Environment {
     std::vector<CallsFail> rules_;
     TrapState trap_ = TrapState::absent;
     bool tool_on_ = true;
+    bool hostapd_on_ = true;
 };
 
 } // namespace tspec::lockstep

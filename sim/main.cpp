@@ -1,45 +1,50 @@
 /*
  * tspec-sim: the simulated access point from the command line.
  *
- * Exit status of "run": 0 when every expectation held, 1 when one did not, 2
+ * Exit status of "run" and "apply": 0 when every expectation held, 1 when one did not, 2
  * when a scenario or the command line is wrong, 3 when there is no access point
- * to play on.
+ * to play on, 4 when a file of --pcap or --html cannot be written.
  */
-#include <cstdlib>
 #include <exception>
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "sim/capacity/command.h"
+#include "sim/completion.h"
 #include "sim/lib/private_world.h"
+#include "sim/lib/terminal.h"
+#include "sim/report/records.h"
 #include "sim/scenario/run.h"
 #include "sim/scenario/scenario.h"
 #include "sim/scenario/step_table.h"
+#include "sim/scenario/timeline.h"
+#include "sim/serve/command.h"
 
 namespace {
 
 using namespace tspec::sim;
 using namespace tspec::sim::scenario;
 
-enum Status { all_held = 0, not_all_held = 1, wrong_input = 2, no_access_point = 3 };
+enum Status {
+    all_held = 0,
+    not_all_held = 1,
+    wrong_input = 2,
+    no_access_point = 3,
+    not_written = 4
+};
 
 struct RunRequest {
     std::vector<std::string> files;
     std::string daemon;
+    std::string pcap;
+    std::string html;
     bool quiet = false;
     bool no_colour = false;
     bool list_steps = false;
 };
-
-bool wants_colour(const RunRequest &request)
-{
-    const char *no_colour = std::getenv("NO_COLOR");
-    return !request.no_colour && !(no_colour && *no_colour) && isatty(STDOUT_FILENO);
-}
 
 /* Reads every file, so that all complaints come at once. */
 bool read_all(const std::vector<std::string> &files, std::vector<Scenario> &scenarios)
@@ -58,17 +63,21 @@ bool read_all(const std::vector<std::string> &files, std::vector<Scenario> &scen
 
 Status play(const std::vector<Scenario> &scenarios, const RunRequest &request)
 {
+    report::Records records(request.pcap, request.html, "tspec-sim " TSPEC_VERSION);
     PrivateWorld::enter();
-    Timeline timeline(stdout, {.quiet = request.quiet, .colour = wants_colour(request)});
+    Timeline timeline(stdout, {.quiet = request.quiet, .colour = shows_colour(request.no_colour)});
+    Audiences audiences({&timeline});
+    records.listen(audiences);
     Status status = all_held;
     for (const Scenario &scenario : scenarios) {
         Options options;
         options.daemon = request.daemon;
-        Run run(scenario, timeline, std::move(options));
+        Run run(scenario, audiences, std::move(options));
         if (run.play().failures > 0) {
             status = not_all_held;
         }
     }
+    records.finish();
     return status;
 }
 
@@ -80,6 +89,9 @@ Status run_scenarios(const RunRequest &request)
     }
     try {
         return play(scenarios, request);
+    } catch (const report::NotWritten &error) {
+        fmt::print(stderr, "tspec-sim: {}\n", error.what());
+        return not_written;
     } catch (const std::exception &error) {
         fmt::print(stderr, "tspec-sim: {}\n", error.what());
         return no_access_point;
@@ -92,7 +104,13 @@ void add_run(CLI::App &app, RunRequest &request)
     run->add_option("FILE", request.files, "Scenario (YAML); see docs/scenarios.md");
     run->add_option("--daemon", request.daemon,
                     "The daemon to run (default: $TSPEC_DAEMON, else tspec-daemon beside "
-                    "tspec-sim)");
+                    "tspec-sim)")
+        ->type_name("FILE");
+    run->add_option("--pcap", request.pcap,
+                    "Write every datagram to this file, for Wireshark (pcapng)")
+        ->type_name("FILE");
+    run->add_option("--html", request.html, "Write the runs to this file, as a page to read")
+        ->type_name("FILE");
     run->add_flag("--quiet", request.quiet, "Tell failures and results only");
     run->add_flag("--no-colour,--no-color", request.no_colour,
                   "No colours, also on a terminal (as with NO_COLOR in the environment)");
@@ -105,16 +123,23 @@ int main(int argc, char **argv)
 {
     CLI::App app("Simulated access point for tspec-daemon", "tspec-sim");
     RunRequest request;
+    int status = all_held;
     app.set_version_flag("--version", "tspec-sim " TSPEC_VERSION);
     app.require_subcommand(1);
     add_run(app, request);
+    add_completion(app);
+    serve::add_commands(app, status);
+    capacity::add_command(app, status);
     try {
         app.parse(argc, argv);
-        if (!request.list_steps && request.files.empty()) {
+        if (app.got_subcommand("run") && !request.list_steps && request.files.empty()) {
             throw CLI::RequiredError("FILE");
         }
     } catch (const CLI::ParseError &error) {
         return app.exit(error) == 0 ? all_held : wrong_input;
+    }
+    if (!app.got_subcommand("run")) {
+        return status;
     }
     if (request.list_steps) {
         fmt::print("{}", describe_steps());

@@ -8,8 +8,20 @@
 #include "sim/driver/faults.h"
 #include "sim/driver/real.h"
 
+#ifdef __GLIBC__
 /* dlsym() itself allocates, so the look-up of a hidden calloc would not end. */
 extern "C" void *__libc_calloc(size_t count, size_t size);
+
+static void *real_calloc(size_t count, size_t size)
+{
+    return __libc_calloc(count, size);
+}
+#else
+static void *real_calloc(size_t count, size_t size)
+{
+    return TSPEC_REAL(calloc)(count, size);
+}
+#endif
 
 TSPEC_INTERPOSE void *calloc(size_t count, size_t size) noexcept
 {
@@ -18,5 +30,5 @@ TSPEC_INTERPOSE void *calloc(size_t count, size_t size) noexcept
     if (channel_is_open() && fault_fails({.call = FaultCall::calloc})) {
         return nullptr;
     }
-    return __libc_calloc(count, size);
+    return real_calloc(count, size);
 }

@@ -11,6 +11,7 @@ namespace {
 bool simulated;
 int64_t simulated_monotonic;
 int64_t wall_minus_monotonic;
+int64_t ahead_of_real;
 
 int64_t read_clock(clockid_t id)
 {
@@ -28,7 +29,8 @@ bool clock_is_simulated()
 
 int64_t wall_clock()
 {
-    return simulated ? simulated_monotonic + wall_minus_monotonic : read_clock(CLOCK_REALTIME);
+    return simulated ? simulated_monotonic + wall_minus_monotonic
+                     : read_clock(CLOCK_REALTIME) + ahead_of_real;
 }
 
 int64_t monotonic_clock()
@@ -43,14 +45,15 @@ void clock_simulate(int64_t wall)
     simulated = true;
 }
 
-void clock_be_real()
+void clock_be_real(int64_t ahead)
 {
     simulated = false;
+    ahead_of_real = ahead;
 }
 
 void clock_step_wall(int64_t difference)
 {
-    wall_minus_monotonic += difference;
+    (simulated ? wall_minus_monotonic : ahead_of_real) += difference;
 }
 
 void clock_move_to(int64_t monotonic)
@@ -63,7 +66,7 @@ void clock_move_to(int64_t monotonic)
 TSPEC_INTERPOSE time_t time(time_t *place)
 {
     using namespace tspec::sim::driver;
-    if (!clock_is_simulated()) {
+    if (!clock_is_simulated() && ahead_of_real == 0) {
         return TSPEC_REAL(time)(place);
     }
     time_t now = static_cast<time_t>(wall_clock() / 1000000);

@@ -10,6 +10,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "sim/driver/channel.h"
@@ -75,6 +76,18 @@ ssize_t write_standard_error(void *, const char *data, size_t size)
     return static_cast<ssize_t>(size);
 }
 
+/* Some C libraries let a program assign to stderr, others keep the pointer in
+ * memory that is read-only once they are loaded. */
+void replace_standard_error(FILE *stream)
+{
+    const auto place = reinterpret_cast<uintptr_t>(&stderr);
+    const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    void *start = reinterpret_cast<void *>(place & ~(page - 1));
+    if (mprotect(start, page, PROT_READ | PROT_WRITE) == 0) {
+        memcpy(reinterpret_cast<void *>(place), &stream, sizeof stream);
+    }
+}
+
 bool console_fails(const char *path)
 {
     if (settings().console_error != 0) {
@@ -123,7 +136,7 @@ void console_setup()
         return;
     }
     setvbuf(stream, nullptr, _IONBF, 0);
-    stderr = stream;
+    replace_standard_error(stream);
 }
 
 } // namespace tspec::sim::driver

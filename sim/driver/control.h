@@ -37,7 +37,8 @@ enum class RequestType : uint32_t {
     fail_console, /* error */
     fault,        /* fault */
     clear_faults,
-    clock,      /* flag_simulated; value = wall clock in microseconds */
+    clock,      /* flag_simulated; value = wall clock in microseconds, of the real one how
+                   far it is ahead */
     step_clock, /* value = microseconds */
     advance,    /* value = microseconds to pass at most; flags */
     barrier,    /* answered when the daemon waits; flags */

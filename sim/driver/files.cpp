@@ -108,13 +108,6 @@ mode_t creation_mode(int flags, va_list arguments)
 
 } // namespace
 
-extern "C" {
-int __open_2(const char *path, int flags);
-int __open64_2(const char *path, int flags);
-int __openat_2(int directory, const char *path, int flags);
-int __openat64_2(int directory, const char *path, int flags);
-}
-
 #define TSPEC_CREATION_MODE(mode)                                                                  \
     va_list arguments;                                                                             \
     va_start(arguments, flags);                                                                    \
@@ -127,17 +120,49 @@ TSPEC_INTERPOSE int open(const char *path, int flags, ...)
     return open_known(path, flags, [&] { return TSPEC_REAL(open)(path, flags, mode); });
 }
 
-TSPEC_INTERPOSE int open64(const char *path, int flags, ...)
-{
-    TSPEC_CREATION_MODE(mode);
-    return open_known(path, flags, [&] { return TSPEC_REAL(open64)(path, flags, mode); });
-}
-
 TSPEC_INTERPOSE int openat(int directory, const char *path, int flags, ...)
 {
     TSPEC_CREATION_MODE(mode);
     return open_known(path, flags,
                       [&] { return TSPEC_REAL(openat)(directory, path, flags, mode); });
+}
+
+TSPEC_INTERPOSE FILE *fopen(const char *__restrict path, const char *__restrict mode)
+{
+    return stream_known(path, mode, [&] { return TSPEC_REAL(fopen)(path, mode); });
+}
+
+TSPEC_INTERPOSE ssize_t write(int fd, const void *data, size_t size)
+{
+    if (!channel_is_open() || endpoint_of(fd).kind != EndpointKind::trap) {
+        return TSPEC_REAL(write)(fd, data, size);
+    }
+    CallSite site{.call = control::FaultCall::write, .path = SNMP_TRAP_TSPEC_FIFO_FILE};
+    const control::FaultRule *rule = fault_for(site);
+    ssize_t result = -1;
+    if (rule && rule->error != 0) {
+        errno = rule->error;
+    } else {
+        result = TSPEC_REAL(write)(fd, data, size);
+    }
+    report_trap(data, size, result, errno);
+    return rule && rule->error == 0 ? rule->result : result;
+}
+
+/* The names of glibc for large files and for fortified calls. */
+#ifdef __GLIBC__
+
+extern "C" {
+int __open_2(const char *path, int flags);
+int __open64_2(const char *path, int flags);
+int __openat_2(int directory, const char *path, int flags);
+int __openat64_2(int directory, const char *path, int flags);
+}
+
+TSPEC_INTERPOSE int open64(const char *path, int flags, ...)
+{
+    TSPEC_CREATION_MODE(mode);
+    return open_known(path, flags, [&] { return TSPEC_REAL(open64)(path, flags, mode); });
 }
 
 TSPEC_INTERPOSE int openat64(int directory, const char *path, int flags, ...)
@@ -168,29 +193,9 @@ TSPEC_INTERPOSE int __openat64_2(int directory, const char *path, int flags)
                       [&] { return TSPEC_REAL(__openat64_2)(directory, path, flags); });
 }
 
-TSPEC_INTERPOSE FILE *fopen(const char *__restrict path, const char *__restrict mode)
-{
-    return stream_known(path, mode, [&] { return TSPEC_REAL(fopen)(path, mode); });
-}
-
 TSPEC_INTERPOSE FILE *fopen64(const char *__restrict path, const char *__restrict mode)
 {
     return stream_known(path, mode, [&] { return TSPEC_REAL(fopen64)(path, mode); });
 }
 
-TSPEC_INTERPOSE ssize_t write(int fd, const void *data, size_t size)
-{
-    if (!channel_is_open() || endpoint_of(fd).kind != EndpointKind::trap) {
-        return TSPEC_REAL(write)(fd, data, size);
-    }
-    CallSite site{.call = control::FaultCall::write, .path = SNMP_TRAP_TSPEC_FIFO_FILE};
-    const control::FaultRule *rule = fault_for(site);
-    ssize_t result = -1;
-    if (rule && rule->error != 0) {
-        errno = rule->error;
-    } else {
-        result = TSPEC_REAL(write)(fd, data, size);
-    }
-    report_trap(data, size, result, errno);
-    return rule && rule->error == 0 ? rule->result : result;
-}
+#endif

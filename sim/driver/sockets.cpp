@@ -194,6 +194,8 @@ TSPEC_INTERPOSE ssize_t recvfrom(int fd, void *__restrict buffer, size_t size, i
     });
 }
 
+#ifdef __GLIBC__
+
 /* What a fortified build calls where the compiler cannot see the buffer fit. */
 extern "C" [[noreturn]] void __chk_fail();
 
@@ -222,3 +224,5 @@ TSPEC_INTERPOSE ssize_t __recvfrom_chk(int fd, void *__restrict buffer, size_t s
     }
     return recvfrom(fd, buffer, size, flags, from, from_length);
 }
+
+#endif

@@ -87,6 +87,9 @@ TSPEC_INTERPOSE void syslog(int priority, const char *format, ...)
     va_end(arguments);
 }
 
+/* Their twins in a fortified build. */
+#ifdef __GLIBC__
+
 TSPEC_INTERPOSE void __vsyslog_chk(int priority, int, const char *format, va_list arguments)
 {
     log_line(priority, format, arguments);
@@ -99,3 +102,5 @@ TSPEC_INTERPOSE void __syslog_chk(int priority, int, const char *format, ...)
     log_line(priority, format, arguments);
     va_end(arguments);
 }
+
+#endif

@@ -130,7 +130,7 @@ void change_clock(const control::Request &request, Wait &wait)
     if (request.flags & control::flag_simulated) {
         clock_simulate(request.value);
     } else {
-        clock_be_real();
+        clock_be_real(request.value);
     }
     wait.deadline = monotonic_clock() + left;
     answer(request.id);

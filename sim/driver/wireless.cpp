@@ -102,14 +102,19 @@ void give_reply(const tspec_driver_req_t &query, const Station &station)
     memcpy(query.buffer, station.text, length);
 }
 
+/* C libraries differ in the type of the request's code. */
+template <typename Code>
+Code code_of(int (*)(int, Code, ...));
+using IoctlCode = decltype(code_of(&::ioctl));
+
 /* The kernel knows no such request; what it says is of no interest. */
-void show_to_kernel(int fd, unsigned long code)
+void show_to_kernel(int fd, IoctlCode code)
 {
     ifreq nobody{};
     TSPEC_REAL(ioctl)(fd, code, &nobody);
 }
 
-int answer_station_query(int fd, unsigned long code, ifreq &request)
+int answer_station_query(int fd, IoctlCode code, ifreq &request)
 {
     tspec_driver_req_t query;
     memcpy(&query, request.ifr_data, sizeof query);
@@ -150,10 +155,12 @@ void set_station(const control::Request &request)
 {
     Station *station = find_exact(request.mac, request.name);
     if (!station) {
-        station = static_cast<Station *>(calloc(1, sizeof *station));
+        /* Not calloc(), which is made to fail for the daemon alone. */
+        station = static_cast<Station *>(malloc(sizeof *station));
         if (!station) {
             return;
         }
+        *station = Station{};
         memcpy(station->mac, request.mac, 6);
         copy_text(station->interface, request.name);
         station->next = stations;
@@ -182,7 +189,7 @@ void set_default_station(const control::Request &request)
 
 } // namespace tspec::sim::driver
 
-TSPEC_INTERPOSE int ioctl(int fd, unsigned long code, ...) noexcept
+TSPEC_INTERPOSE int ioctl(int fd, tspec::sim::driver::IoctlCode code, ...) noexcept
 {
     using namespace tspec::sim::driver;
     va_list arguments;

@@ -1,5 +1,6 @@
 #include "sim/lib/access_point.h"
 
+#include <algorithm>
 #include <csignal>
 
 #include "sim/lib/control_link.h"
@@ -13,6 +14,15 @@ AccessPoint::AccessPoint(Options options)
       trap_(*this), driver_(*this)
 {
     options_.daemon = find_daemon(options_.daemon);
+    for (UdpPeer *peer : {static_cast<UdpPeer *>(&hostapd_), static_cast<UdpPeer *>(&mapd_),
+                          static_cast<UdpPeer *>(&dman_)}) {
+        if (!is_away(peer->who())) {
+            peer->turn_on();
+        }
+    }
+    if (!is_away(Peer::cli)) {
+        operator_.turn_on();
+    }
     system_log_.turn_on();
 }
 
@@ -86,9 +96,36 @@ Events AccessPoint::settle()
     if (session_) {
         session_->settle();
     }
-    Events fresh(history_.begin() + static_cast<std::ptrdiff_t>(yielded_), history_.end());
+    return fresh();
+}
+
+Events AccessPoint::fresh()
+{
+    Events events(history_.begin() + static_cast<std::ptrdiff_t>(yielded_), history_.end());
     yielded_ = history_.size();
-    return fresh;
+    return events;
+}
+
+Events AccessPoint::follow(const std::vector<int> &descriptors)
+{
+    if (session_ && yielded_ == history_.size()) {
+        session_->follow(descriptors);
+    }
+    return fresh();
+}
+
+void AccessPoint::forget()
+{
+    history_.erase(history_.begin(), history_.begin() + static_cast<std::ptrdiff_t>(yielded_));
+    yielded_ = 0;
+    console_.clear();
+    standard_error_.clear();
+    standard_output_.clear();
+}
+
+bool AccessPoint::is_away(Peer peer) const
+{
+    return std::find(options_.away.begin(), options_.away.end(), peer) != options_.away.end();
 }
 
 void AccessPoint::advance(Duration duration)
@@ -102,8 +139,30 @@ void AccessPoint::advance(Duration duration)
     session_->advance(duration);
 }
 
+/* Nothing may interrupt this half-way; it does not take long. */
+void AccessPoint::skip(Duration duration)
+{
+    std::vector<Interrupt> interrupts = std::exchange(interrupts_, {});
+    if (session_) {
+        session_->settle();
+    }
+    use_clock(Clock::simulated);
+    advance(duration);
+    Time time = now();
+    options_.clock = Clock::real;
+    ahead_ = Duration(0);
+    ahead_ = time - now();
+    if (running()) {
+        session_->use_clock(Clock::real, time, ahead_);
+    }
+    interrupts_ = std::move(interrupts);
+}
+
 void AccessPoint::step_clock(Duration difference)
 {
+    if (options_.clock == Clock::real) {
+        ahead_ += difference;
+    }
     control::Request request = make_request(control::RequestType::step_clock);
     request.value = difference.count();
     apply(request);
@@ -114,7 +173,7 @@ void AccessPoint::use_clock(Clock clock)
     Time time = now();
     options_.clock = clock;
     if (running()) {
-        session_->use_clock(clock, time);
+        session_->use_clock(clock, time, ahead_);
     }
 }
 
@@ -123,7 +182,7 @@ Time AccessPoint::now() const
     if (options_.clock == Clock::simulated) {
         return session_ ? Time{Duration(session_->wall())} : options_.start_time;
     }
-    return std::chrono::time_point_cast<Duration>(std::chrono::system_clock::now());
+    return std::chrono::time_point_cast<Duration>(std::chrono::system_clock::now()) + ahead_;
 }
 
 void AccessPoint::pause()

@@ -44,10 +44,26 @@ class TimeOut : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/* What the caller asked to be interrupted by has come. */
+class Interrupted : public std::runtime_error {
+  public:
+    explicit Interrupted(int fd) : std::runtime_error("interrupted"), fd_(fd) {}
+    int fd() const { return fd_; }
+
+  private:
+    int fd_;
+};
+
+struct Interrupt {
+    int fd;
+    short events; /* of poll(); its end and errors count in any case */
+};
+
 enum class Clock { simulated, real };
 
 struct Options {
-    /* Empty: $TSPEC_DAEMON, else "tspec-daemon" beside the running executable. */
+    /* Empty: $TSPEC_DAEMON, else the installed "../sbin/tspec-daemon", else
+     * "tspec-daemon" beside the running executable. */
     std::filesystem::path daemon{};
     std::vector<std::string> arguments{};
     std::vector<std::pair<std::string, std::string>> environment{}; /* added to the own one */
@@ -64,6 +80,14 @@ struct Options {
      * so that a system call trace of the daemon shows them as on the device. The
      * trace also holds the library's own calls, on descriptors from 900 on. */
     bool kernel_calls = false;
+
+    /* Peers that other programs play: their sockets are left alone, datagrams from
+     * nowhere are told to be theirs where the type fits, and what is sent to them
+     * counts as delivered when somebody is bound there. */
+    std::vector<Peer> away{};
+
+    /* A signal from the terminal reaches the simulator alone. */
+    bool own_group = false;
 
     /* Limit on the daemon's descriptors (soft RLIMIT_NOFILE); 0: as inherited. */
     unsigned descriptor_limit = 0;
@@ -111,7 +135,23 @@ class AccessPoint {
      * by waiting. The next settle() yields the events. */
     void advance(Duration duration);
 
-    /* Sets the simulated wall clock forth or back; time-outs going on are left
+    /* With the real clock, for an access point that serves other programs: waits
+     * until something happens, or one of the descriptors can be read, and yields
+     * what is new, whether or not the daemon is through with it. The peers go on
+     * answering meanwhile. */
+    Events follow(const std::vector<int> &descriptors);
+
+    /* Drops everything yielded so far from history, console and streams. */
+    void forget();
+
+    /* From now on every wait ends with Interrupted when one of these comes. */
+    void interrupt_on(std::vector<Interrupt> interrupts) { interrupts_ = std::move(interrupts); }
+
+    /* With the real clock: time passes for the daemon alone, without any wait. Its
+     * clock is ahead of the real one from then on. */
+    void skip(Duration duration);
+
+    /* Sets the daemon's wall clock forth or back; time-outs going on are left
      * alone, as on a machine whose clock is set. */
     void step_clock(Duration difference);
     void use_clock(Clock clock);
@@ -136,7 +176,7 @@ class AccessPoint {
     void send_dman(ByteView bytes);
     void send_cli(ByteView bytes);
 
-    /* All events since the construction, those yielded by settle() included. */
+    /* All events since the construction (or forget()), those yielded by settle() included. */
     const Events &history() const { return history_; }
     /* The console, byte for byte. */
     const std::string &console() const { return console_; }
@@ -155,6 +195,8 @@ class AccessPoint {
 
     void send(Door door, const Socket &from, Peer who, ByteView bytes);
     void apply(const control::Request &request);
+    bool is_away(Peer peer) const;
+    Events fresh();
 
     Options options_;
     Hostapd hostapd_;
@@ -171,6 +213,8 @@ class AccessPoint {
     std::string standard_output_;
     bool keep_leftovers_ = false;
     bool start_paused_ = false;
+    std::vector<Interrupt> interrupts_;
+    Duration ahead_{0}; /* of the daemon's clock, when it is the real one */
     std::unique_ptr<Session> session_;
 };
 

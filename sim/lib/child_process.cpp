@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
@@ -109,6 +109,9 @@ void prepare_child(const ChildPlan &plan, int out, int err)
 {
     /* Nothing that the simulator starts may outlive it. */
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (plan.own_group) {
+        setpgid(0, 0);
+    }
     reset_signals();
     int null = open("/dev/null", O_RDONLY);
     place_at(null, STDIN_FILENO);
@@ -146,24 +149,41 @@ void prepare_child(const ChildPlan &plan, int out, int err)
     _exit(127);
 }
 
-bool file_contains(const fs::path &path, std::string_view text)
+/* What the program calls the runtime of its address sanitizer, as in
+ * "libasan.so.8"; empty when it has none. */
+std::string address_sanitizer_of(const fs::path &program)
 {
-    std::ifstream file(path, std::ios::binary);
-    std::string content{std::istreambuf_iterator<char>(file), {}};
-    return content.find(text) != std::string::npos;
+    /* In large pieces: byte by byte it would take longer than most tests. */
+    std::ostringstream whole;
+    whole << std::ifstream(program, std::ios::binary).rdbuf();
+    const std::string content = whole.str();
+    const std::size_t at = content.find("libasan.so");
+    return at == std::string::npos ? std::string() : std::string(content.c_str() + at);
 }
 
 fs::path driver_library()
 {
     constexpr const char *name = "libtspec-sim-driver.so";
-    for (const fs::path &candidate :
-         {own_directory() / "../lib" / name, own_directory() / name,
-          own_directory() / "../lib/tspec" / name, fs::path(TSPEC_SIM_DRIVER_LIBRARY)}) {
+    if (const char *wanted = std::getenv("TSPEC_SIM_DRIVER"); wanted && *wanted) {
+        if (!fs::exists(wanted)) {
+            throw std::runtime_error(fmt::format("no driver library at {}", wanted));
+        }
+        return fs::canonical(wanted);
+    }
+    /* In the build tree; beside the executable; installed. */
+    for (const fs::path &candidate : {own_directory() / "../lib" / name, own_directory() / name,
+                                      own_directory() / "../lib/tspec" / name}) {
         if (fs::exists(candidate)) {
             return fs::canonical(candidate);
         }
     }
     throw std::runtime_error(fmt::format("{} not found", name));
+}
+
+fs::path own_daemon()
+{
+    fs::path installed = own_directory() / "../sbin/tspec-daemon";
+    return fs::exists(installed) ? fs::canonical(installed) : own_directory() / "tspec-daemon";
 }
 
 } // namespace
@@ -248,7 +268,7 @@ fs::path find_daemon(const fs::path &wanted)
     fs::path path = wanted;
     if (path.empty()) {
         const char *variable = std::getenv("TSPEC_DAEMON");
-        path = variable ? fs::path(variable) : own_directory() / "tspec-daemon";
+        path = variable ? fs::path(variable) : own_daemon();
     }
     if (!fs::exists(path)) {
         throw std::runtime_error(fmt::format("no daemon at {}", path.string()));
@@ -258,7 +278,7 @@ fs::path find_daemon(const fs::path &wanted)
 
 bool has_address_sanitizer(const fs::path &program)
 {
-    return file_contains(program, "libasan.so");
+    return !address_sanitizer_of(program).empty();
 }
 
 std::string sanitizer_options(const char *variable)
@@ -274,8 +294,9 @@ std::string sanitizer_options(const char *variable)
 std::string preload_for(const fs::path &program)
 {
     std::string preload = driver_library();
-    if (has_address_sanitizer(program)) {
-        preload = std::string(TSPEC_SIM_ASAN_RUNTIME) + ":" + preload;
+    /* The runtime wants to be loaded before the driver library. */
+    if (std::string runtime = address_sanitizer_of(program); !runtime.empty()) {
+        preload = runtime + ":" + preload;
     }
     if (const char *inherited = std::getenv("LD_PRELOAD"); inherited && *inherited) {
         preload += std::string(":") + inherited;

@@ -23,6 +23,7 @@ struct ChildPlan {
     int control_fd = -1; /* arrive in the child at fixed high numbers */
     int console_fd = -1;
     unsigned descriptor_limit = 0;
+    bool own_group = false; /* what a terminal sends to the simulator's group passes it by */
 };
 
 class ChildProcess {
@@ -58,6 +59,10 @@ void read_available(const Socket &pipe, std::string &text);
 
 /* The daemon that Options::daemon stands for. */
 std::filesystem::path find_daemon(const std::filesystem::path &wanted);
+
+/* Whether the program was built with the address sanitizer, whose runtime keeps
+ * allocations to itself. */
+bool has_address_sanitizer(const std::filesystem::path &program);
 
 /* Value for ASAN_OPTIONS and UBSAN_OPTIONS: what the simulator needs, before
  * what the user has set. */

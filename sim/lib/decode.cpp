@@ -37,9 +37,10 @@ Decoded decode_wire(const char *type, ByteView bytes)
     return decoded;
 }
 
-bool carries_result(const Decoded &decoded)
+/* mapd's DELTS has the field, too, but nobody reads it there. */
+bool is_response(std::uint8_t cmd)
 {
-    return decoded.name == "addts-response" || decoded.name == "delts";
+    return cmd == TSPEC_ADDTS_RESP_CMD;
 }
 
 Decoded decode_hostapd(ByteView bytes)
@@ -55,7 +56,7 @@ Decoded decode_hostapd(ByteView bytes)
     decoded.summary +=
         fmt::format(", tid {} {} {}", message.tid, text_of_field(decoded, "access_category"),
                     text_of_field(decoded, "ts_info.direction"));
-    if (carries_result(decoded)) {
+    if (is_response(message.cmd) || message.cmd == TSPEC_DELTS_CMD) {
         decoded.summary +=
             fmt::format(", {}, medium time {}", text_of_field(decoded, "result_code"),
                         text_of_field(decoded, "medium_time"));
@@ -88,7 +89,7 @@ Decoded decode_mapd(ByteView bytes)
         decoded.summary +=
             fmt::format(" in place of {}", text_of_field(decoded, "prev_medium_time"));
     }
-    if (carries_result(decoded)) {
+    if (is_response(message.cmd)) {
         decoded.summary += fmt::format(", {}", text_of_field(decoded, "result_code"));
     }
     return decoded;
@@ -256,6 +257,18 @@ std::string result_name(std::uint32_t result_code)
         return "invalid parameters";
     case TSPEC_RESULT_REFUSED:
         return "refused";
+    default:
+        return std::to_string(result_code);
+    }
+}
+
+std::string activity_name(std::uint32_t result_code)
+{
+    switch (result_code) {
+    case TSPEC_RESULT_ACCEPTED:
+        return "active";
+    case TSPEC_RESULT_REFUSED:
+        return "not active";
     default:
         return std::to_string(result_code);
     }

@@ -53,6 +53,10 @@ double percent_of_medium(std::uint32_t medium_time);
 /* "accepted", "invalid parameters", "refused", or the number. */
 std::string result_name(std::uint32_t result_code);
 
+/* What the same field says in a DELTS to hostapd, of the stream that ends:
+ * "active", "not active", or the number. */
+std::string activity_name(std::uint32_t result_code);
+
 } // namespace tspec::sim
 
 #endif

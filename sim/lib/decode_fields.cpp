@@ -130,7 +130,9 @@ std::vector<Field> fields_of(const tspec_hostapd_msg_t &message)
     list.number("version", message.tspec.version);
     add_tspec(list, message.tspec);
     list.number("aux_flag", message.aux_flag);
-    list.number("result_code", message.result_code, result_name(message.result_code));
+    list.number("result_code", message.result_code,
+                message.cmd == TSPEC_DELTS_CMD ? activity_name(message.result_code)
+                                               : result_name(message.result_code));
     list.number("inactivity_timeout", message.inactivity_timeout,
                 fmt::format("{} us", message.inactivity_timeout));
     list.number("tid", message.tid);

@@ -1,6 +1,7 @@
 #include "sim/lib/driver.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "sim/lib/access_point.h"
 #include "sim/lib/control_link.h"
@@ -28,6 +29,18 @@ void Driver::forget_station(const Mac &station, const std::string &interface)
     station.copy_to(request.mac);
     put_name(request, interface);
     access_point_.apply(request);
+}
+
+void Driver::forget_everything()
+{
+    while (!stations_.empty()) {
+        const auto [station, interface] = stations_.begin()->first;
+        forget_station(station, interface);
+    }
+    for (const auto &[interface, text] : std::exchange(proc_files_, {})) {
+        set_proc_file(interface, std::nullopt);
+    }
+    set_default(StationAnswer::flags(0));
 }
 
 void Driver::set_default(const StationAnswer &answer)

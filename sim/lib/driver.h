@@ -73,6 +73,8 @@ class Driver {
     void set_station(const Mac &station, const StationAnswer &answer,
                      const std::string &interface = {});
     void forget_station(const Mac &station, const std::string &interface = {});
+    /* Stations and proc files as at the start. */
+    void forget_everything();
     /* For stations without an entry; starts as flags 0. */
     void set_default(const StationAnswer &answer);
 

@@ -99,7 +99,7 @@ struct Event {
     Kind kind = Kind::to_daemon;
     Peer peer = Peer::none;
     Time time{};
-    Bytes data; /* datagram, console, stderr or trap bytes, exactly as they were */
+    Bytes data{}; /* datagram, console, stderr or trap bytes, exactly as they were */
 
     /* UDP ports; 0 on local sockets and where there is none. A datagram to the
      * daemon goes to 55263 (udp), 55301 (frame-duration answer) or 0 (local). */
@@ -107,13 +107,16 @@ struct Event {
     std::uint16_t destination_port = 0;
 
     Door door = Door::udp; /* of a datagram to the daemon */
+    /* Of a datagram to the daemon that one of the peers sent: its length. It is
+     * more than data has where the daemon's buffer was too small. */
+    std::size_t sent_size = 0;
 
     /* Datagrams and traps: reached its receiver. False when nobody was bound,
      * a queue was full, or the daemon ended before reading. */
     bool delivered = true;
     int error = 0; /* errno of a failed send or write */
 
-    Detail detail;
+    Detail detail{};
 
     std::string text() const { return text_of(data); }
     template <typename T>

@@ -17,6 +17,7 @@
 
 #include <fmt/format.h>
 
+#include "sim/lib/fixed_ports.h"
 #include "sim/lib/socket.h"
 #include "tspec/message.h"
 
@@ -44,29 +45,28 @@ int open_lock()
     return fd;
 }
 
-[[noreturn]] void taken(const std::string &what)
+[[noreturn]] void fail_as_taken(const std::string &place)
 {
-    throw std::runtime_error(
-        fmt::format("{} is taken; another access point, real or simulated, is running here", what));
+    throw std::runtime_error(fmt::format(
+        "{} is taken; another access point, real or simulated, is running here", place));
 }
 
-void require_port_free(std::uint16_t port)
+bool port_is_free(std::uint16_t port)
 {
     Socket socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_in any{};
     any.sin_family = AF_INET;
     any.sin_port = htons(port);
-    if (bind(socket.fd(), reinterpret_cast<const sockaddr *>(&any), sizeof any) < 0) {
-        taken(fmt::format("UDP port {}", port));
-    }
+    return bind(socket.fd(), reinterpret_cast<const sockaddr *>(&any), sizeof any) == 0;
 }
 
-void require_name_free(const char *name)
+bool name_is_free(const std::string &name)
 {
     try {
         Socket::abstract(name);
+        return true;
     } catch (const std::system_error &) {
-        taken(fmt::format("the abstract name \"{}\"", name));
+        return false;
     }
 }
 
@@ -86,48 +86,86 @@ bool pipe_is_alive(const fs::path &path)
     return writer.is_open() || errno != ENXIO;
 }
 
-} // namespace
-
-int take_host_lock()
-{
-    int fd = open_lock();
-    auto until = std::chrono::steady_clock::now() + longest_turn;
-    while (flock(fd, LOCK_EX | LOCK_NB) < 0) {
-        if (std::chrono::steady_clock::now() > until) {
-            close(fd);
-            taken(host_lock_path);
-        }
-        std::this_thread::sleep_for(50ms);
-    }
-    return fd;
-}
-
-void require_host_free()
-{
-    constexpr std::uint16_t ports[] = {TSPEC_UDP_PORT, TSPEC_HOSTAPD_PORT, TSPEC_MAPD_PORT,
-                                       TSPEC_DMAN_REPLY_PORT, TSPEC_FRAME_DUR_REPLY_PORT};
-    for (std::uint16_t port : ports) {
-        require_port_free(port);
-    }
-    require_name_free(TSPEC_CLI_SOCK_NAME);
-    require_name_free(TSPEC_CLI_REPLY_NAME);
-    remove_leftover(TSPEC_DMAN_SOCK_PATH);
-    remove_leftover(SNMP_TRAP_TSPEC_FIFO_FILE);
-}
-
-void remove_leftover(const fs::path &path)
+/* Removes what nobody is alive behind. */
+bool path_is_free(const fs::path &path)
 {
     struct stat status {};
     if (lstat(path.c_str(), &status) < 0) {
-        return;
+        return true;
     }
     bool alive = S_ISSOCK(status.st_mode)   ? socket_is_alive(path)
                  : S_ISFIFO(status.st_mode) ? pipe_is_alive(path)
                                             : true;
-    if (alive) {
-        taken(path.string());
+    return !alive && fs::remove(path);
+}
+
+} // namespace
+
+HostUse everything_on_the_host()
+{
+    return {.ports = {fixed_ports.begin(), fixed_ports.end()},
+            .names = {TSPEC_CLI_SOCK_NAME, TSPEC_CLI_REPLY_NAME},
+            .paths = {TSPEC_DMAN_SOCK_PATH, SNMP_TRAP_TSPEC_FIFO_FILE}};
+}
+
+std::vector<TakenPlace> taken_places(const HostUse &use)
+{
+    std::vector<TakenPlace> taken;
+    for (std::uint16_t port : use.ports) {
+        if (!port_is_free(port)) {
+            taken.push_back({fmt::format("UDP port {}", port), port});
+        }
     }
-    fs::remove(path);
+    for (const std::string &name : use.names) {
+        if (!name_is_free(name)) {
+            taken.push_back({fmt::format("the abstract name \"{}\"", name), 0});
+        }
+    }
+    for (const fs::path &path : use.paths) {
+        if (!path_is_free(path)) {
+            taken.push_back({path.string(), 0});
+        }
+    }
+    return taken;
+}
+
+std::optional<int> try_host_lock()
+{
+    int fd = open_lock();
+    if (flock(fd, LOCK_EX | LOCK_NB) == 0) {
+        return fd;
+    }
+    close(fd);
+    return std::nullopt;
+}
+
+int take_host_lock()
+{
+    auto until = std::chrono::steady_clock::now() + longest_turn;
+    for (;;) {
+        if (std::optional<int> lock = try_host_lock()) {
+            return *lock;
+        }
+        if (std::chrono::steady_clock::now() > until) {
+            fail_as_taken(host_lock_path);
+        }
+        std::this_thread::sleep_for(50ms);
+    }
+}
+
+void require_host_free()
+{
+    std::vector<TakenPlace> taken = taken_places(everything_on_the_host());
+    if (!taken.empty()) {
+        fail_as_taken(taken.front().what);
+    }
+}
+
+void remove_leftover(const fs::path &path)
+{
+    if (!path_is_free(path)) {
+        fail_as_taken(path.string());
+    }
 }
 
 } // namespace tspec::sim

@@ -5,7 +5,11 @@
 #ifndef TSPEC_SIM_LIB_HOST_SHARE_H
 #define TSPEC_SIM_LIB_HOST_SHARE_H
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace tspec::sim {
 
@@ -15,6 +19,27 @@ inline constexpr const char *host_lock_path = "/tmp/tspec-sim.lock";
 /* Waits for the turn of this process; the descriptor returned holds it. Throws
  * std::runtime_error when another run does not end. */
 int take_host_lock();
+
+/* The same without waiting; none when it is another one's turn. */
+std::optional<int> try_host_lock();
+
+/* What of the host somebody wants to have. */
+struct HostUse {
+    std::vector<std::uint16_t> ports;
+    std::vector<std::string> names; /* abstract ones */
+    std::vector<std::filesystem::path> paths;
+};
+
+HostUse everything_on_the_host(); /* that daemon and peers use */
+
+struct TakenPlace {
+    std::string what;   /* "UDP port 55263", "/tmp/tspec_dman_config" */
+    std::uint16_t port; /* 0 where it is no port */
+};
+
+/* What somebody else has. Leftovers at the paths that nobody is alive behind are
+ * removed. */
+std::vector<TakenPlace> taken_places(const HostUse &use);
 
 /* Throws std::runtime_error naming the first port, path or name that is taken. */
 void require_host_free();

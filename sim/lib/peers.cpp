@@ -32,7 +32,6 @@ constexpr const char *trap_path = SNMP_TRAP_TSPEC_FIFO_FILE;
 UdpPeer::UdpPeer(AccessPoint &access_point, Peer who, std::uint16_t port)
     : access_point_(access_point), who_(who), port_(port)
 {
-    turn_on();
 }
 
 void UdpPeer::turn_on()
@@ -129,10 +128,7 @@ void Dman::send(ByteView datagram)
     access_point_.send(Door::dman, Socket::local(), Peer::dman, datagram);
 }
 
-Operator::Operator(AccessPoint &access_point) : access_point_(access_point)
-{
-    turn_on();
-}
+Operator::Operator(AccessPoint &access_point) : access_point_(access_point) {}
 
 void Operator::turn_on()
 {

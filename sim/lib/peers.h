@@ -34,7 +34,7 @@ class UdpPeer {
     std::uint16_t port() const { return port_; }
 
     /* A peer that is switched off has no socket: what the daemon sends to it is
-     * lost. Peers start switched on. */
+     * lost. Peers start switched on, unless Options::away has them. */
     bool is_on() const { return socket_.is_open(); }
     void turn_on();
     void turn_off();

@@ -1,6 +1,7 @@
 #include "sim/lib/private_world.h"
 
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
@@ -26,7 +27,7 @@ bool is_forbidden()
 
 } // namespace
 
-PrivateWorld::PrivateWorld()
+void PrivateWorld::choose()
 {
     if (is_forbidden()) {
         description_ = "Runs on the host's own ports, as TSPEC_SIM_NAMESPACES=off asks";
@@ -55,8 +56,20 @@ void PrivateWorld::share_host()
 PrivateWorld &PrivateWorld::enter()
 {
     if (!entered) {
-        entered = new PrivateWorld;
+        std::unique_ptr<PrivateWorld> world(new PrivateWorld);
+        world->choose();
+        entered = world.release();
     }
+    return *entered;
+}
+
+PrivateWorld &PrivateWorld::join_host()
+{
+    if (entered) {
+        throw std::logic_error("a world has been entered before");
+    }
+    entered = new PrivateWorld;
+    entered->description_ = "Runs on the host's own ports.";
     return *entered;
 }
 

@@ -28,6 +28,11 @@ class PrivateWorld {
      * when the host's own ports have to serve and one of them is not free. */
     static PrivateWorld &enter();
 
+    /* In place of enter(), for a simulator that other programs of the host are to
+     * meet: the second way, of which nothing is checked and the caller holds the
+     * lock (host_share.h). */
+    static PrivateWorld &join_host();
+
     /* The world entered. Throws std::logic_error before enter(). */
     static PrivateWorld &current();
 
@@ -45,7 +50,8 @@ class PrivateWorld {
     PrivateWorld &operator=(const PrivateWorld &) = delete;
 
   private:
-    PrivateWorld();
+    PrivateWorld() = default;
+    void choose();
     void share_host();
 
     bool isolated_ = false;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -75,6 +76,24 @@ std::uint64_t private_memory_kb(int pid)
 std::uint64_t anonymous_memory_kb(int pid)
 {
     return memory_kb(pid, {"Anonymous:", "Swap:"});
+}
+
+bool is_bound(std::uint16_t port)
+{
+    std::string wanted = fmt::format(":{:04X}", port);
+    for (const char *table : {"/proc/self/net/udp", "/proc/self/net/udp6"}) {
+        std::ifstream file(table);
+        std::string line;
+        while (std::getline(file, line)) {
+            /* The local address comes second. */
+            std::istringstream words(line);
+            std::string number, local;
+            if (words >> number >> local && local.ends_with(wanted)) {
+                return true;
+            }
+        }
+    }
+    return false;
 }
 
 } // namespace tspec::sim

@@ -1,5 +1,5 @@
 /*
- * Resources of a running process, read from /proc.
+ * Resources of running processes, read from /proc.
  */
 #ifndef TSPEC_SIM_LIB_PROBE_H
 #define TSPEC_SIM_LIB_PROBE_H
@@ -26,6 +26,9 @@ std::uint64_t private_memory_kb(int pid);
 /* Memory that the process has written to, heap and stack among it, in kilobytes.
  * It does not depend on other processes. */
 std::uint64_t anonymous_memory_kb(int pid);
+
+/* Whether any socket on this host has the UDP port. */
+bool is_bound(std::uint16_t port);
 
 } // namespace tspec::sim
 

@@ -20,12 +20,14 @@ using namespace std::chrono_literals;
  * queues hold several times as many. */
 constexpr std::size_t unread_limit = 64;
 
-control::Request clock_request(Clock clock, Time time)
+control::Request clock_request(Clock clock, Time time, Duration ahead)
 {
     control::Request request = make_request(control::RequestType::clock);
     if (clock == Clock::simulated) {
         request.flags = control::flag_simulated;
         request.value = time.time_since_epoch().count();
+    } else {
+        request.value = ahead.count();
     }
     return request;
 }
@@ -52,11 +54,12 @@ AccessPoint::Session::Session(AccessPoint &access_point,
     plan.control_fd = link_.far_fd();
     plan.console_fd = console_write_.fd();
     plan.descriptor_limit = options.descriptor_limit;
+    plan.own_group = options.own_group;
     child_.emplace(plan);
     link_.close_far();
     console_write_.close();
 
-    apply(clock_request(clock_, options.start_time));
+    apply(clock_request(clock_, options.start_time, ap_.ahead_));
     if (!PrivateWorld::current().isolated()) {
         apply(make_request(control::RequestType::own_system_log));
     }
@@ -91,10 +94,10 @@ void AccessPoint::Session::hold(bool hold)
     held_ = hold;
 }
 
-void AccessPoint::Session::use_clock(Clock clock, Time time)
+void AccessPoint::Session::use_clock(Clock clock, Time time, Duration ahead)
 {
     clock_ = clock;
-    request(clock_request(clock, time));
+    request(clock_request(clock, time, ahead));
 }
 
 std::optional<AccessPoint::Session::Done>
@@ -143,10 +146,13 @@ void AccessPoint::Session::pump(std::optional<SteadyClock::time_point> until)
     SteadyClock::time_point begin = SteadyClock::now();
     Depth inside(pumping_);
     for (;;) {
-        pollfd sources[] = {{link_.fd(), POLLIN, 0},
-                            {child_->out().fd(), POLLIN, 0},
-                            {child_->err().fd(), POLLIN, 0},
-                            {console_read_.fd(), POLLIN, 0}};
+        std::vector<pollfd> sources{{link_.fd(), POLLIN, 0},
+                                    {child_->out().fd(), POLLIN, 0},
+                                    {child_->err().fd(), POLLIN, 0},
+                                    {console_read_.fd(), POLLIN, 0}};
+        for (const Interrupt &interrupt : ap_.interrupts_) {
+            sources.push_back({interrupt.fd, interrupt.events, 0});
+        }
         std::chrono::milliseconds limit = 100ms;
         if (until) {
             auto left = std::chrono::ceil<std::chrono::milliseconds>(*until - SteadyClock::now());
@@ -157,14 +163,15 @@ void AccessPoint::Session::pump(std::optional<SteadyClock::time_point> until)
         }
         /* A process that has closed its output must not make this spin. */
         bool only_streams_ended = false;
-        int ready = poll(sources, std::size(sources), static_cast<int>(limit.count()));
+        int ready = poll(sources.data(), sources.size(), static_cast<int>(limit.count()));
         if (ready > 0) {
+            check_interrupts();
             only_streams_ended =
                 sources[0].revents == 0 &&
                 ((sources[1].revents | sources[2].revents | sources[3].revents) & POLLIN) == 0;
         }
         if (only_streams_ended) {
-            poll(sources, 1, static_cast<int>(limit.count()));
+            poll(sources.data(), 1, static_cast<int>(limit.count()));
         }
         take_streams(false);
         if (sources[0].revents != 0) {
@@ -180,6 +187,42 @@ void AccessPoint::Session::pump(std::optional<SteadyClock::time_point> until)
         if (!until) {
             check_patience(begin, "answer");
         }
+    }
+}
+
+void AccessPoint::Session::check_interrupts() const
+{
+    for (const Interrupt &interrupt : ap_.interrupts_) {
+        pollfd source{interrupt.fd, interrupt.events, 0};
+        if (poll(&source, 1, 0) > 0) {
+            throw Interrupted(interrupt.fd);
+        }
+    }
+}
+
+void AccessPoint::Session::follow(const std::vector<int> &descriptors)
+{
+    Depth inside(pumping_);
+    std::vector<pollfd> sources{{link_.fd(), POLLIN, 0}};
+    for (int fd : descriptors) {
+        sources.push_back({fd, POLLIN, 0});
+    }
+    for (const Interrupt &interrupt : ap_.interrupts_) {
+        sources.push_back({interrupt.fd, interrupt.events, 0});
+    }
+    std::size_t known = ap_.history_.size();
+    bool called = false;
+    while (running() && !called && ap_.history_.size() == known) {
+        int limit = due_.empty() ? -1 : static_cast<int>(until_next_answer() / 1000) + 1;
+        poll(sources.data(), sources.size(), limit);
+        check_interrupts();
+        take_streams(false);
+        if (sources[0].revents != 0) {
+            take_reports();
+        }
+        send_due_answers();
+        called = std::any_of(sources.begin() + 1, sources.end(),
+                             [](const pollfd &source) { return source.revents != 0; });
     }
 }
 

@@ -36,11 +36,14 @@ class AccessPoint::Session {
      * Nothing happens once the daemon has ended. */
     void apply(control::Request request);
     void hold(bool hold);
-    void use_clock(Clock clock, Time time);
+    /* The simulated clock begins at the time, the real one is so far ahead. */
+    void use_clock(Clock clock, Time time, Duration ahead);
 
     /* Returns at the daemon's first wait, or at its end. */
     void wait_until_ready();
     void settle();
+    /* Returns when something has happened or a descriptor can be read. */
+    void follow(const std::vector<int> &descriptors);
     void advance(Duration duration);
     void stop();
     void wait_for_end();
@@ -86,6 +89,7 @@ class AccessPoint::Session {
     void take_reports();
     void take_report(const control::Report &report);
     void note_end();
+    void check_interrupts() const;
     void check_patience(SteadyClock::time_point since, const char *what) const;
 
     /* Time. */
@@ -123,6 +127,8 @@ class AccessPoint::Session {
     static ByteView data_of(const control::Report &report);
     static std::optional<Door> door_of(const control::Report &report);
     UdpPeer *udp_peer(std::uint32_t port);
+    Peer stranger(const Event &event) const;
+    bool is_anothers(const UdpPeer &peer) const;
 
     AccessPoint &ap_;
     ControlLink link_;

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "sim/lib/probe.h"
+
 namespace tspec::sim {
 
 namespace {
@@ -20,6 +22,24 @@ bool is_read_of(ByteView read, ByteView sent)
         return read.size() == sent.size();
     }
     return std::equal(read.begin(), read.end(), sent.begin());
+}
+
+Peer sender_by_type(ByteView data)
+{
+    switch (data.empty() ? 0 : data[0]) {
+    case TSPEC_DMAN_CONFIG_MSG:
+    case TSPEC_DMAN_STATUS_REQ_MSG:
+    case TSPEC_DMAN_VIOLATION_INTERVAL_MSG:
+        return Peer::dman;
+    case TSPEC_HOSTAPD_MSG:
+    case TSPEC_FRAME_DUR_MARKER:
+        return Peer::hostapd;
+    case TSPEC_MAPD_MSG:
+    case TSPEC_MAPD_DIRECT_MSG:
+        return Peer::mapd;
+    default:
+        return Peer::other;
+    }
 }
 
 } // namespace
@@ -134,9 +154,19 @@ void AccessPoint::Session::on_received(const control::Report &report)
     if (sent != queue.end()) {
         event.peer = sent->who;
         event.source_port = sent->source_port;
+        event.sent_size = sent->data.size();
         queue.erase(sent);
+    } else {
+        event.peer = stranger(event);
     }
     add(std::move(event));
+}
+
+/* Who sends something that the simulator did not: one that somebody else plays. */
+Peer AccessPoint::Session::stranger(const Event &event) const
+{
+    Peer peer = event.door == Door::cli ? Peer::cli : sender_by_type(event.data);
+    return ap_.is_away(peer) ? peer : Peer::other;
 }
 
 void AccessPoint::Session::on_sent(const control::Report &report)
@@ -163,12 +193,22 @@ void AccessPoint::Session::on_sent(const control::Report &report)
     call_reaction(event);
 }
 
+bool AccessPoint::Session::is_anothers(const UdpPeer &peer) const
+{
+    return ap_.is_away(peer.who()) && !peer.is_on();
+}
+
 /* Takes the datagram out of the receiver's socket, where it has arrived if
  * anybody is there: datagrams on one host are handed over at once. */
 void AccessPoint::Session::match_receiver(Event &event)
 {
     const Socket *socket = nullptr;
-    if (UdpPeer *peer = udp_peer(event.destination_port)) {
+    UdpPeer *peer = udp_peer(event.destination_port);
+    if (peer && is_anothers(*peer)) {
+        event.delivered = is_bound(peer->port());
+        return;
+    }
+    if (peer) {
         socket = &peer->socket_;
         event.delivered = socket->is_open();
     } else if (event.peer == Peer::cli) {
@@ -191,7 +231,7 @@ void AccessPoint::Session::answer_frame_duration(const Event &query)
 {
     bool is_query = query.delivered && query.data.size() == sizeof(tspec_frame_dur_req_t) &&
                     query.data[0] == TSPEC_FRAME_DUR_MARKER;
-    if (!is_query || !ap_.hostapd_.policy_) {
+    if (!is_query || !ap_.hostapd_.policy_ || is_anothers(ap_.hostapd_)) {
         return;
     }
     std::optional<FrameDurationAnswer> answer =
@@ -209,7 +249,7 @@ void AccessPoint::Session::answer_frame_duration(const Event &query)
 void AccessPoint::Session::call_reaction(const Event &event)
 {
     UdpPeer *peer = udp_peer(event.destination_port);
-    if (event.delivered && peer && peer->reaction_) {
+    if (event.delivered && peer && peer->reaction_ && !is_anothers(*peer)) {
         Reaction reaction = peer->reaction_;
         reaction(event);
     }
@@ -278,6 +318,7 @@ void AccessPoint::Session::note_unread()
             Event event = new_event(Kind::to_daemon, unread.who);
             event.time = unread.time;
             event.data = std::move(unread.data);
+            event.sent_size = event.data.size();
             event.source_port = unread.source_port;
             event.door = door;
             event.destination_port = door == Door::udp     ? TSPEC_UDP_PORT

@@ -11,6 +11,8 @@
 
 #include <fmt/format.h>
 
+#include "sim/lib/fixed_ports.h"
+
 namespace tspec::sim {
 
 namespace {
@@ -100,7 +102,10 @@ Socket Socket::udp(std::uint16_t port)
 {
     Socket socket = datagram_socket(AF_INET);
     bind_to(socket, loopback(port), fmt::format("UDP port {}", port));
-    return socket;
+    /* The kernel knows nothing of the ports that are spoken for. What it offers
+     * stays bound until a better one is found, so that no offer comes twice. */
+    bool spoken_for = port == 0 && is_fixed_port(local_port(socket));
+    return spoken_for ? Socket::udp(0) : std::move(socket);
 }
 
 Socket Socket::local()

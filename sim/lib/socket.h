@@ -22,8 +22,9 @@ class Socket {
     Socket(Socket &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     Socket &operator=(Socket &&other) noexcept;
 
-    static Socket udp(std::uint16_t port); /* bound to 127.0.0.1; 0: any free port */
-    static Socket local();                 /* local datagram socket without a name */
+    static Socket
+    udp(std::uint16_t port); /* bound to 127.0.0.1; 0: any free one but the fixed ones */
+    static Socket local();   /* local datagram socket without a name */
     static Socket local_at(const std::string &path);
     static Socket abstract(const std::string &name); /* full-length address */
 

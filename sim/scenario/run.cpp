@@ -13,6 +13,18 @@ namespace tspec::sim::scenario {
 
 namespace {
 
+/* The audience may follow another run after one that is broken off. */
+class Muted {
+  public:
+    explicit Muted(Audience &audience) : audience_(audience) { audience_.mute(); }
+    ~Muted() { audience_.unmute(); }
+    Muted(const Muted &) = delete;
+    Muted &operator=(const Muted &) = delete;
+
+  private:
+    Audience &audience_;
+};
+
 bool is_forwarded_request(const Event &event)
 {
     return event.kind == Kind::from_daemon && event.peer == Peer::mapd &&
@@ -26,32 +38,42 @@ bool is_failed_send(const Event &event)
 
 } // namespace
 
-Run::Run(const Scenario &scenario, Timeline &timeline, Options options)
-    : scenario_(scenario), timeline_(timeline), ap_(std::move(options)),
+Run::Run(const Scenario &scenario, Audience &audience, Options options)
+    : scenario_(scenario), audience_(audience),
+      own_(std::make_unique<AccessPoint>(std::move(options))), ap_(*own_),
       start_time_(ap_.options().start_time)
+{
+}
+
+Run::Run(const Scenario &scenario, Audience &audience, AccessPoint &running)
+    : scenario_(scenario), audience_(audience), ap_(running), start_time_(ap_.options().start_time),
+      started_(ap_.running())
 {
 }
 
 RunResult Run::play()
 {
-    timeline_.begin(scenario_, PrivateWorld::current().description());
+    audience_.begin(scenario_, PrivateWorld::current().description());
     try {
+        if (started_) {
+            load_ = load();
+        }
         play_steps(scenario_.steps);
         check_end();
     } catch (const RunTrouble &trouble) {
         ++result_.failures;
         fail(trouble.what());
     }
-    timeline_.end(scenario_, result_.expectations, result_.failures);
+    audience_.end(scenario_, result_.expectations, result_.failures);
     return result_;
 }
 
 void Run::fail(const std::string &what)
 {
     if (step_) {
-        timeline_.failed(scenario_, *step_, what);
+        audience_.failed(scenario_, *step_, what);
     } else {
-        timeline_.failed(what);
+        audience_.failed(what);
     }
 }
 
@@ -84,7 +106,7 @@ void Run::play_turns(const Step &step)
     for (std::size_t turn = 0; turn < turns; ++turn) {
         bool told = turn == 0 || turn + 1 == turns;
         if (turn == 1 && !told) {
-            timeline_.remark(fmt::format("... {} more like that ...", turns - 2));
+            audience_.remark(fmt::format("... {} more like that ...", turns - 2));
         }
         play_turn(step.turns[turn], told);
     }
@@ -96,9 +118,8 @@ void Run::play_turn(const std::vector<Step> &steps, bool told)
         return play_steps(steps);
     }
     bool outer = std::exchange(untold_, true);
-    timeline_.mute();
+    Muted muted(audience_);
     play_steps(steps);
-    timeline_.unmute();
     untold_ = outer;
 }
 
@@ -134,10 +155,10 @@ void Run::expect(const Step &step)
             start();
         }
         carry_out(step);
-        timeline_.held(held_);
+        audience_.held(held_);
     } catch (const ExpectationFailed &failure) {
         ++result_.failures;
-        timeline_.failed(scenario_, step, failure);
+        audience_.failed(scenario_, step, failure);
     }
 }
 
@@ -152,7 +173,7 @@ void Run::carry_out(const Step &step)
 
 void Run::say(const std::string &who, const std::string &what)
 {
-    timeline_.act(ap_.now() - start_time_, who, what);
+    audience_.act(ap_.now() - start_time_, who, what);
 }
 
 void Run::start()
@@ -192,7 +213,7 @@ void Run::settle()
 void Run::take(const Events &events)
 {
     window_.add(events);
-    timeline_.events(events, start_time_);
+    audience_.events(events, start_time_);
     for (const Event &event : events) {
         if (is_forwarded_request(event)) {
             forwarded_.push_back(wire_of<tspec_mapd_msg_t>(event.data));
@@ -211,7 +232,7 @@ void Run::note_load()
         return;
     }
     Load now = load();
-    timeline_.load_changes(*load_, now);
+    audience_.load_changes(*load_, now);
     load_ = now;
 }
 

@@ -6,16 +6,17 @@
 #define TSPEC_SIM_SCENARIO_RUN_H
 
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "sim/lib/access_point.h"
+#include "sim/scenario/audience.h"
 #include "sim/scenario/comparison.h"
 #include "sim/scenario/load.h"
 #include "sim/scenario/scenario.h"
-#include "sim/scenario/timeline.h"
 #include "sim/scenario/window.h"
 
 namespace tspec::sim::scenario {
@@ -33,14 +34,16 @@ struct RunResult {
 
 class Run {
   public:
-    Run(const Scenario &scenario, Timeline &timeline, Options options);
+    Run(const Scenario &scenario, Audience &audience, Options options);
+    /* On an access point that runs already and goes on running. */
+    Run(const Scenario &scenario, Audience &audience, AccessPoint &running);
 
     RunResult play();
 
     /* For the steps. */
     AccessPoint &ap() { return ap_; }
     Window &window() { return window_; }
-    Timeline &timeline() { return timeline_; }
+    Audience &audience() { return audience_; }
 
     /* An act that no event shows. */
     void say(const std::string &who, const std::string &what);
@@ -85,8 +88,9 @@ class Run {
     Events answers_to(const Events &events, Peer peer);
 
     const Scenario &scenario_;
-    Timeline &timeline_;
-    AccessPoint ap_;
+    Audience &audience_;
+    std::unique_ptr<AccessPoint> own_; /* none where the access point is another's */
+    AccessPoint &ap_;
     Window window_;
     RunResult result_;
     std::vector<tspec_mapd_msg_t> forwarded_;

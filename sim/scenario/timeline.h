@@ -9,10 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/lib/event.h"
-#include "sim/scenario/comparison.h"
-#include "sim/scenario/load.h"
-#include "sim/scenario/scenario.h"
+#include "sim/scenario/audience.h"
 
 namespace tspec::sim::scenario {
 
@@ -21,30 +18,24 @@ struct TimelineOptions {
     bool colour = false;
 };
 
-class Timeline {
+class Timeline final : public Audience {
   public:
     Timeline(std::FILE *out, TimelineOptions options) : out_(out), options_(options) {}
 
-    /* World: which surroundings the run has. */
-    void begin(const Scenario &scenario, const std::string &world);
-
-    void note(const std::string &text);
-    /* What happened at a simulated time since the start of the run. */
-    void events(const Events &events, Time start);
-    /* An act that is no event by itself. */
-    void act(Duration since_start, const std::string &who, const std::string &what);
-    void load_changes(const Load &before, const Load &after);
-    void held(const std::string &what);
-    void failed(const Scenario &scenario, const Step &step, const ExpectationFailed &failure);
-    void failed(const Scenario &scenario, const Step &step, const std::string &headline);
-    void failed(const std::string &headline);
-
-    /* Between mute and unmute only failures are shown. */
-    void mute() { ++muted_; }
-    void unmute() { --muted_; }
-    void remark(const std::string &text);
-
-    void end(const Scenario &scenario, std::size_t expectations, std::size_t failures);
+    void begin(const Scenario &scenario, const std::string &world) override;
+    void note(const std::string &text) override;
+    void events(const Events &events, Time start) override;
+    void act(Duration since_start, const std::string &who, const std::string &what) override;
+    void load_changes(const Load &before, const Load &after) override;
+    void held(const std::string &what) override;
+    void failed(const Scenario &scenario, const Step &step,
+                const ExpectationFailed &failure) override;
+    void failed(const Scenario &scenario, const Step &step, const std::string &headline) override;
+    void failed(const std::string &headline) override;
+    void mute() override { ++muted_; }
+    void unmute() override { --muted_; }
+    void remark(const std::string &text) override;
+    void end(const Scenario &scenario, std::size_t expectations, std::size_t failures) override;
 
   private:
     enum class Colour { none, bold, dim, good, bad, bar };

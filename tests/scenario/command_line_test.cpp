@@ -64,6 +64,20 @@ TEST(CommandLine, OneFailingScenarioDecidesTheStatus)
                 AllOf(HasSubstr("FAILED  " + first.path()), HasSubstr("held    " + second.path())));
 }
 
+/* It ends within a turn of which the timeline says nothing. */
+TEST(CommandLine, TellsAScenarioAfterOneThatBreaksOff)
+{
+    ScenarioFile first("name: a broken one\nsteps:\n  - repeat:\n      times: 3\n      steps:\n"
+                       "        - daemon.stop: SIGKILL\n");
+    ScenarioFile second("name: a good one\nsteps:\n  - note: Once upon a time.\n");
+
+    CommandResult result = run_sim({"run", first.path(), second.path()});
+
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output,
+                AllOf(HasSubstr("the daemon does not run"), HasSubstr("Once upon a time.")));
+}
+
 TEST(CommandLine, PlaysNothingWhenOneScenarioIsWrong)
 {
     ScenarioFile first(good);

@@ -57,6 +57,27 @@ TEST(DecodeTest, AddtsResponse)
     EXPECT_THAT(decoded.summary, testing::EndsWith("accepted, medium time 625 (2.00 %)"));
 }
 
+TEST(DecodeTest, DeltsSaysWhetherTheStreamWasActive)
+{
+    HostapdMessage message{.msg_type = TSPEC_PEER_MSG, .cmd = TSPEC_DELTS_CMD};
+    const std::pair<std::uint32_t, const char *> names[] = {
+        {0, "active"}, {3, "not active"}, {1, "1"}};
+    for (auto [code, name] : names) {
+        message.result_code = code;
+        Decoded decoded = decode_datagram(Kind::from_daemon, Peer::hostapd, message.bytes());
+        EXPECT_EQ(text_of_field(decoded, "result_code"), name);
+        EXPECT_THAT(decoded.summary,
+                    testing::HasSubstr(std::string("uplink, ") + name + ", medium"));
+    }
+}
+
+TEST(DecodeTest, DeltsOfMapdHasNoResult)
+{
+    MapdMessage message{.cmd = TSPEC_DELTS_CMD};
+    Decoded decoded = decode_datagram(Kind::to_daemon, Peer::mapd, message.bytes());
+    EXPECT_THAT(decoded.summary, testing::Not(testing::HasSubstr("accepted")));
+}
+
 TEST(DecodeTest, EveryHostapdCommandHasItsName)
 {
     const std::pair<std::uint8_t, const char *> names[] = {

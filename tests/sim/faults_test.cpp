@@ -55,6 +55,18 @@ TEST_F(FaultsTest, HitsAreReported)
     EXPECT_EQ(hits[0].error, ENOMEM);
 }
 
+TEST_F(FaultsTest, AllocationsOfTheLibraryItselfDoNotCount)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's runtime answers for allocations";
+#endif
+    ap.driver().inject({.call = Call::calloc, .error = ENOMEM});
+    ap.driver().set_station(station_mac(1), StationAnswer::flags(TSPEC_CLIENT_ASSOCIATED));
+    EXPECT_THAT(of_kind(ap.settle(), Kind::fault), testing::IsEmpty());
+    tell("a");
+    EXPECT_THAT(of_kind(ap.settle(), Kind::fault), testing::SizeIs(1));
+}
+
 TEST_F(FaultsTest, WaitIsInterruptedAtOnce)
 {
     ap.driver().inject({.call = Call::select, .error = EINTR, .port = TSPEC_UDP_PORT});

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -109,6 +110,34 @@ TEST_F(SharedWorldTest, LeavesAPipeAloneWithAReaderBehindIt)
     reader.close();
     EXPECT_THAT(words_when_sharing(), testing::EndsWith("exit status 0"));
     EXPECT_FALSE(fs::exists(SNMP_TRAP_TSPEC_FIFO_FILE));
+}
+
+/* The ports that the kernel gives by itself; as before when the object ends. */
+class PortRange {
+  public:
+    PortRange() { std::getline(std::ifstream(place), before_); }
+    ~PortRange() { set(before_); }
+    bool set(const std::string &range) { return bool(std::ofstream(place) << range << std::flush); }
+
+  private:
+    static constexpr const char *place = "/proc/sys/net/ipv4/ip_local_port_range";
+    std::string before_;
+};
+
+TEST(WorldTest, PassingPortIsNoneOfTheFixedOnes)
+{
+    if (!PrivateWorld::current().isolated()) {
+        GTEST_SKIP() << "the range of ports is the host's";
+    }
+    PortRange range;
+    if (!range.set("55263 55265")) {
+        GTEST_SKIP() << "the range of ports cannot be set here";
+    }
+
+    Socket socket = Socket::udp(0);
+
+    EXPECT_EQ(local_port(socket), 55264);
+    EXPECT_THROW(Socket::udp(0), std::system_error);
 }
 
 TEST(WorldTest, OtherPathsAreTheSameOnTheHost)

@@ -16,7 +16,7 @@ const StepGroup &story_steps()
          .help = "A sentence for the reader, shown in the timeline.",
          .keys = {required("text", types::text, "what to say")},
          .shorthand = "text",
-         .run = [](Run &run, const Args &args) { run.timeline().note(args.text("text")); },
+         .run = [](Run &run, const Args &args) { run.audience().note(args.text("text")); },
          .needs_daemon = false},
         {.name = "repeat",
          .role = Role::loop,

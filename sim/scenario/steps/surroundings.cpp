@@ -98,7 +98,9 @@ void stop_daemon(Run &run, const Args &args)
 
 void advance(Run &run, const Args &args)
 {
-    run.ap().advance(args.duration("by"));
+    Duration by = args.duration("by");
+    bool is_served = run.ap().options().clock == Clock::real;
+    is_served ? run.ap().skip(by) : run.ap().advance(by);
 }
 
 void set_clock(Run &run, const Args &args)

@@ -1,0 +1,67 @@
+/*
+ * An access point on the host's own ports for as long as somebody wants to try
+ * his own parts on it: the daemon on the simulated driver, the peers that he
+ * does not bring, and the story of what goes on.
+ */
+#ifndef TSPEC_SIM_SERVE_SERVICE_H
+#define TSPEC_SIM_SERVE_SERVICE_H
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "sim/lib/access_point.h"
+#include "sim/scenario/timeline.h"
+#include "sim/serve/control_socket.h"
+#include "sim/serve/load_watch.h"
+#include "sim/serve/station_option.h"
+
+namespace tspec::sim::serve {
+
+enum Status { ended = 0, daemon_lost = 1, wrong_input = 2, no_access_point = 3 };
+
+struct ServeRequest {
+    std::vector<Peer> away; /* of hostapd, mapd and dman */
+    std::vector<StationOption> stations;
+    bool managed = false;
+    std::filesystem::path daemon;
+    bool no_colour = false;
+};
+
+class Service {
+  public:
+    /* Throws when the daemon cannot be run. Signals that end the service are
+     * read from the descriptor. */
+    Service(const ServeRequest &request, int signals);
+
+    /* Returns when a signal has come (ended) or the daemon has gone by itself. */
+    Status run();
+
+  private:
+    void start();
+    void announce() const;
+    Status end();
+    void tell(const Events &events);
+    void say(const std::string &who, const std::string &what);
+    void clear();
+    void lend_operator();
+    void apply(ApplyRequest request);
+    int play(const ApplyRequest &request);
+    void watch_for(std::vector<Interrupt> more);
+
+    ServeRequest request_;
+    int signals_;
+    bool colour_;
+    AccessPoint ap_;
+    scenario::Timeline timeline_;
+    LoadWatch load_watch_;
+    ControlServer control_;
+};
+
+/* What a service of this request needs for itself and finds taken, one sentence
+ * each. */
+std::vector<std::string> obstacles_to(const ServeRequest &request);
+
+} // namespace tspec::sim::serve
+
+#endif

@@ -3,6 +3,7 @@
 #include <string.h>
 
 static const uint8_t max_level = 7;
+static const uint32_t max_seconds = 3600;
 
 typedef struct {
     const char *name;
@@ -33,22 +34,80 @@ static int hex_value(char c)
     return -1;
 }
 
-bool tspec_tool_parse_number(const char *text, uint8_t max, uint8_t *value)
+/* Reads digits from `text` on; null when there is none or they are above max. */
+static const char *read_digits(const char *text, uint32_t max, uint32_t *value)
 {
-    if (*text == '\0') {
-        return false;
-    }
-    unsigned number = 0;
-    for (const char *p = text; *p != '\0'; p++) {
-        if (!is_digit(*p)) {
-            return false;
-        }
+    uint64_t number = 0;
+    const char *p = text;
+    for (; is_digit(*p); p++) {
         number = number * 10 + static_cast<unsigned>(*p - '0');
         if (number > max) {
-            return false;
+            return nullptr;
         }
     }
+    *value = static_cast<uint32_t>(number);
+    return p == text ? nullptr : p;
+}
+
+bool tspec_tool_parse_word(const char *text, uint32_t max, uint32_t *value)
+{
+    uint32_t number = 0;
+    const char *end = read_digits(text, max, &number);
+    if (end == nullptr || *end != '\0') {
+        return false;
+    }
+    *value = number;
+    return true;
+}
+
+bool tspec_tool_parse_number(const char *text, uint8_t max, uint8_t *value)
+{
+    uint32_t number = 0;
+    if (!tspec_tool_parse_word(text, max, &number)) {
+        return false;
+    }
     *value = static_cast<uint8_t>(number);
+    return true;
+}
+
+bool tspec_tool_parse_seconds(const char *text, uint16_t *seconds)
+{
+    uint32_t number = 0;
+    if (!tspec_tool_parse_word(text, max_seconds, &number) || number == 0) {
+        return false;
+    }
+    *seconds = static_cast<uint16_t>(number);
+    return true;
+}
+
+/* What follows `prefix` in `text`, or null when it does not begin with it. */
+static const char *after(const char *prefix, const char *text)
+{
+    const size_t length = strlen(prefix);
+    return strncmp(text, prefix, length) == 0 ? text + length : nullptr;
+}
+
+bool tspec_tool_parse_radio(const char *text, uint8_t *radio)
+{
+    const char *number = after("wlan", text);
+    return tspec_tool_parse_number(number != nullptr ? number : text, TSPEC_NUM_RADIOS - 1, radio);
+}
+
+bool tspec_tool_parse_vap(const char *text, uint8_t *radio, uint8_t *vap)
+{
+    const char *number = after("wlan", text);
+    const char *separator = number != nullptr ? "vap" : ".";
+    uint32_t radio_number = 0;
+    const char *end =
+        read_digits(number != nullptr ? number : text, TSPEC_NUM_RADIOS - 1, &radio_number);
+    const char *second = end != nullptr ? after(separator, end) : nullptr;
+    uint32_t vap_number = 0;
+    if (second == nullptr ||
+        !tspec_tool_parse_word(second, TSPEC_VAPS_PER_RADIO - 1, &vap_number)) {
+        return false;
+    }
+    *radio = static_cast<uint8_t>(radio_number);
+    *vap = static_cast<uint8_t>(vap_number);
     return true;
 }
 

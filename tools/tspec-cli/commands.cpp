@@ -1,104 +1,9 @@
 #include "tspec-cli/commands.h"
 
-#include "tspec-cli/args.h"
+#include "tspec-cli/build.h"
+#include "tspec-cli/run.h"
 
-#include <stdio.h>
 #include <string.h>
-
-static const uint8_t max_tid = 15;
-
-/* Any mode but 0 and 1 asks the daemon to show the mode in force. */
-static const uint8_t show_disassoc_mode = 2;
-
-static void put_byte(tspec_tool_request_t *request, uint8_t byte)
-{
-    request->bytes[request->length++] = byte;
-}
-
-static bool put_mac(tspec_tool_request_t *request, const char *text, tspec_tool_error_t *error)
-{
-    if (!tspec_tool_parse_mac(text, request->bytes + request->length)) {
-        snprintf(error->text, sizeof(error->text),
-                 "\"%s\" is not a MAC address; write six pairs of hex digits with colons between "
-                 "them, for example 02:00:00:00:00:01",
-                 text);
-        return false;
-    }
-    request->length += TSPEC_MAC_LEN;
-    return true;
-}
-
-static bool build_ping(const tspec_tool_operands_t *, tspec_tool_request_t *request,
-                       tspec_tool_error_t *)
-{
-    put_byte(request, TSPEC_CLI_PING_CMD);
-    return true;
-}
-
-static bool build_debug(const tspec_tool_operands_t *operands, tspec_tool_request_t *request,
-                        tspec_tool_error_t *error)
-{
-    put_byte(request, TSPEC_CLI_DEBUG_CMD);
-    put_byte(request, static_cast<uint8_t>(operands->count));
-    for (size_t i = 0; i < operands->count; i++) {
-        uint8_t level = 0;
-        if (!tspec_tool_parse_level(operands->values[i], &level)) {
-            snprintf(error->text, sizeof(error->text),
-                     "\"%s\" is not a trace level; levels are 0 to 7, off, info, error, hostapd, "
-                     "mapd, dman and func",
-                     operands->values[i]);
-            return false;
-        }
-        put_byte(request, level);
-    }
-    return true;
-}
-
-static bool build_delete_client(const tspec_tool_operands_t *operands,
-                                tspec_tool_request_t *request, tspec_tool_error_t *error)
-{
-    put_byte(request, TSPEC_CLI_DEL_CLIENT_CMD);
-    return put_mac(request, operands->values[0], error);
-}
-
-static bool build_delete_stream(const tspec_tool_operands_t *operands,
-                                tspec_tool_request_t *request, tspec_tool_error_t *error)
-{
-    put_byte(request, TSPEC_CLI_DEL_TID_CMD);
-    if (!put_mac(request, operands->values[0], error)) {
-        return false;
-    }
-    uint8_t tid = 0;
-    if (!tspec_tool_parse_number(operands->values[1], max_tid, &tid)) {
-        snprintf(error->text, sizeof(error->text), "\"%s\" is not a TID; TIDs are 0 to 15",
-                 operands->values[1]);
-        return false;
-    }
-    put_byte(request, tid);
-    return true;
-}
-
-static bool build_disassociation_mode(const tspec_tool_operands_t *operands,
-                                      tspec_tool_request_t *request, tspec_tool_error_t *error)
-{
-    uint8_t mode = show_disassoc_mode;
-    if (operands->count == 1 && !tspec_tool_parse_number(operands->values[0], 1, &mode)) {
-        snprintf(error->text, sizeof(error->text),
-                 "\"%s\" is not a disassociation mode; modes are 0 and 1", operands->values[0]);
-        return false;
-    }
-    put_byte(request, TSPEC_CLI_DISASSOC_MODE_CMD);
-    put_byte(request, mode);
-    return true;
-}
-
-static bool build_show(const tspec_tool_operands_t *operands, tspec_tool_request_t *request,
-                       tspec_tool_error_t *)
-{
-    put_byte(request, TSPEC_CLI_SHOW_CMD);
-    put_byte(request, operands->option_given ? 1 : 0);
-    return true;
-}
 
 static const tspec_tool_command_t commands[] = {
     {
@@ -108,12 +13,13 @@ static const tspec_tool_command_t commands[] = {
         .help = "Prints PONG when the daemon answers within two seconds. The daemon may be silent\n"
                 "for up to two seconds while it waits for hostapd; try again before you take it\n"
                 "for dead.\n",
-        .option = nullptr,
+        .options = {},
         .warning = nullptr,
         .min_operands = 0,
         .max_operands = 0,
-        .is_answered = true,
-        .build = build_ping,
+        .completed = {},
+        .build = tspec_tool_build_ping,
+        .run = tspec_tool_run_ping,
     },
     {
         .name = "debug",
@@ -130,12 +36,13 @@ static const tspec_tool_command_t commands[] = {
                 "  7  func     entry and exit of functions\n"
                 "\"debug off error hostapd\" leaves exactly these two on. Without a level the\n"
                 "daemon prints the levels that are on, by number.\n",
-        .option = nullptr,
+        .options = {},
         .warning = nullptr,
         .min_operands = 0,
         .max_operands = TSPEC_TOOL_MAX_OPERANDS,
-        .is_answered = false,
-        .build = build_debug,
+        .completed = {"off info error hostapd mapd dman func"},
+        .build = tspec_tool_build_debug,
+        .run = nullptr,
     },
     {
         .name = "delete-client",
@@ -144,14 +51,15 @@ static const tspec_tool_command_t commands[] = {
         .help =
             "Takes the record of a client out of the daemon's memory. hostapd and mapd are not\n"
             "told. For ordinary removals use delete-stream, once for each stream.\n",
-        .option = "--force",
+        .options = {{"--force", nullptr, false, nullptr}},
         .warning = "delete-client removes the bare record: neither the medium time nor the stream "
                    "count\nof the client's streams comes back before the daemon is restarted. Use "
                    "delete-stream\nto remove streams in order.\n",
         .min_operands = 1,
         .max_operands = 1,
-        .is_answered = false,
-        .build = build_delete_client,
+        .completed = {},
+        .build = tspec_tool_build_delete_client,
+        .run = nullptr,
     },
     {
         .name = "delete-stream",
@@ -159,12 +67,13 @@ static const tspec_tool_command_t commands[] = {
         .summary = "tear one stream of a client down",
         .help = "Sends a DELTS to hostapd, gives the medium time back (through mapd while it\n"
                 "manages the access point) and deletes the stream. TID is 0 to 15.\n",
-        .option = nullptr,
+        .options = {},
         .warning = nullptr,
         .min_operands = 2,
         .max_operands = 2,
-        .is_answered = false,
-        .build = build_delete_stream,
+        .completed = {nullptr, "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15"},
+        .build = tspec_tool_build_delete_stream,
+        .run = nullptr,
     },
     {
         .name = "disassociation-mode",
@@ -173,12 +82,13 @@ static const tspec_tool_command_t commands[] = {
         .help = "  0  streams of a client go when hostapd says that it has left (the default)\n"
                 "  1  such messages of hostapd are ignored\n"
                 "Without a mode the daemon prints the one in force.\n",
-        .option = nullptr,
+        .options = {},
         .warning = nullptr,
         .min_operands = 0,
         .max_operands = 1,
-        .is_answered = false,
-        .build = build_disassociation_mode,
+        .completed = {"0 1"},
+        .build = tspec_tool_build_disassociation_mode,
+        .run = nullptr,
     },
     {
         .name = "show",
@@ -187,12 +97,128 @@ static const tspec_tool_command_t commands[] = {
         .help = "Lists the streams in use, with --all also the free entries of every client, then\n"
                 "the totals, then the medium time admitted and its limit for each radio and\n"
                 "access category, in units of 32 microseconds per second.\n",
-        .option = "--all",
+        .options = {{"--all", nullptr, false, nullptr}},
         .warning = nullptr,
         .min_operands = 0,
         .max_operands = 0,
-        .is_answered = false,
-        .build = build_show,
+        .completed = {},
+        .build = tspec_tool_build_show,
+        .run = nullptr,
+    },
+    {
+        .name = "stats",
+        .synopsis = "[--radio R | --vap R.V] [--json] [--watch [SECONDS]]",
+        .summary = "show streams, clients and airtime of each access category",
+        .help = "Shows the access point and its two radios, or one radio (0 or 1), or one VAP of\n"
+                "a radio (0.0 to 1.15): streams, clients, decisions, and the medium time that is\n"
+                "admitted and free, in units of 32 microseconds per second. roaming counts the\n"
+                "clients that roam, or the requests and the medium time of such clients.\n"
+                "  --json     prints one JSON object on one line\n"
+                "  --watch    shows it again every 2 seconds, or every SECONDS (1 to 3600)\n"
+                "Colours only on a terminal, and not with NO_COLOR in the environment.\n",
+        .options = {{"--json", nullptr, false, nullptr},
+                    {"--watch", "SECONDS", true, nullptr},
+                    {"--radio", "R", false, "0 1"},
+                    {"--vap", "R.V", false,
+                     "0.0 0.1 0.2 0.3 0.4 0.5 0.6 0.7 0.8 0.9 0.10 0.11 0.12 0.13 0.14 "
+                     "0.15 1.0 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8 1.9 1.10 1.11 1.12 1.13 "
+                     "1.14 1.15"}},
+        .warning = nullptr,
+        .min_operands = 0,
+        .max_operands = 0,
+        .completed = {},
+        .build = tspec_tool_build_view,
+        .run = tspec_tool_run_stats,
+    },
+    {
+        .name = "streams",
+        .synopsis = "[--json] [--watch [SECONDS]]",
+        .summary = "list the streams here, not on the console",
+        .help = "Walks over the streams on TIDs 0 to 7, admitted and pending. Those on TIDs 8 to\n"
+                "15 are in the list of \"show\" alone.\n"
+                "  --json     prints one JSON object on one line\n"
+                "  --watch    shows it again every 2 seconds, or every SECONDS (1 to 3600)\n",
+        .options = {{"--json", nullptr, false, nullptr}, {"--watch", "SECONDS", true, nullptr}},
+        .warning = nullptr,
+        .min_operands = 0,
+        .max_operands = 0,
+        .completed = {},
+        .build = tspec_tool_build_view,
+        .run = tspec_tool_run_streams,
+    },
+    {
+        .name = "metrics",
+        .synopsis = "[--streams]",
+        .summary = "print the figures of stats for Prometheus",
+        .help =
+            "Prints the Prometheus text format, for the textfile collector of the node\n"
+            "exporter. Write it to a file that is then renamed, so that no half of it is read.\n"
+            "  --streams  adds medium time and excess use of each stream\n",
+        .options = {{"--streams", nullptr, false, nullptr}},
+        .warning = nullptr,
+        .min_operands = 0,
+        .max_operands = 0,
+        .completed = {},
+        .build = tspec_tool_build_metrics,
+        .run = tspec_tool_run_metrics,
+    },
+    {
+        .name = "config",
+        .synopsis = "apply|check FILE",
+        .summary = TSPEC_TOOL_CONFIG_SUMMARY,
+        .help = "Configures a daemon that has no dman. The file is checked whole first; \"check\"\n"
+                "ends there. \"apply\" waits up to 5 seconds for the daemon, sends what the file\n"
+                "says, and makes sure that the daemon has taken it. A dman that runs as well\n"
+                "would be overruled, until it speaks again.\n",
+        .options = {},
+        .warning = nullptr,
+        .min_operands = 2,
+        .max_operands = 2,
+        .completed = {"apply check", TSPEC_TOOL_FILES},
+        .build = tspec_tool_build_config,
+        .run = tspec_tool_run_config,
+    },
+    {
+        .name = "remove-stale",
+        .synopsis = "",
+        .summary = "for service files: remove a dead daemon's socket",
+        .help = "Removes " TSPEC_DMAN_SOCK_PATH ", which an ended daemon leaves behind and which\n"
+                "keeps the next one from starting. It goes only when connecting to it is refused,\n"
+                "that is when no daemon is alive.\n",
+        .options = {},
+        .warning = nullptr,
+        .min_operands = 0,
+        .max_operands = 0,
+        .completed = {},
+        .build = tspec_tool_build_nothing,
+        .run = tspec_tool_run_remove_stale,
+    },
+    {
+        .name = "wait-loopback",
+        .synopsis = "",
+        .summary = "for service files: wait until lo is up",
+        .help = "Waits up to 30 seconds for the interface over which the daemon talks to hostapd\n"
+                "and mapd.\n",
+        .options = {},
+        .warning = nullptr,
+        .min_operands = 0,
+        .max_operands = 0,
+        .completed = {},
+        .build = tspec_tool_build_nothing,
+        .run = tspec_tool_run_wait_loopback,
+    },
+    {
+        .name = "completion",
+        .synopsis = "bash",
+        .summary = "print the completion of this command line",
+        .help = "For the running shell: source <(tspec-cli completion bash)\n",
+        .options = {},
+        .warning = nullptr,
+        .min_operands = 1,
+        .max_operands = 1,
+        .completed = {"bash"},
+        .build = tspec_tool_build_completion,
+        .run = tspec_tool_run_completion,
     },
 };
 

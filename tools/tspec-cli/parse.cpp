@@ -14,11 +14,16 @@ static bool is_version(const char *argument)
     return strcmp(argument, "--version") == 0 || strcmp(argument, "-V") == 0;
 }
 
+static bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
 /* A dash before a digit is a number out of range, and is better told so by the
  * check of the number. */
 static bool looks_like_option(const char *argument)
 {
-    return argument[0] == '-' && !(argument[1] >= '0' && argument[1] <= '9');
+    return argument[0] == '-' && !is_digit(argument[1]);
 }
 
 __attribute__((format(printf, 2, 3))) static void reject(tspec_tool_invocation_t *invocation,
@@ -41,26 +46,79 @@ static bool wants_help(int count, const char *const *arguments)
     return false;
 }
 
-/* Splits what follows the command's name into its option and its operands. */
-static bool collect_operands(int count, const char *const *arguments,
-                             tspec_tool_invocation_t *invocation, tspec_tool_operands_t *operands)
+/* The option's place among those of the command, or -1. */
+static int find_option(const tspec_tool_command_t *command, const char *argument)
+{
+    for (int i = 0; i < TSPEC_TOOL_MAX_OPTIONS && command->options[i].name != nullptr; i++) {
+        if (strcmp(argument, command->options[i].name) == 0) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+static bool takes_as_value(const tspec_tool_option_t *option, const char *argument)
+{
+    if (option->value == nullptr || argument == nullptr) {
+        return false;
+    }
+    return !option->value_is_optional || is_digit(argument[0]);
+}
+
+/* Takes the option and its value; yields the number of arguments taken, 0 when
+ * the value is missing. */
+static int collect_option(int place, const char *next, tspec_tool_invocation_t *invocation,
+                          tspec_tool_operands_t *operands)
+{
+    const tspec_tool_option_t *option = &invocation->command->options[place];
+    operands->options[place].given = true;
+    if (takes_as_value(option, next)) {
+        operands->options[place].value = next;
+        return 2;
+    }
+    if (option->value != nullptr && !option->value_is_optional) {
+        reject(invocation, "%s wants a value, %s", option->name, option->value);
+        return 0;
+    }
+    return 1;
+}
+
+static bool collect_operand(const char *argument, tspec_tool_invocation_t *invocation,
+                            tspec_tool_operands_t *operands)
 {
     const tspec_tool_command_t *command = invocation->command;
-    for (int i = 0; i < count; i++) {
-        const char *argument = arguments[i];
-        if (command->option != nullptr && strcmp(argument, command->option) == 0) {
-            operands->option_given = true;
+    if (looks_like_option(argument)) {
+        reject(invocation, "%s has no option \"%s\"", command->name, argument);
+        return false;
+    }
+    if (operands->count == command->max_operands) {
+        reject(invocation, "\"%s\" is one argument too many for %s", argument, command->name);
+        return false;
+    }
+    operands->values[operands->count++] = argument;
+    return true;
+}
+
+/* Splits what follows the command's name into its options and its operands. */
+static bool collect_arguments(int count, const char *const *arguments,
+                              tspec_tool_invocation_t *invocation, tspec_tool_operands_t *operands)
+{
+    const tspec_tool_command_t *command = invocation->command;
+    for (int i = 0; i < count;) {
+        const int place = find_option(command, arguments[i]);
+        if (place < 0) {
+            if (!collect_operand(arguments[i], invocation, operands)) {
+                return false;
+            }
+            i++;
             continue;
         }
-        if (looks_like_option(argument)) {
-            reject(invocation, "%s has no option \"%s\"", command->name, argument);
+        const char *next = i + 1 < count ? arguments[i + 1] : nullptr;
+        const int taken = collect_option(place, next, invocation, operands);
+        if (taken == 0) {
             return false;
         }
-        if (operands->count == command->max_operands) {
-            reject(invocation, "\"%s\" is one argument too many for %s", argument, command->name);
-            return false;
-        }
-        operands->values[operands->count++] = argument;
+        i += taken;
     }
     if (operands->count < command->min_operands) {
         reject(invocation, "%s wants %u argument%s and got %zu", command->name,
@@ -78,15 +136,15 @@ static void parse_command(int count, const char *const *arguments,
         return;
     }
     tspec_tool_operands_t operands = {};
-    if (!collect_operands(count, arguments, invocation, &operands)) {
+    if (!collect_arguments(count, arguments, invocation, &operands)) {
         return;
     }
     const tspec_tool_command_t *command = invocation->command;
-    if (!command->build(&operands, &invocation->request, &invocation->error)) {
+    if (!command->build(&operands, &invocation->job, &invocation->error)) {
         invocation->outcome = TSPEC_TOOL_REJECTED;
         return;
     }
-    const bool has_consent = command->warning == nullptr || operands.option_given;
+    const bool has_consent = command->warning == nullptr || operands.options[0].given;
     invocation->outcome = has_consent ? TSPEC_TOOL_RUN : TSPEC_TOOL_UNCONFIRMED;
 }
 

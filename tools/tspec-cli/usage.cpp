@@ -3,13 +3,28 @@
 static const char tool_help[] =
     "Speaks to the tspec-daemon of this access point.\n"
     "\n"
-    "The answer to ping is printed here. All other answers of the daemon appear on\n"
-    "the access point's console, /dev/console.\n";
+    "ping, stats, streams, metrics and config answer here. The answers to all other\n"
+    "commands appear on the access point's console, /dev/console.\n";
 
-static const char tool_notes[] = "\n"
-                                 "tspec-cli COMMAND --help says more of a command.\n"
-                                 "\n"
-                                 "Exit status: 0 done, 1 no daemon or no answer, 2 wrong usage.\n";
+static const char tool_notes[] =
+    "\n"
+    "tspec-cli COMMAND --help says more of a command.\n"
+    "\n"
+    "Exit status: 0 done, 1 no daemon or no answer, 2 wrong usage or configuration,\n"
+    "3 dman has the port that statistics are sent to.\n";
+
+/* A command that is longer than its column has its summary on the next line. */
+static void print_command_line(FILE *out, const tspec_tool_command_t *command)
+{
+    static const int column = 27;
+    const int length = fprintf(out, "  %s %s", command->name, command->synopsis) - 2;
+    if (length > column) {
+        fprintf(out, "\n%*s", column + 2, "");
+    } else {
+        fprintf(out, "%*s", column - length, "");
+    }
+    fprintf(out, " %s\n", command->summary);
+}
 
 static void print_command_list(FILE *out)
 {
@@ -21,9 +36,7 @@ static void print_command_list(FILE *out)
           "Commands:\n",
           out);
     for (size_t i = 0; i < count; i++) {
-        char left[48];
-        snprintf(left, sizeof(left), "%s %s", commands[i].name, commands[i].synopsis);
-        fprintf(out, "  %-27s %s\n", left, commands[i].summary);
+        print_command_line(out, &commands[i]);
     }
 }
 
@@ -46,9 +59,10 @@ void tspec_tool_print_help(FILE *out, const tspec_tool_command_t *command)
     }
     fprintf(out, "\n%s", command->help);
     if (command->warning != nullptr) {
-        fprintf(out, "\n%sWithout %s nothing is sent.\n", command->warning, command->option);
+        fprintf(out, "\n%sWithout %s nothing is sent.\n", command->warning,
+                command->options[0].name);
     }
-    if (!command->is_answered) {
+    if (command->run == nullptr) {
         fputs("\nThe daemon answers on the access point's console, not here.\n", out);
     }
 }

@@ -89,4 +89,57 @@ TEST(ToolLevel, RefusesMaskValuesAndOtherNames)
     }
 }
 
+TEST(ToolRadio, TakesItsNumberOrItsInterface)
+{
+    for (const auto &[text, expected] :
+         std::vector<std::pair<std::string, int>>{{"0", 0}, {"1", 1}, {"wlan0", 0}, {"wlan1", 1}}) {
+        uint8_t radio = untouched;
+        EXPECT_TRUE(tspec_tool_parse_radio(text.c_str(), &radio)) << text;
+        EXPECT_EQ(radio, expected) << text;
+    }
+    for (const std::string text : {"", "2", "-1", "wlan", "wlan2", "wlan0vap0", "eth0", "wlan 0"}) {
+        uint8_t radio = untouched;
+        EXPECT_FALSE(tspec_tool_parse_radio(text.c_str(), &radio)) << text;
+        EXPECT_EQ(radio, untouched) << text;
+    }
+}
+
+TEST(ToolVap, TakesRadioAndNumberOrItsInterface)
+{
+    struct Vap {
+        std::string text;
+        int radio;
+        int vap;
+    };
+    for (const Vap &expected : std::vector<Vap>{{"0.0", 0, 0},
+                                                {"0.15", 0, 15},
+                                                {"1.3", 1, 3},
+                                                {"wlan0vap0", 0, 0},
+                                                {"wlan1vap15", 1, 15}}) {
+        uint8_t radio = untouched;
+        uint8_t vap = untouched;
+        EXPECT_TRUE(tspec_tool_parse_vap(expected.text.c_str(), &radio, &vap)) << expected.text;
+        EXPECT_EQ(radio, expected.radio) << expected.text;
+        EXPECT_EQ(vap, expected.vap) << expected.text;
+    }
+    for (const std::string text : {"", "0", "0.", ".0", "0.16", "2.0", "0.-1", "0.1x", "wlan0",
+                                   "wlan0vap", "wlan0vap16", "wlan2vap0", "0vap1", "wlan0.1"}) {
+        uint8_t radio = untouched;
+        uint8_t vap = untouched;
+        EXPECT_FALSE(tspec_tool_parse_vap(text.c_str(), &radio, &vap)) << text;
+        EXPECT_EQ(radio, untouched) << text;
+        EXPECT_EQ(vap, untouched) << text;
+    }
+}
+
+TEST(ToolWord, TakesTheWholeWidth)
+{
+    uint32_t value = untouched;
+    EXPECT_TRUE(tspec_tool_parse_word("4294967295", UINT32_MAX, &value));
+    EXPECT_EQ(value, 4294967295U);
+    EXPECT_FALSE(tspec_tool_parse_word("4294967296", UINT32_MAX, &value));
+    EXPECT_FALSE(tspec_tool_parse_word("18446744073709551617", UINT32_MAX, &value));
+    EXPECT_EQ(value, 4294967295U);
+}
+
 } // namespace

@@ -38,12 +38,19 @@ int bound_socket(const std::string &name)
     return sock;
 }
 
+// Root needs no user namespace, which emulators with threads of their own cannot
+// have.
+bool enter_own_network()
+{
+    return unshare(CLONE_NEWNET) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0;
+}
+
 // What `body` returns in a child process, or a number above that.
 int in_own_namespace(const std::function<int()> &body)
 {
     const pid_t child = fork();
     if (child == 0) {
-        if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
+        if (!enter_own_network()) {
             _exit(no_namespace);
         }
         _exit(body());

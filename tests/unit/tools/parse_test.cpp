@@ -32,8 +32,15 @@ Bytes datagram_of(const CommandLine &words)
 {
     const tspec_tool_invocation_t invocation = parse(words);
     EXPECT_EQ(invocation.outcome, TSPEC_TOOL_RUN) << invocation.error.text;
-    const uint8_t *bytes = invocation.request.bytes;
-    return {bytes, bytes + invocation.request.length};
+    const uint8_t *bytes = invocation.job.request.bytes;
+    return {bytes, bytes + invocation.job.request.length};
+}
+
+tspec_tool_view_t view_of(const CommandLine &words)
+{
+    const tspec_tool_invocation_t invocation = parse(words);
+    EXPECT_EQ(invocation.outcome, TSPEC_TOOL_RUN) << invocation.error.text;
+    return invocation.job.view;
 }
 
 void expect_rejected(const CommandLine &words, const std::string &reason)
@@ -84,7 +91,7 @@ TEST(ToolCommandLine, DeleteClientWithoutForceIsHeldBack)
     EXPECT_THAT(invocation.command->warning, HasSubstr("medium time"));
     EXPECT_THAT(invocation.command->warning, HasSubstr("stream count"));
     EXPECT_THAT(invocation.command->warning, HasSubstr("delete-stream"));
-    EXPECT_STREQ(invocation.command->option, "--force");
+    EXPECT_STREQ(invocation.command->options[0].name, "--force");
 }
 
 TEST(ToolCommandLine, AWrongAddressIsRefusedBeforeForceIsAskedFor)
@@ -148,6 +155,79 @@ TEST(ToolCommandLine, ALongArgumentCutsTheSentenceAndNothingElse)
     const tspec_tool_invocation_t invocation = parse({std::string(4096, 'x')});
     EXPECT_EQ(invocation.outcome, TSPEC_TOOL_REJECTED);
     EXPECT_EQ(std::string(invocation.error.text).size(), sizeof(invocation.error.text) - 1);
+}
+
+TEST(ToolCommandLine, StatsShowsTheWholeAccessPointOnceUnlessTold)
+{
+    const tspec_tool_view_t view = view_of({"stats"});
+    EXPECT_EQ(view.scope, TSPEC_TOOL_WHOLE_AP);
+    EXPECT_FALSE(view.json);
+    EXPECT_EQ(view.period_s, 0);
+}
+
+TEST(ToolCommandLine, StatsTakesARadioOrAVap)
+{
+    for (const std::string radio : {"1", "wlan1"}) {
+        const tspec_tool_view_t view = view_of({"stats", "--radio", radio});
+        EXPECT_EQ(view.scope, TSPEC_TOOL_ONE_RADIO);
+        EXPECT_EQ(view.radio, 1);
+    }
+    for (const std::string vap : {"1.15", "wlan1vap15"}) {
+        const tspec_tool_view_t view = view_of({"stats", "--json", "--vap", vap});
+        EXPECT_EQ(view.scope, TSPEC_TOOL_ONE_VAP);
+        EXPECT_EQ(view.radio, 1);
+        EXPECT_EQ(view.vap, 15);
+        EXPECT_TRUE(view.json);
+    }
+    expect_rejected({"stats", "--radio", "2"}, "\"2\" is not a radio");
+    expect_rejected({"stats", "--vap", "0.16"}, "\"0.16\" is not a VAP");
+    expect_rejected({"stats", "--radio"}, "--radio wants a value, R");
+    expect_rejected({"stats", "--vap"}, "--vap wants a value, R.V");
+    expect_rejected({"stats", "--radio", "--json"}, "\"--json\" is not a radio");
+    expect_rejected({"stats", "--radio", "0", "--vap", "0.1"}, "cannot go together");
+    expect_rejected({"stats", "0"}, "\"0\" is one argument too many for stats");
+}
+
+TEST(ToolCommandLine, WatchHasAPeriodOfItsOwnOrTakesOne)
+{
+    for (const std::string command : {"stats", "streams"}) {
+        EXPECT_EQ(view_of({command, "--watch"}).period_s, 2);
+        EXPECT_EQ(view_of({command, "--watch", "1"}).period_s, 1);
+        EXPECT_EQ(view_of({command, "--watch", "3600", "--json"}).period_s, 3600);
+        const tspec_tool_view_t view = view_of({command, "--watch", "--json"});
+        EXPECT_EQ(view.period_s, 2);
+        EXPECT_TRUE(view.json);
+        for (const std::string wrong : {"0", "3601", "1s", "4294967297"}) {
+            expect_rejected({command, "--watch", wrong}, "is not a number of seconds");
+        }
+        expect_rejected({command, "--watch", "soon"}, "one argument too many");
+    }
+}
+
+TEST(ToolCommandLine, MetricsMayIncludeStreams)
+{
+    EXPECT_FALSE(view_of({"metrics"}).with_streams);
+    EXPECT_TRUE(view_of({"metrics", "--streams"}).with_streams);
+    expect_rejected({"metrics", "--json"}, "metrics has no option \"--json\"");
+}
+
+TEST(ToolCommandLine, ConfigChecksOrAppliesAFile)
+{
+    const tspec_tool_invocation_t check = parse({"config", "check", "a.conf"});
+    EXPECT_EQ(check.outcome, TSPEC_TOOL_RUN);
+    EXPECT_FALSE(check.job.apply);
+    EXPECT_TRUE(parse({"config", "apply", "a.conf"}).job.apply);
+    expect_rejected({"config", "aply", "a.conf"}, "write apply or check");
+    expect_rejected({"config"}, "config wants 2 arguments and got 0");
+    expect_rejected({"config", "apply"}, "config wants 2 arguments and got 1");
+    expect_rejected({"config", "apply", "a.conf", "b.conf"}, "\"b.conf\" is one argument too many");
+}
+
+TEST(ToolCommandLine, CompletionIsForBashAlone)
+{
+    EXPECT_EQ(parse({"completion", "bash"}).outcome, TSPEC_TOOL_RUN);
+    expect_rejected({"completion", "fish"}, "no completion for \"fish\"");
+    expect_rejected({"completion"}, "completion wants 1 argument and got 0");
 }
 
 TEST(ToolCommandLine, HelpWinsOverWrongArguments)

@@ -1,11 +1,11 @@
 // Usage and help of tspec-cli.
 #include "tspec-cli/usage.h"
 
+#include "tools/printed.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <functional>
 #include <string>
 
 namespace {
@@ -14,18 +14,7 @@ using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
-
-std::string printed(const std::function<void(FILE *)> &print)
-{
-    char *text = nullptr;
-    size_t length = 0;
-    FILE *out = open_memstream(&text, &length);
-    print(out);
-    std::fclose(out);
-    std::string result(text, length);
-    std::free(text);
-    return result;
-}
+using tspec::test::printed;
 
 std::string usage_of(const char *name)
 {
@@ -45,24 +34,36 @@ TEST(ToolUsage, HasALineForEachCommand)
     EXPECT_EQ(usage_of("delete-stream"), "Usage: tspec-cli delete-stream MAC TID\n");
     EXPECT_EQ(usage_of("disassociation-mode"), "Usage: tspec-cli disassociation-mode [0|1]\n");
     EXPECT_EQ(usage_of("show"), "Usage: tspec-cli show [--all]\n");
+    EXPECT_EQ(usage_of("stats"),
+              "Usage: tspec-cli stats [--radio R | --vap R.V] [--json] [--watch [SECONDS]]\n");
+    EXPECT_EQ(usage_of("streams"), "Usage: tspec-cli streams [--json] [--watch [SECONDS]]\n");
+    EXPECT_EQ(usage_of("metrics"), "Usage: tspec-cli metrics [--streams]\n");
+    EXPECT_EQ(usage_of("config"), "Usage: tspec-cli config apply|check FILE\n");
+    EXPECT_EQ(usage_of("remove-stale"), "Usage: tspec-cli remove-stale\n");
+    EXPECT_EQ(usage_of("wait-loopback"), "Usage: tspec-cli wait-loopback\n");
+    EXPECT_EQ(usage_of("completion"), "Usage: tspec-cli completion bash\n");
 }
 
 TEST(ToolUsage, HelpOfTheToolListsEveryCommand)
 {
     const std::string help = printed([](FILE *out) { tspec_tool_print_help(out, nullptr); });
     for (const char *name :
-         {"ping", "debug", "delete-client", "delete-stream", "disassociation-mode", "show"}) {
+         {"ping", "debug", "delete-client", "delete-stream", "disassociation-mode", "show", "stats",
+          "streams", "metrics", "config", "remove-stale", "wait-loopback", "completion"}) {
         EXPECT_THAT(help, HasSubstr("\n  " + std::string(name) + " ")) << name;
     }
     EXPECT_THAT(help, HasSubstr("/dev/console"));
-    EXPECT_THAT(help, HasSubstr("Exit status: 0 done, 1 no daemon or no answer, 2 wrong usage."));
+    EXPECT_THAT(help, HasSubstr("Exit status: 0 done, 1 no daemon or no answer, 2 wrong usage or "
+                                "configuration,\n3 dman has the port"));
 }
 
 TEST(ToolUsage, HelpOfACommandBeginsWithItsUsageAndSaysWhereTheAnswerIs)
 {
     EXPECT_THAT(help_of("show"), StartsWith("Usage: tspec-cli show [--all]\n\n"));
     EXPECT_THAT(help_of("show"), EndsWith("on the access point's console, not here.\n"));
-    EXPECT_THAT(help_of("ping"), Not(HasSubstr("console")));
+    for (const char *name : {"ping", "stats", "metrics", "config", "completion"}) {
+        EXPECT_THAT(help_of(name), Not(HasSubstr("console"))) << name;
+    }
 }
 
 TEST(ToolUsage, HelpOfDeleteClientCarriesItsWarning)

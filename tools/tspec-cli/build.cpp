@@ -1,0 +1,188 @@
+#include "tspec-cli/build.h"
+
+#include "tspec-cli/args.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <string.h>
+
+static const uint8_t max_tid = 15;
+
+/* Any mode but 0 and 1 asks the daemon to show the mode in force. */
+static const uint8_t show_disassoc_mode = 2;
+
+static const uint16_t default_period_s = 2;
+
+__attribute__((format(printf, 2, 3))) static bool refuse(tspec_tool_error_t *error,
+                                                         const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(error->text, sizeof(error->text), format, arguments);
+    va_end(arguments);
+    return false;
+}
+
+static void put_byte(tspec_tool_request_t *request, uint8_t byte)
+{
+    request->bytes[request->length++] = byte;
+}
+
+static bool put_mac(tspec_tool_request_t *request, const char *text, tspec_tool_error_t *error)
+{
+    if (!tspec_tool_parse_mac(text, request->bytes + request->length)) {
+        return refuse(error,
+                      "\"%s\" is not a MAC address; write six pairs of hex digits with colons "
+                      "between them, for example 02:00:00:00:00:01",
+                      text);
+    }
+    request->length += TSPEC_MAC_LEN;
+    return true;
+}
+
+bool tspec_tool_build_nothing(const tspec_tool_operands_t *, tspec_tool_job_t *,
+                              tspec_tool_error_t *)
+{
+    return true;
+}
+
+bool tspec_tool_build_ping(const tspec_tool_operands_t *, tspec_tool_job_t *job,
+                           tspec_tool_error_t *)
+{
+    put_byte(&job->request, TSPEC_CLI_PING_CMD);
+    return true;
+}
+
+bool tspec_tool_build_debug(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                            tspec_tool_error_t *error)
+{
+    put_byte(&job->request, TSPEC_CLI_DEBUG_CMD);
+    put_byte(&job->request, static_cast<uint8_t>(operands->count));
+    for (size_t i = 0; i < operands->count; i++) {
+        uint8_t level = 0;
+        if (!tspec_tool_parse_level(operands->values[i], &level)) {
+            return refuse(error,
+                          "\"%s\" is not a trace level; levels are 0 to 7, off, info, error, "
+                          "hostapd, mapd, dman and func",
+                          operands->values[i]);
+        }
+        put_byte(&job->request, level);
+    }
+    return true;
+}
+
+bool tspec_tool_build_delete_client(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                                    tspec_tool_error_t *error)
+{
+    put_byte(&job->request, TSPEC_CLI_DEL_CLIENT_CMD);
+    return put_mac(&job->request, operands->values[0], error);
+}
+
+bool tspec_tool_build_delete_stream(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                                    tspec_tool_error_t *error)
+{
+    put_byte(&job->request, TSPEC_CLI_DEL_TID_CMD);
+    if (!put_mac(&job->request, operands->values[0], error)) {
+        return false;
+    }
+    uint8_t tid = 0;
+    if (!tspec_tool_parse_number(operands->values[1], max_tid, &tid)) {
+        return refuse(error, "\"%s\" is not a TID; TIDs are 0 to 15", operands->values[1]);
+    }
+    put_byte(&job->request, tid);
+    return true;
+}
+
+bool tspec_tool_build_disassociation_mode(const tspec_tool_operands_t *operands,
+                                          tspec_tool_job_t *job, tspec_tool_error_t *error)
+{
+    uint8_t mode = show_disassoc_mode;
+    if (operands->count == 1 && !tspec_tool_parse_number(operands->values[0], 1, &mode)) {
+        return refuse(error, "\"%s\" is not a disassociation mode; modes are 0 and 1",
+                      operands->values[0]);
+    }
+    put_byte(&job->request, TSPEC_CLI_DISASSOC_MODE_CMD);
+    put_byte(&job->request, mode);
+    return true;
+}
+
+bool tspec_tool_build_show(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                           tspec_tool_error_t *)
+{
+    put_byte(&job->request, TSPEC_CLI_SHOW_CMD);
+    put_byte(&job->request, operands->options[TSPEC_TOOL_ALL].given ? 1 : 0);
+    return true;
+}
+
+static bool build_period(const tspec_tool_operands_t *operands, tspec_tool_view_t *view,
+                         tspec_tool_error_t *error)
+{
+    if (!operands->options[TSPEC_TOOL_WATCH].given) {
+        return true;
+    }
+    const char *seconds = operands->options[TSPEC_TOOL_WATCH].value;
+    view->period_s = default_period_s;
+    if (seconds != nullptr && !tspec_tool_parse_seconds(seconds, &view->period_s)) {
+        return refuse(error, "\"%s\" is not a number of seconds from 1 to 3600", seconds);
+    }
+    return true;
+}
+
+static bool build_scope(const tspec_tool_operands_t *operands, tspec_tool_view_t *view,
+                        tspec_tool_error_t *error)
+{
+    const char *radio = operands->options[TSPEC_TOOL_RADIO].value;
+    const char *vap = operands->options[TSPEC_TOOL_VAP].value;
+    if (radio != nullptr && vap != nullptr) {
+        return refuse(error, "--radio and --vap cannot go together");
+    }
+    if (radio != nullptr) {
+        view->scope = TSPEC_TOOL_ONE_RADIO;
+        return tspec_tool_parse_radio(radio, &view->radio) ||
+               refuse(error, "\"%s\" is not a radio; radios are 0 and 1, or wlan0 and wlan1",
+                      radio);
+    }
+    if (vap != nullptr) {
+        view->scope = TSPEC_TOOL_ONE_VAP;
+        return tspec_tool_parse_vap(vap, &view->radio, &view->vap) ||
+               refuse(error,
+                      "\"%s\" is not a VAP; VAPs are 0.0 to 0.15 and 1.0 to 1.15, or wlan0vap0 "
+                      "and so on",
+                      vap);
+    }
+    return true;
+}
+
+bool tspec_tool_build_view(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                           tspec_tool_error_t *error)
+{
+    job->view.json = operands->options[TSPEC_TOOL_JSON].given;
+    return build_period(operands, &job->view, error) && build_scope(operands, &job->view, error);
+}
+
+bool tspec_tool_build_metrics(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                              tspec_tool_error_t *)
+{
+    job->view.with_streams = operands->options[TSPEC_TOOL_STREAMS].given;
+    return true;
+}
+
+bool tspec_tool_build_config(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                             tspec_tool_error_t *error)
+{
+    const char *action = operands->values[0];
+    job->apply = strcmp(action, "apply") == 0;
+    if (!job->apply && strcmp(action, "check") != 0) {
+        return refuse(error, "\"%s\" is nothing to do with a configuration; write apply or check",
+                      action);
+    }
+    job->file = operands->values[1];
+    return true;
+}
+
+bool tspec_tool_build_completion(const tspec_tool_operands_t *operands, tspec_tool_job_t *,
+                                 tspec_tool_error_t *error)
+{
+    return strcmp(operands->values[0], "bash") == 0 ||
+           refuse(error, "there is no completion for \"%s\", only for bash", operands->values[0]);
+}

@@ -1,0 +1,290 @@
+#include "tspec-cli/config_file.h"
+
+#include <errno.h>
+#include <ini.h>
+#include <stdarg.h>
+#include <string.h>
+
+#if INI_HANDLER_LINENO
+#error "this libinih hands line numbers to its callers, which is not expected here"
+#endif
+
+namespace {
+
+/* What a line turned out to be, once the parser has asked for the next. */
+enum class Line { settled, expects_key };
+
+/* One file while it is read. The parser yields keys and values, but neither the
+ * number of a line nor sections without a key nor lines that are none of these:
+ * that is seen here, where the lines pass through. */
+typedef struct {
+    const char *name;
+    FILE *file;
+    FILE *complaints;
+    tspec_tool_config_t *config;
+    unsigned line;
+    unsigned mistakes;
+    Line state;
+    unsigned section_line[TSPEC_TOOL_NUM_SECTIONS]; /* 0: not yet */
+    unsigned key_line[TSPEC_TOOL_NUM_SECTIONS][TSPEC_TOOL_MAX_KEYS];
+} reading_t;
+
+} // namespace
+
+__attribute__((format(printf, 3, 4))) static void complain_at(reading_t *reading, unsigned line,
+                                                              const char *format, ...)
+{
+    reading->mistakes++;
+    fprintf(reading->complaints, "%s:%u: ", reading->name, line);
+    va_list arguments;
+    va_start(arguments, format);
+    vfprintf(reading->complaints, format, arguments);
+    va_end(arguments);
+    fputc('\n', reading->complaints);
+}
+
+static const char *skip_blanks(const char *text)
+{
+    return text + strspn(text, " \t\r\f\v");
+}
+
+/* A section's head ends its line but for a comment. */
+static void open_section(reading_t *reading, const char *head)
+{
+    char name[40];
+    const size_t length = strcspn(head + 1, "]");
+    const char *end = head + 1 + length;
+    if (*end != ']' || length >= sizeof(name)) {
+        complain_at(reading, reading->line, "a section is written [wlan0], [wlan1] or [daemon]");
+        return;
+    }
+    memcpy(name, head + 1, length);
+    name[length] = '\0';
+    tspec_tool_section_t section = TSPEC_TOOL_DAEMON_SECTION;
+    if (!tspec_tool_section_find(name, &section)) {
+        complain_at(reading, reading->line,
+                    "there is no section [%s]; sections are [wlan0], [wlan1] and [daemon]", name);
+        return;
+    }
+    const char *rest = skip_blanks(end + 1);
+    if (*rest != '\0' && *rest != ';') {
+        complain_at(reading, reading->line, "\"%s\" after [%s]: a key goes on a line of its own",
+                    rest, name);
+    }
+    if (reading->section_line[section] != 0) {
+        complain_at(reading, reading->line, "[%s] begins in line %u already", name,
+                    reading->section_line[section]);
+        return;
+    }
+    reading->section_line[section] = reading->line;
+    reading->config->is_there[section] = true;
+}
+
+/* The line that the parser has just had was to give a key and gave none. */
+static void settle_line(reading_t *reading)
+{
+    if (reading->state == Line::expects_key) {
+        complain_at(reading, reading->line, "neither a section nor KEY = VALUE");
+    }
+    reading->state = Line::settled;
+}
+
+static void look_at(reading_t *reading, const char *line)
+{
+    switch (line[0]) {
+    case '\0':
+    case ';':
+    case '#':
+        return;
+    case '[':
+        open_section(reading, line);
+        return;
+    default:
+        reading->state = Line::expects_key;
+    }
+}
+
+/* Reads a line without its end, cut to `size`; yields its whole length, or -1 at
+ * the end of the file. A NUL byte counts as a letter that fits nowhere. */
+static long take_line(FILE *file, char *line, size_t size)
+{
+    int c = getc(file);
+    if (c == EOF) {
+        return -1;
+    }
+    size_t length = 0;
+    for (; c != EOF && c != '\n'; c = getc(file)) {
+        if (length + 1 < size) {
+            line[length] = static_cast<char>(c == '\0' ? '\x01' : c);
+        }
+        length++;
+    }
+    line[length + 1 < size ? length : size - 1] = '\0';
+    return static_cast<long>(length);
+}
+
+static void drop_trailing_blanks(char *line)
+{
+    size_t length = strlen(line);
+    while (length > 0 && strchr(" \t\r\f\v", line[length - 1]) != nullptr) {
+        line[--length] = '\0';
+    }
+}
+
+/* Called by the parser as fgets would be. Lines reach it without blanks at their
+ * beginning, which would make them part of the value before. */
+static char *next_line(char *to, int size, void *stream)
+{
+    static const char byte_order_mark[] = "\xef\xbb\xbf";
+    reading_t *const reading = static_cast<reading_t *>(stream);
+    settle_line(reading);
+    char line[160];
+    const long length = take_line(reading->file, line, sizeof(line));
+    if (length < 0) {
+        return nullptr;
+    }
+    reading->line++;
+    if (length >= static_cast<long>(sizeof(line)) || length + 2 > size) {
+        complain_at(reading, reading->line, "the line is too long");
+        line[0] = '\0';
+    }
+    drop_trailing_blanks(line);
+    const bool has_mark = reading->line == 1 && strncmp(line, byte_order_mark, 3) == 0;
+    const char *const text = skip_blanks(has_mark ? line + 3 : line);
+    look_at(reading, text);
+    snprintf(to, static_cast<size_t>(size), "%s\n", text);
+    return to;
+}
+
+static void set_value(reading_t *reading, tspec_tool_section_t section, size_t place,
+                      const char *text)
+{
+    size_t count = 0;
+    const tspec_tool_key_t *const key = &tspec_tool_keys(section, &count)[place];
+    unsigned *const line = &reading->key_line[section][place];
+    if (*line != 0) {
+        complain_at(reading, reading->line, "%s is set in line %u already", key->name, *line);
+        return;
+    }
+    *line = reading->line;
+    uint32_t value = 0;
+    if (!key->read(text, &value)) {
+        complain_at(reading, reading->line, "%s: \"%s\" is not %s", key->name, text, key->values);
+        return;
+    }
+    size_t size = 0;
+    char *const message =
+        static_cast<char *>(tspec_tool_section_message(reading->config, section, &size));
+    memcpy(message + key->offset, &value, sizeof(value));
+}
+
+/* Called by the parser for each key; 0 would be a mistake, which is told here. */
+static int take_key(void *user, const char *section_name, const char *name, const char *value)
+{
+    reading_t *const reading = static_cast<reading_t *>(user);
+    reading->state = Line::settled;
+    tspec_tool_section_t section = TSPEC_TOOL_DAEMON_SECTION;
+    if (section_name[0] == '\0') {
+        complain_at(reading, reading->line, "%s stands before the first section", name);
+        return 1;
+    }
+    if (!tspec_tool_section_find(section_name, &section)) {
+        return 1; /* told where the section begins */
+    }
+    size_t count = 0;
+    const tspec_tool_key_t *const keys = tspec_tool_keys(section, &count);
+    for (size_t place = 0; place < count; place++) {
+        if (strcmp(name, keys[place].name) == 0) {
+            set_value(reading, section, place, value != nullptr ? value : "");
+            return 1;
+        }
+    }
+    complain_at(reading, reading->line, "there is no key \"%s\" in [%s]", name, section_name);
+    return 1;
+}
+
+static size_t place_of(const tspec_tool_key_t *keys, const char *name)
+{
+    size_t place = 0;
+    while (strcmp(keys[place].name, name) != 0) {
+        place++;
+    }
+    return place;
+}
+
+static uint32_t value_at(const tspec_dman_config_msg_t *message, const tspec_tool_key_t *key)
+{
+    uint32_t value = 0;
+    memcpy(&value, reinterpret_cast<const char *>(message) + key->offset, sizeof(value));
+    return value;
+}
+
+/* The daemon adds the two up, and reckons in 16 bits with the sum. */
+static void check_sum(reading_t *reading, tspec_tool_section_t radio, const tspec_tool_sum_t *sum)
+{
+    static const uint32_t whole_medium = 100;
+    size_t count = 0;
+    const tspec_tool_key_t *const keys = tspec_tool_keys(radio, &count);
+    const size_t limit = place_of(keys, sum->limit);
+    const size_t share = place_of(keys, sum->fast_transition);
+    const tspec_dman_config_msg_t *const message = &reading->config->radio[radio];
+    const uint32_t total = value_at(message, &keys[limit]) + value_at(message, &keys[share]);
+    if (total <= whole_medium) {
+        return;
+    }
+    const unsigned *const lines = reading->key_line[radio];
+    complain_at(reading, lines[limit] > lines[share] ? lines[limit] : lines[share],
+                "%s and %s add up to %u per cent; the sum may be 100 at most", sum->limit,
+                sum->fast_transition, total);
+}
+
+static void check_sums(reading_t *reading)
+{
+    for (const tspec_tool_sum_t &sum : tspec_tool_sums) {
+        check_sum(reading, TSPEC_TOOL_WLAN0_SECTION, &sum);
+        check_sum(reading, TSPEC_TOOL_WLAN1_SECTION, &sum);
+    }
+}
+
+static bool has_section(const tspec_tool_config_t *config)
+{
+    for (const bool is_there : config->is_there) {
+        if (is_there) {
+            return true;
+        }
+    }
+    return false;
+}
+
+static void read_lines(reading_t *reading)
+{
+    const int wrong_line = ini_parse_stream(next_line, reading, take_key, reading);
+    if (ferror(reading->file) != 0) {
+        complain_at(reading, reading->line + 1, "cannot be read: %s", strerror(errno));
+        return;
+    }
+    if (wrong_line != 0 && reading->mistakes == 0) {
+        complain_at(reading, static_cast<unsigned>(wrong_line), "cannot be understood");
+    }
+    check_sums(reading);
+    if (reading->mistakes == 0 && !has_section(reading->config)) {
+        complain_at(reading, reading->line + 1, "the file configures nothing");
+    }
+}
+
+bool tspec_tool_config_read(const char *name, tspec_tool_config_t *config, FILE *complaints)
+{
+    reading_t reading = {};
+    reading.name = name;
+    reading.complaints = complaints;
+    reading.config = config;
+    tspec_tool_config_clear(config);
+    reading.file = fopen(name, "re");
+    if (reading.file == nullptr) {
+        fprintf(complaints, "%s: %s\n", name, strerror(errno));
+        return false;
+    }
+    read_lines(&reading);
+    fclose(reading.file);
+    return reading.mistakes == 0;
+}

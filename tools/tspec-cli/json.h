@@ -1,0 +1,16 @@
+/*
+ * Figures and streams as one JSON object on one line. Names are those of the
+ * daemon's keys, without access category and with underscores.
+ */
+#ifndef TSPEC_TOOL_JSON_H
+#define TSPEC_TOOL_JSON_H
+
+#include "tspec-cli/collect.h"
+
+/* {"access_point":{"voice":{"num_active":1,...},...},"wlan0":{...},...} */
+void tspec_tool_print_statistics_json(FILE *out, const tspec_tool_statistics_t *statistics);
+
+/* {"streams":[{"station_mac":"02:00:00:00:00:01","tid":6,...},...]} */
+void tspec_tool_print_streams_json(FILE *out, const tspec_tool_streams_t *streams);
+
+#endif

@@ -1,0 +1,16 @@
+/* ping: whether the daemon is alive. */
+#include "tspec-cli/daemon_socket.h"
+#include "tspec-cli/run.h"
+
+#include <stdio.h>
+
+static const unsigned answer_timeout_ms = 2000;
+
+tspec_tool_status_t tspec_tool_run_ping(const tspec_tool_job_t *job)
+{
+    const tspec_tool_delivery_t delivery = tspec_tool_ping(&job->request, answer_timeout_ms);
+    if (delivery == TSPEC_TOOL_DELIVERED) {
+        puts(TSPEC_CLI_PING_REPLY);
+    }
+    return tspec_tool_report(delivery, answer_timeout_ms);
+}

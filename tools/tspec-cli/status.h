@@ -1,0 +1,14 @@
+/*
+ * What the tool's exit status says.
+ */
+#ifndef TSPEC_TOOL_STATUS_H
+#define TSPEC_TOOL_STATUS_H
+
+typedef enum {
+    TSPEC_TOOL_DONE = 0,
+    TSPEC_TOOL_FAILED = 1,     /* no daemon, no answer, or the answer cannot be shown */
+    TSPEC_TOOL_WRONG_USE = 2,  /* wrong arguments or a wrong configuration; nothing was sent */
+    TSPEC_TOOL_PORT_TAKEN = 3, /* dman has the port that statistics are sent to */
+} tspec_tool_status_t;
+
+#endif

@@ -1,0 +1,19 @@
+/*
+ * Figures and streams as tables for people.
+ */
+#ifndef TSPEC_TOOL_TEXT_H
+#define TSPEC_TOOL_TEXT_H
+
+#include "tspec-cli/collect.h"
+
+typedef struct {
+    bool colour;
+    unsigned columns; /* of the terminal; 0: as many as are wanted */
+} tspec_tool_style_t;
+
+void tspec_tool_print_statistics(FILE *out, const tspec_tool_statistics_t *statistics,
+                                 const tspec_tool_style_t *style);
+void tspec_tool_print_streams(FILE *out, const tspec_tool_streams_t *streams,
+                              const tspec_tool_style_t *style);
+
+#endif

@@ -3,28 +3,12 @@
  * the console, and what the tool itself says and returns.
  */
 #include "stimulus.h"
+#include "tool.h"
 
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <ostream>
-
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace tspec::e2e {
 namespace {
-
-namespace fs = std::filesystem;
-
-struct ToolRun {
-    int status;
-    std::string output;
-    std::string error;
-};
-
-using Words = std::vector<std::string>;
 
 class OperatorTool : public DaemonTest {
   protected:
@@ -35,20 +19,10 @@ class OperatorTool : public DaemonTest {
         ap().cli().turn_off();
     }
 
-    static fs::path tool_path()
-    {
-        const char *variable = std::getenv("TSPEC_CLI");
-        return variable ? fs::path(variable)
-                        : fs::read_symlink("/proc/self/exe").parent_path() / "tspec-cli";
-    }
-
-    /* Runs the tool to its end; the daemon serves it meanwhile. */
-    static ToolRun run(Words arguments);
-
     std::string console_of(const Words &arguments)
     {
         return console_during(ap(), [&] {
-            ToolRun result = run(arguments);
+            ToolRun result = run_tool(arguments);
             EXPECT_EQ(result.status, 0) << result.error;
             EXPECT_EQ(result.output, "");
         });
@@ -57,40 +31,9 @@ class OperatorTool : public DaemonTest {
     void expect_nothing_received() { EXPECT_TRUE(of_kind(ap().settle(), Kind::to_daemon).empty()); }
 };
 
-std::string take_file(const fs::path &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), {}};
-    fs::remove(path);
-    return text;
-}
-
-ToolRun OperatorTool::run(Words arguments)
-{
-    arguments.insert(arguments.begin(), tool_path());
-    std::vector<char *> words;
-    for (std::string &word : arguments) {
-        words.push_back(word.data());
-    }
-    words.push_back(nullptr);
-    fs::path output = scratch_file("out");
-    fs::path error_output = scratch_file("err");
-    pid_t child = fork();
-    if (child == 0) {
-        if (freopen(output.c_str(), "w", stdout) && freopen(error_output.c_str(), "w", stderr)) {
-            execv(words[0], words.data());
-        }
-        _exit(127);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, take_file(output),
-            take_file(error_output)};
-}
-
 TEST_F(OperatorTool, Pings)
 {
-    ToolRun result = run({"ping"});
+    ToolRun result = run_tool({"ping"});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, "PONG\n");
     EXPECT_EQ(result.error, "");
@@ -103,7 +46,7 @@ TEST_F(OperatorTool, Pings)
 TEST_F(OperatorTool, PingsAgainAndAgain)
 {
     for (int i = 0; i < 5; ++i) {
-        EXPECT_EQ(run({"ping"}).output, "PONG\n");
+        EXPECT_EQ(run_tool({"ping"}).output, "PONG\n");
     }
 }
 
@@ -155,7 +98,7 @@ TEST_F(OperatorTool, DeletesAStream)
               console_lines({"tspec_process_cli_cmd:02:00:00:00:00:01,tid=5\r\n",
                              "\r\nTID 0 does not exist for client "}));
     ap().settle();
-    EXPECT_EQ(run({"delete-stream", "02:00:00:00:00:01", "6"}).status, 0);
+    EXPECT_EQ(run_tool({"delete-stream", "02:00:00:00:00:01", "6"}).status, 0);
     Bytes delts = only_sent_to(ap().settle(), Peer::hostapd);
     EXPECT_EQ(delts.at(1), TSPEC_DELTS_CMD);
     EXPECT_EQ(delts.at(140), 6);
@@ -169,7 +112,7 @@ TEST_F(OperatorTool, DropsAClientWhenForced)
     configure_voice_and_video(ap());
     admit(ap());
     ap().settle();
-    ToolRun held_back = run({"delete-client", "02:00:00:00:00:01"});
+    ToolRun held_back = run_tool({"delete-client", "02:00:00:00:00:01"});
     EXPECT_EQ(held_back.status, 2);
     EXPECT_NE(held_back.error, "");
     expect_nothing_received();
@@ -201,12 +144,14 @@ TEST_F(OperatorTool, ShowsAndSetsTheDisassociationMode)
 TEST_F(OperatorTool, SaysWhenThereIsNoDaemon)
 {
     ap().stop();
+    ap().dman().turn_off();
     expect_no_daemon();
     for (const Words &arguments :
          {Words{"ping"}, Words{"debug"}, Words{"debug", "1"}, Words{"show"},
           Words{"delete-stream", "02:00:00:00:00:01", "6"},
-          Words{"delete-client", "--force", "02:00:00:00:00:01"}, Words{"disassociation-mode"}}) {
-        ToolRun result = run(arguments);
+          Words{"delete-client", "--force", "02:00:00:00:00:01"}, Words{"disassociation-mode"},
+          Words{"stats"}, Words{"stats", "--watch"}, Words{"streams"}, Words{"metrics"}}) {
+        ToolRun result = run_tool(arguments);
         EXPECT_EQ(result.status, 1) << arguments[0];
         EXPECT_EQ(result.output, "") << arguments[0];
         EXPECT_THAT(result.error, ::testing::HasSubstr("tspec-cli: ")) << arguments[0];
@@ -216,7 +161,7 @@ TEST_F(OperatorTool, SaysWhenThereIsNoDaemon)
 TEST_F(OperatorTool, SaysWhenTheAnswersNameIsTaken)
 {
     ap().cli().turn_on();
-    ToolRun result = run({"ping"});
+    ToolRun result = run_tool({"ping"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
     expect_nothing_received();
@@ -225,7 +170,7 @@ TEST_F(OperatorTool, SaysWhenTheAnswersNameIsTaken)
 TEST_F(OperatorTool, SaysWhenNoAnswerComes)
 {
     ap().pause();
-    ToolRun result = run({"ping"});
+    ToolRun result = run_tool({"ping"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
     EXPECT_NE(result.error, "");
@@ -270,6 +215,15 @@ const WrongUse wrong_uses[] = {
     {"mode_word", {"disassociation-mode", "on"}},
     {"two_modes", {"disassociation-mode", "0", "1"}},
     {"show_with_argument", {"show", "all"}},
+    {"stats_of_radio_2", {"stats", "--radio", "2"}},
+    {"stats_of_vap_16", {"stats", "--vap", "0.16"}},
+    {"stats_watched_never", {"stats", "--watch", "0"}},
+    {"streams_with_argument", {"streams", "all"}},
+    {"metrics_as_json", {"metrics", "--json"}},
+    {"config_alone", {"config"}},
+    {"config_without_file", {"config", "apply"}},
+    {"config_of_another_kind", {"config", "show", "file"}},
+    {"completion_of_no_shell", {"completion"}},
 };
 
 class OperatorToolWrongUse : public OperatorTool, public ::testing::WithParamInterface<WrongUse> {};
@@ -277,7 +231,7 @@ class OperatorToolWrongUse : public OperatorTool, public ::testing::WithParamInt
 TEST_P(OperatorToolWrongUse, SendsNothing)
 {
     ap().settle();
-    ToolRun result = run(GetParam().arguments);
+    ToolRun result = run_tool(GetParam().arguments);
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.output, "");
     EXPECT_THAT(result.error, ::testing::HasSubstr("Usage: tspec-cli "));
@@ -294,7 +248,7 @@ TEST_F(OperatorTool, HelpsWithoutADaemon)
     for (const Words &arguments :
          {Words{"--help"}, Words{"-h"}, Words{"--version"}, Words{"-V"}, Words{"ping", "--help"},
           Words{"debug", "-h"}, Words{"delete-client", "--help"}}) {
-        ToolRun result = run(arguments);
+        ToolRun result = run_tool(arguments);
         EXPECT_EQ(result.status, 0) << arguments[0];
         EXPECT_NE(result.output, "") << arguments[0];
         EXPECT_EQ(result.error, "") << arguments[0];

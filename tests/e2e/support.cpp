@@ -1,14 +1,18 @@
 #include "support.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <sstream>
 
 #include <unistd.h>
 
 #include <fmt/format.h>
+
+#include "sim/lib/child_process.h"
 
 namespace tspec::e2e {
 
@@ -19,17 +23,6 @@ namespace {
 /* A division by zero must end the daemon as a signal does, and what the runtime
  * finds must be seen in the exit status. */
 constexpr const char *sanitizer_options = "handle_sigfpe=0:exitcode=99";
-
-fs::path own_directory()
-{
-    return fs::read_symlink("/proc/self/exe").parent_path();
-}
-
-fs::path daemon_path()
-{
-    const char *variable = std::getenv("TSPEC_DAEMON");
-    return variable ? fs::path(variable) : own_directory() / "tspec-daemon";
-}
 
 /* Inode of the UDP socket with this local port in a table of the kernel. */
 std::string inode_of_port(int pid, std::uint16_t port)
@@ -98,9 +91,15 @@ void DaemonTest::TearDown()
 
 bool daemon_is_sanitized()
 {
-    std::ifstream file(daemon_path(), std::ios::binary);
-    std::string content{std::istreambuf_iterator<char>(file), {}};
-    return content.find("libasan.so") != std::string::npos;
+    return has_address_sanitizer(find_daemon({}));
+}
+
+/* Told by its program interpreter. */
+static bool daemon_is_on_musl()
+{
+    std::ifstream file(find_daemon({}), std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(file), {}};
+    return content.find("/lib/ld-musl-") != std::string::npos;
 }
 
 unsigned measure(unsigned small, unsigned full)
@@ -252,9 +251,25 @@ int udp_descriptor(const AccessPoint &ap)
     return -1;
 }
 
+/* What the daemon's C library calls an error. The tests' own is glibc; a daemon
+ * built on musl has other words for some. */
+static std::string error_text(int error_number)
+{
+    static const std::map<int, std::string> words_of_musl = {
+        {EMFILE, "No file descriptors available"},
+        {EIO, "I/O error"},
+        {ENETUNREACH, "Network unreachable"},
+        {EADDRINUSE, "Address in use"},
+        {ENOMEM, "Out of memory"},
+    };
+    const auto other = words_of_musl.find(error_number);
+    return daemon_is_on_musl() && other != words_of_musl.end() ? other->second
+                                                               : std::strerror(error_number);
+}
+
 std::string perror_line(std::string_view text, int error_number)
 {
-    return fmt::format("{}: {}\n", text, std::strerror(error_number));
+    return fmt::format("{}: {}\n", text, error_text(error_number));
 }
 
 ::testing::AssertionResult same_bytes(ByteView actual, ByteView expected)

@@ -72,7 +72,8 @@ class SystemCalls : public DaemonTest {
         Calls calls;
         while (std::getline(file, line)) {
             bool begun = !calls.empty() || line.starts_with(first);
-            if (begun && line.find('(') != std::string::npos && !is_of_the_library(line)) {
+            if (begun && line.find('(') != std::string::npos && !is_of_the_library(line) &&
+                !does_nothing(line)) {
                 add_call(calls, line.substr(0, line.find('(')));
             }
         }
@@ -112,11 +113,17 @@ class SystemCalls : public DaemonTest {
                !line.starts_with("pselect6(") && !line.starts_with("select(");
     }
 
-    /* The library asks more than once whether something can be read. */
+    /* Some C libraries close a system log that was never opened. */
+    static bool does_nothing(const std::string &line) { return line.starts_with("close(-1)"); }
+
+    /* C libraries ask for the same under different names, and the driver library
+     * asks more than once whether something can be read. */
     static void add_call(Calls &calls, std::string name)
     {
         if (name == "pselect6") {
             name = "select";
+        } else if (name == "open") {
+            name = "openat";
         }
         if (name != "select" || calls.empty() || calls.back() != "select") {
             calls.push_back(std::move(name));
@@ -133,7 +140,7 @@ class SystemCalls : public DaemonTest {
         while (std::getline(file, line) && !ended) {
             ended =
                 between && line.find(end_mark) != std::string::npos && line.starts_with("read(");
-            if (between && !ended && !is_of_the_library(line)) {
+            if (between && !ended && !is_of_the_library(line) && !does_nothing(line)) {
                 add_call(calls, line.substr(0, line.find('(')));
             }
             between = between ||

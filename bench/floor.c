@@ -28,11 +28,11 @@
 #include <time.h>
 #include <unistd.h>
 
-/* How often the clients are walked for a message: comparing addresses, and
- * summing up what each client holds. */
+/* How often the clients are walked for a message: comparing addresses up to the
+ * one that the message is about, or going on and summing up what all hold. */
 struct walks {
-    int address;
-    int load;
+    int look_up;
+    int survey;
 };
 
 struct kind {
@@ -47,13 +47,13 @@ struct kind {
 };
 
 static const struct kind kinds[] = {
-    {"addts", 0, 0, 0, {2, 1}, {0, 0}, {2, 1}, {0, 0}},
-    {"addts-exchange", 0, 1, 0, {2, 1}, {0, 0}, {2, 1}, {0, 0}},
-    {"renegotiation", 0, 0, 0, {2, 1}, {0, 0}, {0, 0}, {0, 0}},
-    {"delts", 0, 0, 0, {2, 1}, {0, 0}, {2, 1}, {0, 0}},
+    {"addts", 0, 0, 0, {0, 1}, {0, 0}, {0, 1}, {0, 0}},
+    {"addts-exchange", 0, 1, 0, {0, 1}, {0, 0}, {0, 1}, {0, 0}},
+    {"renegotiation", 0, 0, 0, {0, 1}, {0, 0}, {0, 0}, {0, 0}},
+    {"delts", 0, 0, 0, {0, 1}, {0, 0}, {0, 1}, {0, 0}},
     {"exceed-time", 0, 0, 0, {0, 0}, {0, 0}, {0, 0}, {1, 0}},
-    {"managed-addts", 1, 0, 1, {1, 0}, {1, 1}, {2, 1}, {0, 0}},
-    {"managed-renegotiation", 1, 0, 0, {1, 0}, {1, 1}, {2, 1}, {0, 0}},
+    {"managed-addts", 1, 0, 1, {0, 1}, {0, 1}, {0, 1}, {0, 0}},
+    {"managed-renegotiation", 1, 0, 0, {0, 1}, {0, 1}, {0, 1}, {0, 0}},
     {"ap-stats", 0, 0, 0, {0, 0}, {0, 0}, {0, 0}, {0, 0}},
     {"client-walk", 0, 0, 0, {0, 0}, {0, 0}, {0, 0}, {0, 0}},
 };
@@ -61,11 +61,12 @@ static const struct kind kinds[] = {
 struct record {
     struct record *next;
     uint8_t mac[TSPEC_MAC_LEN];
+    uint8_t place[4];
+    uint32_t load;
 };
 
 static const struct kind *kind;
 static struct record *records;
-static size_t state_offset; /* of a record; where the load walk looks */
 static uint32_t reply_length = 1;
 static int udp_sock;
 static int dman_sock;
@@ -86,11 +87,16 @@ static void walk_addresses(void)
 
 static void walk_loads(void)
 {
+    const uint8_t *mac = request + offsetof(tspec_hostapd_msg_t, sta_mac);
+    const struct record *found = NULL;
     uintptr_t sum = 0;
     for (const struct record *at = records; at; at = at->next) {
-        sum += ((const uint8_t *)at)[state_offset];
+        if (memcmp(at->mac, mac, TSPEC_MAC_LEN) == 0) {
+            found = at;
+        }
+        sum += at->load;
     }
-    sink = sum;
+    sink = sum + (uintptr_t)found;
 }
 
 static void walk(struct walks walks)
@@ -98,10 +104,10 @@ static void walk(struct walks walks)
     if (!records) {
         return;
     }
-    for (int i = 0; i < walks.address; i++) {
+    for (int i = 0; i < walks.look_up; i++) {
         walk_addresses();
     }
-    for (int i = 0; i < walks.load; i++) {
+    for (int i = 0; i < walks.survey; i++) {
         walk_loads();
     }
 }
@@ -320,7 +326,6 @@ static void make_records(size_t count, size_t size)
         *place = record;
         place = &record->next;
     }
-    state_offset = size / 2;
 }
 
 static const struct kind *kind_named(const char *name)

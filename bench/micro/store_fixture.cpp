@@ -2,6 +2,7 @@
 
 #include "core/daemon.h"
 #include "store/client.h"
+#include "store/load.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -22,6 +23,7 @@ static void admit_stream(tspec_rec_t &rec)
     entry.state = TSPEC_TS_ADMITTED;
     entry.pend.tid = TSPEC_TID_NONE;
     entry.params.ie.medium_time = 50;
+    tspec_rec_load_update(rec, TSPEC_AC_VO);
 }
 
 Store::Store(int64_t clients)

@@ -7,6 +7,7 @@
 #include "hostapd/process.h"
 #include "mapd/ap_state.h"
 #include "mapd/response.h"
+#include "store/client.h"
 
 #include <array>
 
@@ -15,9 +16,9 @@ namespace {
 // messages may show the command byte.
 struct route_t {
     uint32_t arrival_level;
-    const char *arrival;
-    int32_t (*handler)(const uint8_t *msg, uint32_t len);
     uint32_t failure_level;
+    int32_t (*handler)(const uint8_t *msg, uint32_t len);
+    const char *arrival;
     const char *failure;
 };
 } // namespace
@@ -29,19 +30,23 @@ static int32_t handle_status_request(const uint8_t *msg, uint32_t len)
 
 // By type byte, from 1 on.
 static constexpr std::array<route_t, TSPEC_MAPD_DIRECT_MSG> ROUTES = {{
-    {TSPEC_TRACE_DMAN, "%s:TSPEC config message from dman module\r\n", tspec_ts_config_msg_process,
-     TSPEC_TRACE_DMAN, "%s:Failed to process dman config message\r\n"},
-    {TSPEC_TRACE_FUNC, "%s:TSPEC status request from dman module\r\n", handle_status_request,
-     TSPEC_TRACE_ERROR, "%s:Failed to process dman status request message\r\n"},
-    {TSPEC_TRACE_HOSTAPD, "%s:TSPEC message from hostapd module, cmd=%u\r\n", tspec_hostapd_process,
-     TSPEC_TRACE_HOSTAPD, "%s:Failed to process hostapd message %u\r\n"},
-    {TSPEC_TRACE_MAPD, "%s:TSPEC message from mapd module, cmd=%u\r\n", tspec_mapd_process,
-     TSPEC_TRACE_MAPD, "%s:Failed to process mapd TSPEC message %u\r\n"},
-    {TSPEC_TRACE_DMAN, "%s:TSPEC violation interval config message from dman module\r\n",
-     tspec_ts_config_violation_interval_process, TSPEC_TRACE_DMAN,
+    {TSPEC_TRACE_DMAN, TSPEC_TRACE_DMAN, tspec_ts_config_msg_process,
+     "%s:TSPEC config message from dman module\r\n",
+     "%s:Failed to process dman config message\r\n"},
+    {TSPEC_TRACE_FUNC, TSPEC_TRACE_ERROR, handle_status_request,
+     "%s:TSPEC status request from dman module\r\n",
+     "%s:Failed to process dman status request message\r\n"},
+    {TSPEC_TRACE_HOSTAPD, TSPEC_TRACE_HOSTAPD, tspec_hostapd_process,
+     "%s:TSPEC message from hostapd module, cmd=%u\r\n",
+     "%s:Failed to process hostapd message %u\r\n"},
+    {TSPEC_TRACE_MAPD, TSPEC_TRACE_MAPD, tspec_mapd_process,
+     "%s:TSPEC message from mapd module, cmd=%u\r\n",
+     "%s:Failed to process mapd TSPEC message %u\r\n"},
+    {TSPEC_TRACE_DMAN, TSPEC_TRACE_DMAN, tspec_ts_config_violation_interval_process,
+     "%s:TSPEC violation interval config message from dman module\r\n",
      "%s:Failed to process dman violation interval config message\r\n"},
-    {TSPEC_TRACE_MAPD, "%s:TSPEC direct message from mapd module, cmd=%u\r\n",
-     tspec_mapd_direct_process, TSPEC_TRACE_MAPD,
+    {TSPEC_TRACE_MAPD, TSPEC_TRACE_MAPD, tspec_mapd_direct_process,
+     "%s:TSPEC direct message from mapd module, cmd=%u\r\n",
      "%s:Failed to process mapd TSPEC direct message, cmd=%u\r\n"},
 }};
 static_assert(TSPEC_DMAN_CONFIG_MSG == 1 && TSPEC_DMAN_STATUS_REQ_MSG == 2 &&
@@ -72,6 +77,7 @@ int32_t tspec_process_msg(const uint8_t *msg, uint32_t len)
         TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\r\n");
         return -1;
     }
+    tspec_rec_found_forget();
     int32_t rc = -1;
     const route_t *route = route_for(msg[0]);
     if (route != nullptr) {

@@ -17,7 +17,7 @@ tspec_mac_text_t tspec_mac_text(const uint8_t *mac)
     return result;
 }
 
-tspec_text_writer_t &tspec_text_writer_t::put_decimal(int32_t value)
+tspec_text_writer_t &tspec_text_writer_t::put_long_decimal(int32_t value)
 {
     uint32_t rest = static_cast<uint32_t>(value);
     if (value < 0) {

@@ -20,6 +20,20 @@ struct tspec_mac_text_t {
 };
 tspec_mac_text_t tspec_mac_text(const uint8_t *mac);
 
+// A short text that is known when the program is built. It holds its characters
+// itself, so that tables of it need no relocation and copying it no loop.
+struct tspec_text_piece_t {
+    char text[24] = {}; // with at least one NUL
+    uint8_t length;     // without
+
+    template <size_t size>
+    consteval tspec_text_piece_t(const char (&literal)[size]) : length(size - 1)
+    {
+        static_assert(size <= sizeof(text));
+        std::copy_n(literal, size, text);
+    }
+};
+
 // Appends text to a buffer of fixed size, which always holds a terminating NUL;
 // what does not fit is dropped.
 class tspec_text_writer_t {
@@ -36,6 +50,16 @@ class tspec_text_writer_t {
         return *this;
     }
 
+    tspec_text_writer_t &put_piece(const tspec_text_piece_t &piece)
+    {
+        if (buffer_.size() - length_ < sizeof(piece.text)) {
+            return put(std::string_view(piece.text, piece.length));
+        }
+        memcpy(buffer_.data() + length_, piece.text, sizeof(piece.text));
+        length_ += piece.length;
+        return *this;
+    }
+
     tspec_text_writer_t &put(char character)
     {
         if (length_ + 1 < buffer_.size()) {
@@ -45,11 +69,18 @@ class tspec_text_writer_t {
         return *this;
     }
 
-    tspec_text_writer_t &put_decimal(int32_t value); // "%d"
+    tspec_text_writer_t &put_decimal(int32_t value) // "%d"
+    {
+        // Most figures have one digit.
+        const auto digit = static_cast<uint32_t>(value);
+        return digit < 10 ? put(static_cast<char>('0' + digit)) : put_long_decimal(value);
+    }
 
     size_t length() const { return length_; } // without the NUL
 
   private:
+    tspec_text_writer_t &put_long_decimal(int32_t value);
+
     std::span<char> buffer_;
     size_t length_ = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "core/control_block.h"
 #include "core/ipc.h"
+#include "core/text.h"
 #include "core/trace.h"
 #include "dman/client_report.h"
 #include "dman/report.h"
@@ -9,87 +10,84 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 namespace {
 struct reported_ac_t {
     uint8_t ac_idx;
-    const char *label; // in keys: "ts-vo-num-active"
+    tspec_text_piece_t streams;    // how keys about its streams begin
+    tspec_text_piece_t admissions; // and those about outcomes
 };
 
-// One line of a report for each access category: the key without the label, and
-// where the figure stands.
-template <typename block_t>
+// One line of a report for each access category: the rest of the key, and where
+// among its counters the figure stands.
 struct figure_t {
-    const char *name;
-    uint32_t block_t::*value;
+    tspec_text_piece_t key;
+    uint16_t offset; // of the counter
 };
 } // namespace
 
 static constexpr std::array<reported_ac_t, TSPEC_NUM_ACS> REPORTED_ACS = {{
-    {TSPEC_AC_VO, "vo"},
-    {TSPEC_AC_VI, "vi"},
-    {TSPEC_AC_BE, "be"},
-    {TSPEC_AC_BK, "bk"},
+    {TSPEC_AC_VO, "ts-vo", "tspec-vo"},
+    {TSPEC_AC_VI, "ts-vi", "tspec-vi"},
+    {TSPEC_AC_BE, "ts-be", "tspec-be"},
+    {TSPEC_AC_BK, "ts-bk", "tspec-bk"},
 }};
 
-static constexpr std::array<figure_t<tspec_ac_stats_t>, 3> AP_FIGURES = {{
-    {"-num-active", &tspec_ac_stats_t::num_active},
-    {"-num-clients", &tspec_ac_stats_t::num_clients},
-    {"-num-roam-clients", &tspec_ac_stats_t::num_roam_clients},
+static constexpr std::array<figure_t, 3> AP_FIGURES = {{
+    {"-num-active=", offsetof(tspec_ac_stats_t, num_active)},
+    {"-num-clients=", offsetof(tspec_ac_stats_t, num_clients)},
+    {"-num-roam-clients=", offsetof(tspec_ac_stats_t, num_roam_clients)},
 }};
 
-static constexpr std::array<figure_t<tspec_ac_totals_t>, 4> AP_TOTALS = {{
-    {"-tot-accepted", &tspec_ac_totals_t::tot_accepted},
-    {"-tot-rejected", &tspec_ac_totals_t::tot_rejected},
-    {"-tot-roam-accepted", &tspec_ac_totals_t::tot_roam_accepted},
-    {"-tot-roam-rejected", &tspec_ac_totals_t::tot_roam_rejected},
+static constexpr std::array<figure_t, 4> AP_TOTALS = {{
+    {"-tot-accepted=", offsetof(tspec_ac_totals_t, tot_accepted)},
+    {"-tot-rejected=", offsetof(tspec_ac_totals_t, tot_rejected)},
+    {"-tot-roam-accepted=", offsetof(tspec_ac_totals_t, tot_roam_accepted)},
+    {"-tot-roam-rejected=", offsetof(tspec_ac_totals_t, tot_roam_rejected)},
 }};
 
-static constexpr std::array<figure_t<tspec_stats_entry_t>, 6> ENTRY_FIGURES = {{
-    {"-num-active", &tspec_stats_entry_t::num_active},
-    {"-num-clients", &tspec_stats_entry_t::num_clients},
-    {"-num-roam-clients", &tspec_stats_entry_t::num_roam_clients},
-    {"-med-time-admitted", &tspec_stats_entry_t::med_time_admitted},
-    {"-med-time-unalloc", &tspec_stats_entry_t::med_time_unalloc},
-    {"-med-time-roam-unalloc", &tspec_stats_entry_t::med_time_roam_unalloc},
+static constexpr std::array<figure_t, 6> ENTRY_FIGURES = {{
+    {"-num-active=", offsetof(tspec_stats_entry_t, num_active)},
+    {"-num-clients=", offsetof(tspec_stats_entry_t, num_clients)},
+    {"-num-roam-clients=", offsetof(tspec_stats_entry_t, num_roam_clients)},
+    {"-med-time-admitted=", offsetof(tspec_stats_entry_t, med_time_admitted)},
+    {"-med-time-unalloc=", offsetof(tspec_stats_entry_t, med_time_unalloc)},
+    {"-med-time-roam-unalloc=", offsetof(tspec_stats_entry_t, med_time_roam_unalloc)},
 }};
-
-static tspec_text_writer_t &put_key(tspec_dman_report_t &report, const char *prefix,
-                                    const char *label, const char *name)
-{
-    return report.text().put(prefix).put(label).put(name).put('=');
-}
 
 // Counters are unsigned but have always been shown signed, so one above
 // 2147483647 shows as negative.
-template <typename block_t, size_t count>
-static void put_figures(tspec_dman_report_t &report, const char *prefix, const char *label,
-                        const std::array<figure_t<block_t>, count> &figures, const block_t &block)
+static void put_figures(tspec_dman_report_t &report, const tspec_text_piece_t &beginning,
+                        std::span<const figure_t> figures, const void *counters)
 {
-    for (const figure_t<block_t> &figure : figures) {
-        put_key(report, prefix, label, figure.name)
-            .put_decimal(static_cast<int32_t>(block.*figure.value))
-            .put('\n');
+    for (const figure_t &figure : figures) {
+        int32_t value;
+        memcpy(&value, static_cast<const uint8_t *>(counters) + figure.offset, sizeof(value));
+        report.text().put_piece(beginning).put_piece(figure.key).put_decimal(value).put('\n');
     }
 }
 
-static void put_entry(tspec_dman_report_t &report, const char *label,
+static void put_entry(tspec_dman_report_t &report, const tspec_text_piece_t &beginning,
                       const tspec_stats_entry_t &entry)
 {
-    put_key(report, "ts-", label, "-oper-status")
+    report.text()
+        .put_piece(beginning)
+        .put("-oper-status=")
         .put(entry.oper_status != 0 ? "up" : "down")
         .put('\n');
-    put_figures(report, "ts-", label, ENTRY_FIGURES, entry);
+    put_figures(report, beginning, ENTRY_FIGURES, &entry);
 }
 
 int32_t fill_and_send_ap_tspec_stats()
 {
     tspec_dman_report_t report;
     for (const reported_ac_t &ac : REPORTED_ACS) {
-        put_figures(report, "ts-", ac.label, AP_FIGURES, tspec_cb->ac_stats[ac.ac_idx]);
-        put_figures(report, "tspec-", ac.label, AP_TOTALS, tspec_cb->ac_totals[ac.ac_idx]);
+        put_figures(report, ac.streams, AP_FIGURES, &tspec_cb->ac_stats[ac.ac_idx]);
+        put_figures(report, ac.admissions, AP_TOTALS, &tspec_cb->ac_totals[ac.ac_idx]);
     }
     if (report.send(true) == 0) {
         return 0;
@@ -106,7 +104,7 @@ int32_t fill_and_send_radio_tspec_stats(uint32_t radio)
     }
     tspec_dman_report_t report;
     for (const reported_ac_t &ac : REPORTED_ACS) {
-        put_entry(report, ac.label, tspec_cb->ac_stats[ac.ac_idx].radio[radio]);
+        put_entry(report, ac.streams, tspec_cb->ac_stats[ac.ac_idx].radio[radio]);
     }
     if (report.send(true) == 0) {
         return 0;
@@ -123,7 +121,7 @@ int32_t fill_and_send_vap_tspec_stats(uint32_t radio, uint32_t vap)
     }
     tspec_dman_report_t report;
     for (const reported_ac_t &ac : REPORTED_ACS) {
-        put_entry(report, ac.label, tspec_cb->ac_stats[ac.ac_idx].vap[radio][vap]);
+        put_entry(report, ac.streams, tspec_cb->ac_stats[ac.ac_idx].vap[radio][vap]);
     }
     if (report.send(true) == 0) {
         return 0;

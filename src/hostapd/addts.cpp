@@ -11,6 +11,7 @@
 #include "mapd/ie.h"
 #include "store/access_category.h"
 #include "store/client.h"
+#include "store/load.h"
 #include "store/stream.h"
 
 #include <cstring>
@@ -177,7 +178,7 @@ tspec_outcome_t tspec_hostapd_addts(tspec_hostapd_req_t &req)
                     tspec_mac_text(msg.sta_mac).text);
         return {tspec_next_t::LEAVE, -1};
     }
-    tspec_rec_t *rec = tspec_rec_get(msg.sta_mac);
+    tspec_rec_t *rec = tspec_rec_get_and_survey(msg.sta_mac, req.ac_idx);
     if (rec != nullptr && rec->fbt_flag != 0) {
         tspec_fbt_ts_delete(msg, req.ac_idx, req.len);
         rec = tspec_rec_get(msg.sta_mac);

@@ -11,6 +11,7 @@
 #include "mapd/status.h"
 #include "store/access_category.h"
 #include "store/client.h"
+#include "store/load.h"
 #include "store/stream.h"
 
 tspec_outcome_t tspec_hostapd_fbt_addts(tspec_hostapd_req_t &req)
@@ -31,6 +32,7 @@ static const tspec_ts_rec_t &book(tspec_rec_t &rec, const tspec_hostapd_msg_t &m
     rec.fbt_flag = 1;
     tspec_ts_rec_t &entry = rec.streams[TSPEC_BANK_PRIMARY][ac_idx];
     tspec_booking_fill_entry(entry, msg, ac_idx, dir, TSPEC_TS_ADMITTED);
+    tspec_rec_load_update(rec, ac_idx);
     return entry;
 }
 

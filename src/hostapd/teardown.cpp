@@ -7,6 +7,7 @@
 #include "core/trace.h"
 #include "hostapd/send.h"
 #include "mapd/status.h"
+#include "store/load.h"
 #include "store/stream.h"
 
 #include <cstring>
@@ -19,6 +20,13 @@ static tspec_ts_rec_t *stream_of(const tspec_hostapd_req_t &req)
 {
     tspec_ts_rec_t *const entry = tspec_ts_rec_find(req.msg.sta_mac, req.msg.tid, nullptr);
     return entry != nullptr && entry->owner != nullptr ? entry : nullptr;
+}
+
+// The same before a removal, after which the load of the clients is counted.
+static tspec_ts_rec_t *stream_to_remove(const tspec_hostapd_req_t &req)
+{
+    tspec_rec_get_and_survey(req.msg.sta_mac, req.ac_idx);
+    return stream_of(req);
 }
 
 // The end of a stream that came by fast transition gives time back to the
@@ -40,7 +48,7 @@ tspec_outcome_t tspec_hostapd_delts(tspec_hostapd_req_t &req)
 {
     const tspec_hostapd_msg_t &msg = req.msg;
     EVENT_TRACE(TSPEC_TRACE_HOSTAPD, "%s:DELTS Request Message\r\n");
-    const tspec_ts_rec_t *const entry = stream_of(req);
+    const tspec_ts_rec_t *const entry = stream_to_remove(req);
     if (entry == nullptr) {
         EVENT_TRACE(TSPEC_TRACE_ERROR, "%s:Failed to get ts record for client %s\r\n",
                     tspec_mac_text(msg.sta_mac).text);
@@ -62,7 +70,7 @@ tspec_outcome_t tspec_hostapd_ts_inactive(tspec_hostapd_req_t &req)
     const tspec_hostapd_msg_t &msg = req.msg;
     EVENT_TRACE(TSPEC_TRACE_HOSTAPD, "%s:Inactive TS message for client %s TID %u on AC %u\r\n",
                 tspec_mac_text(msg.sta_mac).text, msg.tid, req.ac_idx);
-    const tspec_ts_rec_t *const entry = stream_of(req);
+    const tspec_ts_rec_t *const entry = stream_to_remove(req);
     if (entry == nullptr) {
         return {tspec_next_t::FINISH, -1};
     }

@@ -11,6 +11,7 @@
 #include "mapd/superseded.h"
 #include "store/access_category.h"
 #include "store/client.h"
+#include "store/load.h"
 #include "store/stream.h"
 
 #include <cstdio>
@@ -97,6 +98,7 @@ static int32_t find_stream(answer_t &answer)
         return -1;
     }
     answer.ac_idx = static_cast<uint8_t>(ac_idx);
+    tspec_rec_get_and_survey(msg.sta_mac, ac_idx);
     answer.client = tspec_ts_rec_get(msg.sta_mac, ac_idx);
     if (answer.client == nullptr) {
         MAPD_TRACE(TSPEC_TRACE_ERROR, "%s:No TS record found for client %s on AC %u\n",
@@ -155,6 +157,7 @@ static void promote(answer_t &answer)
     entry.dir = answer.dir;
     entry.inactivity_timeout = tspec_ts_inactivity_timeout_get(msg.radio_unit - 1U, answer.dir);
     tspec_ie_unpack(&entry.params.ie, &msg.tspec);
+    tspec_rec_load_update(*entry.owner, answer.ac_idx);
     answer.reply.inactivity_timeout = entry.inactivity_timeout;
     answer.reply.tid = entry.tid;
     tspec_ts_status_update(answer.ac_idx);

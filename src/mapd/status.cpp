@@ -5,19 +5,13 @@
 #include "core/ipc.h"
 #include "core/messages.h"
 #include "core/trace.h"
-#include "core/ts_info.h"
 #include "store/client.h"
+#include "store/load.h"
 
+#include <bit>
 #include <cstdio>
 
 namespace {
-// What one client adds to the load of an access category.
-struct client_load_t {
-    uint32_t num_active;
-    uint32_t num_roam_clients;
-    uint32_t med_time_admitted;
-};
-
 // Medium time that streams of an access category may hold on a radio.
 struct limits_t {
     uint32_t med_time;      // of clients that do not roam
@@ -25,46 +19,48 @@ struct limits_t {
 };
 } // namespace
 
-static void add_stream(client_load_t &load, const tspec_ts_rec_t &entry)
+static void add(tspec_stats_entry_t &entry, const tspec_load_sum_t &sum)
 {
-    load.num_active++;
-    load.med_time_admitted += tspec_medium_time_both_ways(entry.params.ie.medium_time, entry.dir);
+    entry.num_active += sum.num_active;
+    entry.num_clients += sum.num_clients;
+    entry.num_roam_clients += sum.num_roam_clients;
+    entry.med_time_admitted += sum.med_time;
 }
 
-// Of a client whose primary stream is admitted.
-static client_load_t load_of(const tspec_rec_t &rec, uint32_t ac_idx)
+static void add_up_radio(tspec_ac_stats_t &area, uint32_t radio, const tspec_load_survey_t &survey)
 {
-    client_load_t load = {0, rec.roam_flag != 0 ? 1U : 0U, 0};
-    add_stream(load, rec.streams[TSPEC_BANK_PRIMARY][ac_idx]);
-    const tspec_ts_rec_t &alternate = rec.streams[TSPEC_BANK_ALTERNATE][ac_idx];
-    if (alternate.state == TSPEC_TS_ADMITTED) {
-        add_stream(load, alternate);
+    for (uint32_t left = survey.in_use[radio]; left != 0; left &= left - 1) {
+        const auto vap = static_cast<uint32_t>(std::countr_zero(left));
+        const tspec_load_sum_t &sum = survey.by_vap[radio][vap];
+        add(area.radio[radio], sum);
+        if (vap < TSPEC_VAPS_PER_RADIO) {
+            add(area.vap[radio][vap], sum);
+        }
     }
-    return load;
 }
 
-static void add(tspec_stats_entry_t &entry, const client_load_t &load)
+// The survey leaves out the client that the message at hand is about.
+static void add_client(tspec_ac_stats_t &area, const tspec_rec_t &rec, uint32_t ac_idx)
 {
-    entry.num_active += load.num_active;
-    entry.num_clients++;
-    entry.num_roam_clients += load.num_roam_clients;
-    entry.med_time_admitted += load.med_time_admitted;
+    if (rec.load.num_active[ac_idx] == 0) {
+        return;
+    }
+    tspec_load_sum_t sum = {};
+    tspec_load_add(sum, rec, ac_idx);
+    add(area.radio[rec.radio_unit - 1U], sum);
+    if (rec.vap < TSPEC_VAPS_PER_RADIO) {
+        add(area.vap[rec.radio_unit - 1U][rec.vap], sum);
+    }
 }
 
-// A client whose only admitted stream is its alternate one is not counted.
 static void count_clients(tspec_ac_stats_t &area, uint32_t ac_idx)
 {
-    for (const tspec_rec_t *rec = tspec_cb->rec_head; rec != nullptr; rec = rec->next) {
-        if (rec->streams[TSPEC_BANK_PRIMARY][ac_idx].state != TSPEC_TS_ADMITTED) {
-            continue;
-        }
-        const client_load_t load = load_of(*rec, ac_idx);
-        const uint32_t radio = rec->radio_unit - 1U;
-        add(area.radio[radio], load);
-        // hostapd may number a VAP that there is no place for.
-        if (rec->vap < TSPEC_VAPS_PER_RADIO) {
-            add(area.vap[radio][rec->vap], load);
-        }
+    const tspec_load_survey_t &survey = tspec_load_survey(ac_idx);
+    for (uint32_t radio = 0; radio < TSPEC_NUM_RADIOS; radio++) {
+        add_up_radio(area, radio, survey);
+    }
+    if (tspec_cb->rec_found.rec != nullptr) {
+        add_client(area, *tspec_cb->rec_found.rec, ac_idx);
     }
     for (const tspec_stats_entry_t &radio : area.radio) {
         area.num_active += radio.num_active;

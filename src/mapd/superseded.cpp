@@ -4,6 +4,7 @@
 #include "core/trace.h"
 #include "hostapd/send.h"
 #include "mapd/status.h"
+#include "store/load.h"
 #include "store/stream.h"
 
 #include <cstring>
@@ -98,6 +99,7 @@ static int32_t delts_to_admission_control(tspec_ts_rec_t &entry, uint8_t ac_idx,
 {
     if ((flags & TSPEC_CLEANUP_DELTS_TIME) == 0) {
         entry.params.ie.medium_time = 0;
+        tspec_rec_load_update(*entry.owner, ac_idx);
     }
     return tspec_build_and_send_mapd_delts_msg(&entry, entry.params.ie.ts_info, ac_idx);
 }

@@ -12,12 +12,26 @@ tspec_rec_t *tspec_rec_get(const uint8_t *mac)
         TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameters\r\n");
         return nullptr;
     }
+    tspec_rec_found_t &found = tspec_cb->rec_found;
+    if (found.rec != nullptr && tspec_rec_is_of(*found.rec, mac)) {
+        return found.rec;
+    }
+    tspec_rec_t *previous = nullptr;
     for (tspec_rec_t *rec = tspec_cb->rec_head; rec != nullptr; rec = rec->next) {
-        if (memcmp(rec->sta_mac, mac, TSPEC_MAC_LEN) == 0) {
+        if (tspec_rec_is_of(*rec, mac)) {
+            found = {rec, previous};
+            tspec_cb->load_survey.valid = 0; // it left out another client
             return rec;
         }
+        previous = rec;
     }
     return nullptr;
+}
+
+void tspec_rec_found_forget()
+{
+    tspec_cb->rec_found = {};
+    tspec_cb->load_survey.valid = 0;
 }
 
 static void own_entries(tspec_rec_t *rec)
@@ -36,6 +50,10 @@ static void append(tspec_rec_t *rec)
     } else {
         tspec_cb->rec_tail->next = rec;
     }
+    if (tspec_cb->rec_found.rec != nullptr) {
+        tspec_cb->load_survey.valid = 0;
+    }
+    tspec_cb->rec_found = {rec, tspec_cb->rec_tail};
     tspec_cb->rec_tail = rec;
 }
 
@@ -68,16 +86,34 @@ tspec_rec_t *tspec_rec_add(const uint8_t *mac)
     return rec;
 }
 
-// Takes the record off the list. False when it is not in the list.
-static bool unlink(tspec_rec_t *rec)
+// Stores the record in front. False when the record is not in the list.
+static bool find_previous(const tspec_rec_t *rec, tspec_rec_t *&previous)
 {
-    tspec_rec_t *previous = nullptr;
+    if (tspec_cb->rec_found.rec == rec) {
+        previous = tspec_cb->rec_found.previous;
+        return true;
+    }
+    previous = nullptr;
     for (tspec_rec_t *at = tspec_cb->rec_head; at != rec; at = at->next) {
         if (at == nullptr) {
             return false;
         }
         previous = at;
     }
+    return true;
+}
+
+// Takes the record off the list. False when it is not in the list.
+static bool unlink(tspec_rec_t *rec)
+{
+    tspec_rec_t *previous;
+    if (!find_previous(rec, previous)) {
+        return false;
+    }
+    if (tspec_cb->rec_found.rec != rec) {
+        tspec_cb->load_survey.valid = 0;
+    }
+    tspec_cb->rec_found = {};
     if (previous == nullptr) {
         tspec_cb->rec_head = rec->next;
     } else {

@@ -6,9 +6,19 @@
 #include "core/control_block.h"
 
 #include <cstdint>
+#include <cstring>
 
-// The client's record, or null. A null MAC is traced.
+inline bool tspec_rec_is_of(const tspec_rec_t &rec, const uint8_t *mac)
+{
+    return memcmp(rec.sta_mac, mac, TSPEC_MAC_LEN) == 0;
+}
+
+// The client's record, or null. A null MAC is traced. The walk that found a record
+// serves later look-ups of it, and its removal, until tspec_rec_found_forget.
 tspec_rec_t *tspec_rec_get(const uint8_t *mac);
+
+// The next look-up walks the list again.
+void tspec_rec_found_forget();
 
 // The client's record if there is one (which is traced), else a new one at the
 // end of the list, all entries free. The caller fills in the MAC and everything

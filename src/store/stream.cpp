@@ -3,6 +3,7 @@
 #include "core/text.h"
 #include "core/trace.h"
 #include "store/client.h"
+#include "store/load.h"
 
 static bool in_use(const tspec_ts_rec_t &entry)
 {
@@ -116,6 +117,7 @@ static void delete_tid(tspec_rec_t *rec, uint8_t ac_idx, uint8_t tid)
         entry = &alternate;
     }
     clear(*entry);
+    tspec_rec_load_update(*rec, ac_idx);
     delete_if_empty(rec);
     uncount(1);
 }
@@ -152,6 +154,7 @@ int32_t tspec_ts_rec_delete(const uint8_t *mac, uint8_t ac_idx)
         }
         clear(bank[ac_idx]);
     }
+    tspec_rec_load_update(*rec, ac_idx);
     delete_if_empty(rec);
     uncount(freed);
     return 0;

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <random>
 #include <string>
@@ -151,6 +152,29 @@ TEST(TextWriter, CutsWhatDoesNotFit)
 }
 
 // ---- decimal numbers
+
+TEST(TextWriter, AppendsPieces)
+{
+    char buffer[64];
+    std::memset(buffer, '#', sizeof(buffer));
+    tspec_text_writer_t writer(buffer);
+    writer.put_piece("a-piece-of-23-letters-=").put_piece("").put_piece("b").put('c');
+    EXPECT_STREQ(buffer, "a-piece-of-23-letters-=bc");
+    EXPECT_EQ(writer.length(), 25U);
+}
+
+TEST(TextWriter, CutsPiecesThatDoNotFit)
+{
+    for (size_t size = 1; size <= 60; size++) {
+        std::string buffer(size + 1, '#'); // one behind the end
+        tspec_text_writer_t writer(std::span(buffer.data(), size));
+        writer.put_piece("first").put_piece("a-piece-of-23-letters-=").put_piece("last");
+        const std::string whole = "firsta-piece-of-23-letters-=last";
+        EXPECT_EQ(buffer.c_str(), whole.substr(0, size - 1)) << size;
+        EXPECT_EQ(writer.length(), std::min(whole.size(), size - 1)) << size;
+        EXPECT_EQ(buffer[size], '#') << size;
+    }
+}
 
 TEST(TextToInt, IsAtoiOnEveryShortText)
 {

@@ -71,6 +71,36 @@ TEST_F(Clients, LookUpOfNullIsTraced)
         traces_at(2, "tspec_rec_get:Invalid input parameters\r\n", [] { tspec_rec_get(nullptr); }));
 }
 
+// No client changes its place or its address while a message about it is handled.
+TEST_F(Clients, OneWalkServesTheLookUpsOfAMessage)
+{
+    tspec_rec_t *a = add_client(CLIENT_A);
+    tspec_rec_t *b = add_client(CLIENT_B);
+    EXPECT_EQ(tspec_rec_get(CLIENT_B.data()), b);
+    std::memcpy(a->sta_mac, CLIENT_B.data(), CLIENT_B.size()); // is in front of it now
+    EXPECT_EQ(tspec_rec_get(CLIENT_B.data()), b);
+    tspec_rec_found_forget();
+    EXPECT_EQ(tspec_rec_get(CLIENT_B.data()), a);
+}
+
+TEST_F(Clients, EachMessageLooksAnew)
+{
+    tspec_rec_t *a = add_client(CLIENT_A);
+    tspec_rec_t *b = add_client(CLIENT_B);
+    EXPECT_EQ(tspec_rec_get(CLIENT_B.data()), b);
+    std::memcpy(a->sta_mac, CLIENT_B.data(), CLIENT_B.size());
+    dispatch({0});
+    EXPECT_EQ(tspec_rec_get(CLIENT_B.data()), a);
+}
+
+TEST_F(Clients, TheNewOneIsFoundWithoutAWalk)
+{
+    tspec_rec_t *a = add_client(CLIENT_A);
+    tspec_rec_t *b = add(CLIENT_B);
+    std::memcpy(a->sta_mac, CLIENT_B.data(), CLIENT_B.size());
+    EXPECT_EQ(tspec_rec_get(CLIENT_B.data()), b);
+}
+
 // ---- adding
 
 TEST_F(Clients, AreAddedAtTheTail)
@@ -183,6 +213,36 @@ TEST_F(Clients, DeletingTheTailMakesThePredecessorTheTail)
     expect_list({a});
     tspec_rec_t *c = add(CLIENT_C);
     expect_list({a, c});
+}
+
+TEST_F(Clients, DeletingTheOneFoundLastClosesTheGapToo)
+{
+    for (const size_t place : {0U, 1U, 2U}) {
+        std::vector<tspec_rec_t *> left = {add_client(CLIENT_A), add_client(CLIENT_B),
+                                           add_client(CLIENT_C)};
+        tspec_rec_found_forget();
+        tspec_rec_t *gone = left[place];
+        EXPECT_EQ(tspec_rec_get(gone->sta_mac), gone);
+        left.erase(left.begin() + static_cast<std::ptrdiff_t>(place));
+        EXPECT_EQ(tspec_rec_delete(gone), 0);
+        expect_list(left);
+        EXPECT_EQ(tspec_rec_get(left[0]->sta_mac), left[0]);
+        EXPECT_EQ(tspec_rec_delete(left[0]), 0);
+        expect_list({left[1]});
+        EXPECT_EQ(tspec_rec_delete(left[1]), 0);
+        expect_list({});
+    }
+}
+
+TEST_F(Clients, AfterADeletionTheOneFoundLastIsLookedForAgain)
+{
+    tspec_rec_t *a = add_client(CLIENT_A);
+    tspec_rec_t *b = add_client(CLIENT_B);
+    tspec_rec_t *c = add_client(CLIENT_C);
+    EXPECT_EQ(tspec_rec_get(CLIENT_C.data()), c);
+    EXPECT_EQ(tspec_rec_delete(b), 0);
+    EXPECT_EQ(tspec_rec_delete(c), 0);
+    expect_list({a});
 }
 
 TEST_F(Clients, DeletedOnesAreFreed)

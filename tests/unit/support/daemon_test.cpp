@@ -2,7 +2,9 @@
 
 #include "core/daemon.h"
 #include "core/dispatch.h"
+#include "store/load.h"
 
+#include <cstddef>
 #include <cstring>
 #include <numeric>
 #include <utility>
@@ -183,6 +185,7 @@ tspec_ts_rec_t *DaemonTest::add_stream(tspec_rec_t *client, const Stream &stream
     entry.excess_usage_events = stream.excess;
     entry.pend.tid = stream.pend_tid;
     entry.pend.dir = stream.pend_direction;
+    tspec_rec_load_update(*client, stream.ac_idx);
     tspec_cb->ts_count++;
     return &entry;
 }
@@ -199,7 +202,7 @@ std::vector<tspec_rec_t *> DaemonTest::clients()
 Bytes DaemonTest::snapshot()
 {
     const auto *block = reinterpret_cast<const uint8_t *>(tspec_cb);
-    Bytes bytes(block, block + sizeof(*tspec_cb));
+    Bytes bytes(block, block + offsetof(tspec_cb_t, rec_found));
     for (const tspec_rec_t *record : clients()) {
         const auto *data = reinterpret_cast<const uint8_t *>(record);
         bytes.insert(bytes.end(), data, data + sizeof(*record));

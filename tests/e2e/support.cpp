@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -91,15 +92,25 @@ void DaemonTest::TearDown()
 
 bool daemon_is_sanitized()
 {
-    return has_address_sanitizer(find_daemon({}));
+    /* Asked for each of many test cases; the answer takes reading the whole file. */
+    static const bool is_sanitized = has_address_sanitizer(find_daemon({}));
+    return is_sanitized;
+}
+
+static std::string content_of(const fs::path &path)
+{
+    std::string content(fs::file_size(path), '\0');
+    std::ifstream(path, std::ios::binary)
+        .read(content.data(), static_cast<std::streamsize>(content.size()));
+    return content;
 }
 
 /* Told by its program interpreter. */
 static bool daemon_is_on_musl()
 {
-    std::ifstream file(find_daemon({}), std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(file), {}};
-    return content.find("/lib/ld-musl-") != std::string::npos;
+    static const bool is_on_musl =
+        content_of(find_daemon({})).find("/lib/ld-musl-") != std::string::npos;
+    return is_on_musl;
 }
 
 unsigned measure(unsigned small, unsigned full)

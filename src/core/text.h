@@ -27,7 +27,7 @@ struct tspec_text_piece_t {
     uint8_t length;     // without
 
     template <size_t size>
-    consteval tspec_text_piece_t(const char (&literal)[size]) : length(size - 1)
+    constexpr tspec_text_piece_t(const char (&literal)[size]) : length(size - 1)
     {
         static_assert(size <= sizeof(text));
         std::copy_n(literal, size, text);

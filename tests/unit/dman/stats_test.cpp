@@ -241,6 +241,17 @@ TEST_F(Statistics, AreShownSigned)
     EXPECT_TRUE(answered("tspec-ap-stats", expected));
 }
 
+TEST_F(Statistics, AreShownWithAllTheirDigits)
+{
+    for (const uint32_t figure : {1U, 9U, 10U, 11U, 99U, 100U}) {
+        tspec_cb->ac_stats[3].num_active = figure;
+        EXPECT_EQ(request("tspec-ap-stats"), 0);
+        const Bytes report = sent().back().bytes;
+        const std::string begin = "ts-vo-num-active=" + std::to_string(figure) + "\n";
+        EXPECT_EQ(std::string(report.begin(), report.end()).substr(0, begin.size()), begin);
+    }
+}
+
 TEST_F(Statistics, TheLongestReportsAreSentWhole)
 {
     for (size_t ac = 0; ac < 4; ac++) {

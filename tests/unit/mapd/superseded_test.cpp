@@ -1,6 +1,7 @@
 // Streams that a newly admitted one replaces: which, and how they are cleaned up.
 #include "hostapd/request_test.h"
 
+#include "mapd/status.h"
 #include "mapd/superseded.h"
 
 namespace tspec::test {
@@ -320,6 +321,16 @@ TEST_F(SupersededTest, TheOldTidOfTheEntryIsWithdrawnWithoutTimeAndTheEntryKept)
         EXPECT_EQ(expected, entry_at(CLIENT_A, bank, VO));
         EXPECT_EQ(1, tspec_cb->ts_count);
     }
+}
+
+TEST_F(SupersededTest, TimeThatWasTakenOverLeavesTheLoad)
+{
+    tspec_rec_t *const client = add_client_a();
+    add(client, {.ac_idx = VO, .tid = 6, .medium_time = 70, .pend_tid = 5});
+    EXPECT_EQ(0, tspec_mapd_old_ts_removal(client, VO, 5));
+    tspec_ts_status_update(VO);
+    EXPECT_EQ(1, tspec_cb->ac_stats[VO].radio[0].num_active);
+    EXPECT_EQ(0, tspec_cb->ac_stats[VO].radio[0].med_time_admitted);
 }
 
 TEST_F(SupersededTest, ARenegotiationOfTheSameTidSupersedesNothing)

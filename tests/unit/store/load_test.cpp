@@ -5,6 +5,7 @@
 
 #include "mapd/status.h"
 #include "store/client.h"
+#include "store/stream.h"
 
 using testing::ElementsAre;
 using namespace tspec::test;
@@ -113,6 +114,22 @@ TEST_F(Load, OfOneAccessCategoryIsBroughtUpToDateAlone)
     tspec_rec_load_update(*client, VI);
     EXPECT_THAT(client->load.num_active, ElementsAre(0, 0, 1, 0));
     EXPECT_THAT(client->load.med_time, ElementsAre(0, 0, 7, 0));
+}
+
+TEST_F(Load, OfAClientThatStaysEndsWithItsStream)
+{
+    const std::function<int32_t()> deletions[] = {
+        [] { return tspec_ts_rec_delete_tid(CLIENT_A.data(), VO, 6); },
+        [] { return tspec_ts_rec_delete(CLIENT_A.data(), VO); },
+    };
+    for (const auto &deletion : deletions) {
+        restart();
+        tspec_rec_t *client = add_voice(CLIENT_A, 100);
+        add_stream(client, {.ac_idx = VI, .tid = 5, .medium_time = 9});
+        EXPECT_EQ(deletion(), 0);
+        EXPECT_THAT(client->load.num_active, ElementsAre(0, 0, 1, 0));
+        EXPECT_THAT(client->load.med_time, ElementsAre(0, 0, 9, 0));
+    }
 }
 
 // ---- of all

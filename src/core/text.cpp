@@ -52,14 +52,16 @@ int32_t tspec_text_to_int(const char *text)
 {
     bool negative;
     text = skip_sign(skip_space(text), negative);
-    int64_t value = 0;
+    // The library reads a long, which stops at its limits, and keeps its low 32 bits.
+    long value = 0;
     for (; *text >= '0' && *text <= '9'; text++) {
-        value = value * 10 + (*text - '0');
-        if (value > INT_MAX) {
-            return negative ? INT_MIN : INT_MAX;
+        const long digit = *text - '0';
+        if (__builtin_mul_overflow(value, 10, &value) ||
+            __builtin_add_overflow(value, negative ? -digit : digit, &value)) {
+            return static_cast<int32_t>(negative ? LONG_MIN : LONG_MAX);
         }
     }
-    return static_cast<int32_t>(negative ? -value : value);
+    return static_cast<int32_t>(value);
 }
 
 // The value of a hexadecimal digit, or 16 for any other character.

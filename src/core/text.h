@@ -85,7 +85,8 @@ class tspec_text_writer_t {
     size_t length_ = 0;
 };
 
-// atoi for every text whose value an int holds; other values saturate.
+// What atoi of the GNU C library gives, for a value that no int holds too: there it reads
+// a long, which stops at its limits, and keeps the low 32 bits.
 int32_t tspec_text_to_int(const char *text);
 
 // sscanf with "%x": the hexadecimal number at the start of the text, after white

@@ -3,34 +3,12 @@
 #include "layout.h"
 #include "player.h"
 
-#include "tspec/message.h"
-
 #include <algorithm>
 #include <utility>
 
 namespace tspec::fuzz {
 
 namespace {
-
-bool is_digit(uint8_t byte)
-{
-    return byte >= '0' && byte <= '9';
-}
-
-// What a decimal number that no int holds stands for is open: breaks such
-// numbers up.
-template <typename Text>
-void tame_numbers(Text &text)
-{
-    int64_t value = 0;
-    for (auto &character : text) {
-        value = is_digit(static_cast<uint8_t>(character)) ? value * 10 + (character - '0') : 0;
-        if (value > INT32_MAX) {
-            character = 'x';
-            value = 0;
-        }
-    }
-}
 
 std::string padded(uint8_t padding, const Bytes &text)
 {
@@ -73,9 +51,6 @@ Player::Effect Player::deliver(Door door, Bytes datagram)
     }
     if (length_) {
         datagram.resize(*length_, filler_);
-    }
-    if (!datagram.empty() && datagram[0] == TSPEC_DMAN_STATUS_REQ_MSG) {
-        tame_numbers(datagram);
     }
     door_.reset();
     patches_.clear();
@@ -312,9 +287,7 @@ Player::Effect Player::take(const ProcFile &op)
 
 Player::Effect Player::take(const ProcText &op)
 {
-    std::string content = padded(op.padding, op.text);
-    tame_numbers(content);
-    around_.proc_files.fill(content);
+    around_.proc_files.fill(padded(op.padding, op.text));
     return Effect::none;
 }
 

@@ -70,17 +70,28 @@ TEST_F(Differential, ProcFile)
 {
     Steps steps{config()};
     std::uint8_t number = 1;
-    for (const std::string &content :
-         {std::string("channel_util 37\n"), std::string("x 1\nchannel_util=9\nchannel_util 4\n"),
-          std::string("channel_util\n"), std::string("channel_util"), std::string("channel_util 5"),
-          std::string("channel_util -4\n"), std::string("channel_util  +4 5\n"),
-          std::string("channel_utilisation 7\n"), std::string(), std::string("\n\n"),
-          std::string(255, 'x') + "channel_util 5\n", std::string(254, 'x') + "\nchannel_util 6\n",
-          std::string("channel_util ") + std::string(63, ' ') + "5\n",
-          std::string("channel_util ") + std::string(64, ' ') + "5\n",
-          std::string("channel_util ") + std::string(300, '0') + "1\n",
-          std::string("channel_util 2147483647\n"), std::string("channel_util -2147483648\n"),
-          std::string(" channel_util 4\n"), std::string("CHANNEL_UTIL 4\n")}) {
+    for (const std::string &content : {std::string("channel_util 37\n"),
+                                       std::string("x 1\nchannel_util=9\nchannel_util 4\n"),
+                                       std::string("channel_util\n"),
+                                       std::string("channel_util"),
+                                       std::string("channel_util 5"),
+                                       std::string("channel_util -4\n"),
+                                       std::string("channel_util  +4 5\n"),
+                                       std::string("channel_utilisation 7\n"),
+                                       std::string(),
+                                       std::string("\n\n"),
+                                       std::string(255, 'x') + "channel_util 5\n",
+                                       std::string(254, 'x') + "\nchannel_util 6\n",
+                                       std::string("channel_util ") + std::string(63, ' ') + "5\n",
+                                       std::string("channel_util ") + std::string(64, ' ') + "5\n",
+                                       std::string("channel_util ") + std::string(300, '0') + "1\n",
+                                       std::string("channel_util 2147483647\n"),
+                                       std::string("channel_util -2147483648\n"),
+                                       std::string("channel_util 4294967333\n"),
+                                       std::string("channel_util 9223372036854775808\n"),
+                                       std::string("channel_util -99999999999999999999\n"),
+                                       std::string(" channel_util 4\n"),
+                                       std::string("CHANNEL_UTIL 4\n")}) {
         steps.push_back(ProcFileIs{number % 2 == 0 ? "wlan0" : "wlan1", content});
         steps.push_back(hostapd({.sta = sta(number), .radio_unit = 1}));
         steps.push_back(hostapd({.cmd = 3, .sta = sta(number), .radio_unit = 2}));

@@ -115,17 +115,38 @@ Bytes RandomWalk::config_message()
 
 Bytes RandomWalk::status_request(const model::Daemon &)
 {
-    const char *const commands[] = {
-        "tspec-ap-stats",       "tspec-ap-stats",          "tspec-radio-wlan0",
-        "tspec-radio-wlan1",    "tspec-vap-wlan0",         "tspec-vap-wlan0vap3",
-        "tspec-vap-wlan1vap15", "tspec-client-ts-first",   "tspec-client-ts-first",
-        "tspec-client-ts-next", "tspec-client-ts-next",    "tspec-client-ts-next",
-        "tspec-client-ts-next", "tspec-client-ts-next",    "tspec-client-ts-next",
-        "tspec-ap-stats ",      "tspec-radio-wlan2",       "tspec-radio-wlan",
-        "tspec-vap-wlan0vap16", "tspec-vap-wlan1vap-1",    "tspec-vap-wlan0vap 7",
-        "tspec-vap-wlan1vapX",  "tspec-radio-wlan1-extra", "tspec-vap-wlan",
-        "tspec-vap-wlan0xvap2", "tspec-client-ts-firstly", "",
-        "tspec-vap-wlanvap2",   "tspec-radio-wlanwlan1",   "tspec-vap-wlan1vap00000000000000004"};
+    const char *const commands[] = {"tspec-ap-stats",
+                                    "tspec-ap-stats",
+                                    "tspec-radio-wlan0",
+                                    "tspec-radio-wlan1",
+                                    "tspec-vap-wlan0",
+                                    "tspec-vap-wlan0vap3",
+                                    "tspec-vap-wlan1vap15",
+                                    "tspec-client-ts-first",
+                                    "tspec-client-ts-first",
+                                    "tspec-client-ts-next",
+                                    "tspec-client-ts-next",
+                                    "tspec-client-ts-next",
+                                    "tspec-client-ts-next",
+                                    "tspec-client-ts-next",
+                                    "tspec-client-ts-next",
+                                    "tspec-ap-stats ",
+                                    "tspec-radio-wlan2",
+                                    "tspec-radio-wlan",
+                                    "tspec-vap-wlan0vap16",
+                                    "tspec-vap-wlan1vap-1",
+                                    "tspec-vap-wlan0vap 7",
+                                    "tspec-vap-wlan1vapX",
+                                    "tspec-radio-wlan1-extra",
+                                    "tspec-vap-wlan",
+                                    "tspec-vap-wlan0xvap2",
+                                    "tspec-client-ts-firstly",
+                                    "",
+                                    "tspec-vap-wlanvap2",
+                                    "tspec-radio-wlanwlan1",
+                                    "tspec-vap-wlan1vap00000000000000004",
+                                    "tspec-vap-wlan1vap4294967297",
+                                    "tspec-vap-wlan0vap99999999999999999999"};
     Bytes request = model::status_request_input(commands[below(std::size(commands))]);
     if (one_in(4)) {
         request.pop_back(); /* without the NUL */

@@ -354,10 +354,13 @@ TEST(FindVap, TakesTheNumberAfterTheFirstVapBehindWlan)
     EXPECT_EQ(find_vap_string(""), 0);
 }
 
-TEST(FindVap, IsAtoiForEveryValueThatAnIntHolds)
+TEST(FindVap, IsAtoi)
 {
-    for (const char *tail : {"0", "15", "16", "00016", "-1", "2147483647", "-2147483648", "  8",
-                             "\t\n9", "1.5", "7vap", "0x10", "99999", "+", "-", " - 1", "+ 1"}) {
+    for (const char *tail :
+         {"0",          "15",          "16",         "00016",       "-1",
+          "2147483647", "-2147483648", "  8",        "\t\n9",       "1.5",
+          "7vap",       "0x10",        "99999",      "+",           "-",
+          " - 1",       "+ 1",         "4294967297", "-4294967296", "99999999999999999999"}) {
         const std::string text = std::string("tspec-vap-wlan1vap") + tail;
         EXPECT_EQ(find_vap_string(text.c_str()), std::atoi(tail)) << escaped(tail);
     }

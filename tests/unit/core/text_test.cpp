@@ -226,16 +226,45 @@ TEST(TextToInt, SkipsWhatAtoiSkips)
     }
 }
 
-TEST(TextToInt, SaturatesBeyondAnInt)
+// What the GNU C library's atoi is, where an int does not hold the value.
+int low_bits_of_a_long(const std::string &text)
 {
-    for (const char *text : {"2147483648", "4294967296", "9223372036854775807",
-                             "9223372036854775808", "99999999999999999999999999999999"}) {
-        EXPECT_EQ(tspec_text_to_int(text), INT_MAX) << text;
-        EXPECT_EQ(tspec_text_to_int((std::string("+") + text).c_str()), INT_MAX) << text;
+    return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
+}
+
+TEST(TextToInt, KeepsTheLowBitsOfALongBeyondAnInt)
+{
+    for (const std::string digits :
+         {"2147483648", "2147483649", "4294967295", "4294967296", "4294967297", "8589934607",
+          "9223372036854775799", "9223372036854775806", "9223372036854775807",
+          "9223372036854775808", "9223372036854775809", "9223372036854775810",
+          "18446744073709551617", "92233720368547758080", "99999999999999999999999999999999"}) {
+        for (const std::string sign : {"", "+", "-"}) {
+            const std::string text = sign + digits;
+            EXPECT_EQ(tspec_text_to_int(text.c_str()), low_bits_of_a_long(text)) << text;
+        }
     }
-    for (const char *text : {"-2147483649", "-4294967297", "-99999999999999999999999999999999"}) {
-        EXPECT_EQ(tspec_text_to_int(text), INT_MIN) << text;
+}
+
+TEST(TextToInt, IsThatOfTheLibraryForRandomDigits)
+{
+    std::mt19937 engine(7);
+    for (int i = 0; i < 20000; i++) {
+        std::string text = i % 2 == 0 ? "" : "-";
+        for (size_t count = 9 + engine() % 13; count > 0; count--) {
+            text += static_cast<char>('0' + engine() % 10);
+        }
+        ASSERT_EQ(tspec_text_to_int(text.c_str()), low_bits_of_a_long(text)) << text;
     }
+}
+
+TEST(TextToInt, WrapsOrSaturatesAsALongDoes)
+{
+    const bool wide = sizeof(long) > sizeof(int);
+    EXPECT_EQ(tspec_text_to_int("4294967297"), wide ? 1 : INT_MAX);
+    EXPECT_EQ(tspec_text_to_int("-4294967297"), wide ? -1 : INT_MIN);
+    EXPECT_EQ(tspec_text_to_int("99999999999999999999"), wide ? -1 : INT_MAX);
+    EXPECT_EQ(tspec_text_to_int("-99999999999999999999"), wide ? 0 : INT_MIN);
 }
 
 // ---- hexadecimal numbers

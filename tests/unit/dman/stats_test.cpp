@@ -337,14 +337,25 @@ TEST_F(Statistics, OfAVapWithoutNumberAreThoseOfVap0)
     EXPECT_TRUE(answered("tspec-vap-wlan0", ZERO_ENTRY_REPORT));
 }
 
+TEST_F(Statistics, AVapsNumberBeyondAnIntIsReadAsTheLibraryReadsIt)
+{
+    number_entries(
+        [](size_t ac) -> tspec_stats_entry_t & { return tspec_cb->ac_stats[ac].vap[0][3]; });
+    if (sizeof(long) > sizeof(int)) {
+        EXPECT_TRUE(answered("tspec-vap-wlan0vap4294967299", NUMBERED_ENTRY_REPORT));
+    } else {
+        EXPECT_TRUE(not_answered("tspec-vap-wlan0vap4294967299"));
+    }
+}
+
 TEST_F(Statistics, OfAVapThatDoesNotExistAreNotAnswered)
 {
     set_trace(ALL_LEVELS);
     for (const char *command :
          {"tspec-vap-wlan0vap16", "tspec-vap-wlan1vap16", "tspec-vap-wlan0vap-1",
           "tspec-vap-wlan0vap255", "tspec-vap-wlan0vap2147483647", "tspec-vap-wlan0vap-2147483648",
-          "tspec-vap-wlan0vap4294967296", "tspec-vap-wlan0vap99999999999999999999",
-          "tspec-vap-wlan2", "tspec-vap-wlan2vap1", "tspec-vap-wlan"}) {
+          "tspec-vap-wlan0vap99999999999999999999", "tspec-vap-wlan2", "tspec-vap-wlan2vap1",
+          "tspec-vap-wlan"}) {
         EXPECT_TRUE(not_answered(command)) << command;
     }
     EXPECT_EQ(fill_and_send_vap_tspec_stats(2, 0), -1);

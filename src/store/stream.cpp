@@ -18,6 +18,10 @@ bool tspec_rec_has_stream(const tspec_rec_t *rec, uint32_t ac_idx)
 
 tspec_rec_t *tspec_ts_rec_get(const uint8_t *mac, uint32_t ac_idx)
 {
+    if (mac == nullptr) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameters\r\n");
+        return nullptr;
+    }
     tspec_rec_t *const rec = tspec_rec_get(mac);
     if (rec == nullptr || ac_idx >= TSPEC_NUM_ACS) {
         return nullptr;

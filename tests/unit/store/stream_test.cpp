@@ -72,7 +72,7 @@ TEST_F(Streams, NoRecordForNullWhichIsTraced)
     EXPECT_EQ(tspec_ts_rec_get(nullptr, 0), nullptr);
     set_trace(2);
     tspec_ts_rec_get(nullptr, 0);
-    EXPECT_THAT(console(), ElementsAre(testing::EndsWith(":Invalid input parameters\r\n")));
+    EXPECT_THAT(console(), ElementsAre("tspec_ts_rec_get:Invalid input parameters\r\n"));
     set_trace(ALL_LEVELS & ~2U);
     tspec_ts_rec_get(nullptr, 0);
     EXPECT_THAT(console(), IsEmpty());

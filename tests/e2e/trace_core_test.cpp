@@ -5,6 +5,8 @@
 #include "trace_table.h"
 
 #include <cerrno>
+#include <fstream>
+#include <iterator>
 #include <memory>
 
 #include <sys/socket.h>
@@ -205,6 +207,23 @@ std::vector<TraceCase> exchange_cases()
         failed_exchange("exchange_answered_with_another_marker",
                         answers_with(frame_duration::wrong_marker(400)), ""),
     };
+}
+
+/* What these report is ruled out by what was checked a moment before. */
+class TextsOfWhatCannotHappen : public DaemonTest {};
+
+TEST_F(TextsOfWhatCannotHappen, StandInTheExecutable)
+{
+    std::ifstream file(fmt::format("/proc/{}/exe", boot().pid()), std::ios::binary);
+    const std::string program{std::istreambuf_iterator<char>(file), {}};
+    for (const std::string text :
+         {"%s:Failed to process dman violation interval config message\r\n",
+          "%s:Failed to delete client %s TSPEC record on AC %u\r\n",
+          "%s:Unable to delete tspec record for client %s, TID %u\n",
+          "%s:Unable to delete old tspec record for TID %u on AC %u\r\n",
+          "Failed to process TSPEC Request message.\n"}) {
+        EXPECT_NE(program.find('\0' + text + '\0'), std::string::npos) << text;
+    }
 }
 
 } // namespace

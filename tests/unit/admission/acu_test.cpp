@@ -541,8 +541,10 @@ TEST_F(AcuTest, TheDoublingOfADeletionDoesNotWrap)
 
 TEST_F(AcuTest, ADeletionOfAnUnknownAccessCategoryIsRefused)
 {
-    EXPECT_EQ(-1, tspec_acu_deletion_req_recv(message({.tspec = {.medium_time = 9}}), 4));
-    EXPECT_EQ(untouched_, accounts());
+    for (const uint8_t ac_idx : each<uint8_t>(4, 5, 255)) {
+        EXPECT_EQ(-1, tspec_acu_deletion_req_recv(message({.tspec = {.medium_time = 9}}), ac_idx));
+        EXPECT_EQ(untouched_, accounts());
+    }
 }
 
 TEST_F(AcuTest, ADeletionIsTraced)

@@ -454,6 +454,35 @@ TEST_F(MainLoop, RunsTheReportsOnceAnInterval)
                             "closelog()", "openlog(tspec, 3, 8)", "closelog()"));
 }
 
+TEST_F(MainLoop, TimeThatARequestTakesCountsInItsTurn)
+{
+    platform().now += 299;
+    platform().on_send = [this](const Sent &) { platform().now += 2; };
+    set_trace(1);
+    turn([this] { platform().deliver(5, {1}); });
+    EXPECT_THAT(console(), Contains("tspec_main_loop:Processing TSPEC violation reports "
+                                    "(interval=300, elapsed=301)\r\n"));
+    EXPECT_EQ(violation_runs(), 1U);
+    EXPECT_EQ(tspec_cb->violation_report_time, 1'000'000'301U);
+}
+
+TEST_F(MainLoop, TimeThatTheReportsTakeIsPartOfTheNextInterval)
+{
+    add_stream(add_client(CLIENT_A), {.ac_idx = 3, .tid = 6, .excess = 1});
+    platform().on_syslog = [this] { platform().now += 7; };
+    const auto turn_at = [this](time_t now) {
+        platform().now = now;
+        turn([this] { platform().deliver(5, {0}); });
+    };
+    turn_at(1'000'000'300);
+    ASSERT_EQ(platform().now, 1'000'000'307);
+    EXPECT_EQ(tspec_cb->violation_report_time, 1'000'000'300U);
+    turn_at(1'000'000'599);
+    EXPECT_EQ(violation_runs(), 1U);
+    turn_at(1'000'000'600);
+    EXPECT_EQ(violation_runs(), 2U);
+}
+
 TEST_F(MainLoop, TracesTheRunOfTheReports)
 {
     EXPECT_TRUE(traces_at(

@@ -204,6 +204,8 @@ TEST_F(PacketDump, StaysInsideItsTextBuffer)
         tspec_hex_ver_pkt_print(bytes.data(), len);
         const std::vector<std::string> lines = console();
         ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.front(),
+                  "tspec_hex_ver_pkt_print: UNKNOWN: 0x63 (99), len " + std::to_string(len) + "\n");
         EXPECT_LT(lines.back().size(), TSPEC_DUMP_SIZE);
     }
 }

@@ -58,6 +58,24 @@ TEST_F(AddtsTest, OfAnUnassociatedClientIsIgnored)
         [] { handle(addts()); }, [this] { platform().driver_text = "client_status=0\n"; });
 }
 
+TEST_F(AddtsTest, OfAnUnassociatedClientIsIgnoredEvenForAnInvalidTid)
+{
+    const auto arrange = [this] {
+        add_stream(add_client_a(), {.ac_idx = BE, .tid = 6});
+        platform().driver_text = "client_status=0\n";
+    };
+    arrange();
+    const Bytes before = snapshot();
+    EXPECT_EQ(-1, handle(addts()));
+    EXPECT_EQ(before, snapshot()) << "no reject is counted";
+    EXPECT_TRUE(nothing_more_sent());
+    expect_traces(
+        "tspec_hostapd_process",
+        traces({{4, "tspec_hostapd_process:Received ADDTS request from unassociated "
+                    "client 00:11:22:33:44:55. Request ignored.\r\n"}}),
+        [] { handle(addts()); }, arrange);
+}
+
 TEST_F(AddtsTest, OfAClientThatTheDriverCannotBeAskedAboutIsIgnored)
 {
     platform().fail({.call = Call::socket, .error = EMFILE});
@@ -285,6 +303,31 @@ TEST_F(AddtsTest, Number513OfAKnownClientIsRefused)
         EXPECT_TRUE(sent_exactly({{HOSTAPD_PORT, reject(addts(ac_idx), 3)}}));
         EXPECT_EQ(Entry{}, entry_at(CLIENT_A, ac_idx == VO ? 1 : 0, ac_idx));
         EXPECT_EQ(512, tspec_cb->ts_count);
+    }
+}
+
+TEST_F(AddtsTest, AtTheLimitWhileOneIsPendingIsIgnored)
+{
+    for (const uint8_t bank : each<uint8_t>(0, 1)) {
+        restart();
+        set_managed();
+        tspec_rec_t *const client = add_client_a();
+        if (bank == 1) {
+            add_stream(client, {.ac_idx = VO, .tid = 6});
+        }
+        const uint8_t tid = bank == 0 ? 6 : 5;
+        const uint8_t direction = bank == 0 ? UPLINK : DOWNLINK;
+        add_stream(client, {.bank = bank,
+                            .ac_idx = VO,
+                            .tid = tid,
+                            .direction = direction,
+                            .state = PENDING,
+                            .pend_tid = tid});
+        fill_access_point();
+        const Bytes before = snapshot();
+        EXPECT_EQ(-1, handle(addts(VO, tid, direction)));
+        EXPECT_EQ(before, snapshot()) << "its stream is one of the 512, so none is refused";
+        EXPECT_TRUE(nothing_more_sent());
     }
 }
 

@@ -366,6 +366,25 @@ TEST_F(OrdinaryAfterTransition, FindsItsTidOnAnyAccessCategory)
     EXPECT_TRUE(clients().empty());
 }
 
+TEST_F(OrdinaryAfterTransition, RemovesTheStreamsBeforeItsTidIsLookedFor)
+{
+    set_managed();
+    tspec_rec_t *const client = add_client_a();
+    client->fbt_flag = 1;
+    add_stream(client, {.ac_idx = VO, .tid = 5});
+    add_stream(client, {.ac_idx = BE, .tid = 6});
+    EXPECT_EQ(0, handle(addts()));
+    MapdMessage asked = forwarded(addts(), VO);
+    asked.tspec.medium_time = 0;
+    EXPECT_TRUE(sent_exactly({{MAPD_PORT, mapd_message(asked)}}))
+        << "not invalid for its stream on best effort, which is gone";
+    EXPECT_EQ(FREE, entry_at(CLIENT_A, 0, BE).state);
+    EXPECT_EQ(PENDING, entry_at(CLIENT_A, 0, VO).state);
+    EXPECT_EQ(6, entry_at(CLIENT_A, 0, VO).tid);
+    EXPECT_EQ(1, tspec_cb->ts_count);
+    EXPECT_EQ(0, clients().at(0)->fbt_flag);
+}
+
 TEST_F(OrdinaryAfterTransition, OfAnOrdinaryClientRemovesNothing)
 {
     add_stream(add_client_a(), {.ac_idx = VO, .tid = 6});

@@ -245,5 +245,20 @@ TEST_F(HostapdProcessTest, WhatFailsToReachAdmissionControlLeavesTheStore)
     EXPECT_TRUE(changed_acs().empty()) << "no snapshot is taken of it";
 }
 
+TEST_F(HostapdProcessTest, WhatLeavesTheStoreIsTheMessagesTidNotThatOfTsInfo)
+{
+    set_managed();
+    fail_next_send();
+    tspec_rec_t *const client = add_client_a();
+    add_stream(client, {.ac_idx = VO, .tid = 6});
+    add_stream(client, {.bank = 1, .ac_idx = VO, .tid = 5, .direction = DOWNLINK});
+    HostapdMessage message = request(7); // TID 6 in TS Info
+    message.tid = 5;
+    EXPECT_EQ(-1, handle(message));
+    EXPECT_EQ(6, entry_at(CLIENT_A, 0, VO).tid);
+    EXPECT_EQ(FREE, entry_at(CLIENT_A, 1, VO).state);
+    EXPECT_EQ(1, tspec_cb->ts_count);
+}
+
 } // namespace
 } // namespace tspec::test

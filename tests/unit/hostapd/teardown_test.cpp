@@ -76,6 +76,32 @@ class TeardownTest : public HostapdRequestTest {
     }
 };
 
+TEST_F(TeardownTest, TheMessagesTidCountsNotThatOfTsInfo)
+{
+    for (const uint8_t cmd : each<uint8_t>(DELTS, INACTIVE)) {
+        restart();
+        set_managed();
+        tspec_rec_t *const client = add_client_a();
+        add_stream(client, {.ac_idx = VO, .tid = 6});
+        add_stream(client, {.bank = 1, .ac_idx = VO, .tid = 5, .direction = DOWNLINK});
+        HostapdMessage message = request(cmd); // TID 6 in TS Info
+        message.tid = 5;
+        EXPECT_EQ(0, handle(message));
+        EXPECT_EQ(6, entry_at(CLIENT_A, 0, VO).tid);
+        EXPECT_EQ(FREE, entry_at(CLIENT_A, 1, VO).state);
+        EXPECT_EQ(1, tspec_cb->ts_count);
+        for (const Sent &sent : platform().sent) {
+            if (sent.port == MAPD_PORT) {
+                EXPECT_EQ(with_ts_info(sent.bytes, ts_info(message.tspec)), sent.bytes)
+                    << "as sent";
+            } else {
+                EXPECT_EQ(5, sent.bytes.at(140));
+            }
+        }
+        EXPECT_EQ(cmd == DELTS ? 1U : 2U, platform().sent.size());
+    }
+}
+
 // ---- DELTS
 
 using DeltsTest = TeardownTest;
@@ -696,6 +722,19 @@ TEST_F(DisassociationTest, GivesBackFastTransitionTimeOfThePrimaryEntry)
     handle(request(DISASSOCIATION));
     EXPECT_EQ(870, admitted(1, VO));
     EXPECT_EQ(900, fbt_admitted(1, VO));
+}
+
+TEST_F(DisassociationTest, GivesBackTheTimeOfAnAlternateInBothDirections)
+{
+    book(1000);
+    tspec_rec_t *const client = add_client_a();
+    client->fbt_flag = 1;
+    add_stream(client, {.ac_idx = VO, .tid = 6, .medium_time = 100});
+    add_stream(client,
+               {.bank = 1, .ac_idx = VO, .tid = 5, .direction = BIDIRECTIONAL, .medium_time = 30});
+    handle(request(DISASSOCIATION));
+    EXPECT_EQ(840, admitted(1, VO));
+    EXPECT_EQ(900, fbt_admitted(1, VO)) << "the primary entry's only";
 }
 
 TEST_F(DisassociationTest, GivesBackFastTransitionTimeInBothDirections)

@@ -546,5 +546,23 @@ TEST_F(SupersededTest, FailedCleanUpsAreTracedWithTheTidThatIsLeft)
         });
 }
 
+TEST_F(SupersededTest, AFailedCleanUpIsTracedWithTheTidThatMovedUp)
+{
+    expect_traces(
+        REMOVAL,
+        {{64, REMOVAL + ": ts_type=0, ac=2, ac_new=3, state=1, prev_tid=5, "
+                        "pend_tid=255, tid_new=5, prev_dir=0, pend_dir=0\r\n"},
+         {8, REMOVAL + ":Problem cleaning up old TS for TID 4 on AC 2, flags=0xd\r\n"}},
+        [] { EXPECT_EQ(0, tspec_mapd_old_ts_removal(tspec_cb->rec_head, VO, 5)); },
+        [this] {
+            tspec_rec_t *const client = add_client_a();
+            add(client, {.ac_idx = VI, .tid = 5});
+            add(client,
+                {.bank = 1, .ac_idx = VI, .tid = 4, .direction = DOWNLINK, .state = PENDING});
+            add(client, {.ac_idx = VO, .tid = 5, .state = PENDING});
+            fail_next_send();
+        });
+}
+
 } // namespace
 } // namespace tspec::test

@@ -129,6 +129,9 @@ class Platform {
     // Called for each datagram sent, after it was recorded.
     std::function<void(const Sent &)> on_send;
 
+    // Called for each line of the system log, after it was recorded.
+    std::function<void()> on_syslog;
+
     // hostapd answers each frame-duration query with this airtime.
     void answer_frame_duration(uint32_t microseconds);
     // hostapd answers each frame-duration query with this datagram.

@@ -259,6 +259,9 @@ static void log_text(int priority, const char *format, va_list arguments)
     std::vsnprintf(text, sizeof(text), format, arguments);
     platform->syslog_texts.emplace_back(text);
     platform->journal.push_back("syslog(" + std::to_string(priority) + ", " + text + ")");
+    if (platform->on_syslog) {
+        platform->on_syslog();
+    }
 }
 
 __attribute__((format(printf, 2, 3))) void __wrap_syslog(int priority, const char *format, ...)

@@ -35,8 +35,9 @@ def arguments():
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, metavar="N")
     parser.add_argument("--fresh", action="store_true", help="forget all earlier results first")
     parser.add_argument("--list", action="store_true",
-                        help="list the mutants and what is known of them; run none")
-    parser.add_argument("--show", metavar="ID", help="show one mutant and its result; run none")
+                        help="list the mutants and what is known of them; run none (what builds and "
+                             "recorded runs of the tests they need is made first)")
+    parser.add_argument("--show", metavar="ID", help="show one mutant and its result; as --list")
     parser.add_argument("--build", type=Path, metavar="DIR",
                         help="a build of the tests to use in place of the release preset's")
     return parser.parse_args()

@@ -12,6 +12,9 @@ from pathlib import Path
 
 # A mutant must not take the machine with it: memory and file size in KiB and 512-byte blocks.
 LIMITS = "ulimit -c 0; ulimit -v 4000000; ulimit -f 400000; ulimit -t {cpu}; exec \"$@\""
+# A run in the background of a script has SIGINT ignored, and tests that end a process by
+# it would inherit that.
+SIGNALS = ["env", "--default-signal=INT"]
 LOG_TAIL = 1 << 16
 
 
@@ -62,7 +65,7 @@ class Runner:
             with self._lock:
                 if self._stopped:
                     raise Stopped()
-                process = subprocess.Popen(["/bin/sh", "-c", script, "sh", *command],
+                process = subprocess.Popen([*SIGNALS, "/bin/sh", "-c", script, "sh", *command],
                                            env={**os.environ, **environment},
                                            stdin=subprocess.DEVNULL, stdout=output,
                                            stderr=subprocess.STDOUT, start_new_session=True)

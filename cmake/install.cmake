@@ -11,8 +11,9 @@ install(FILES docs/man/tspec-daemon.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 C
 install(FILES docs/man/tspec-cli.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT daemon)
 install(FILES packaging/systemd/tspec-daemon.service
   DESTINATION lib/systemd/system COMPONENT daemon)
-install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon)
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon
+# Laid out as in the sources, so that links from page to page lead somewhere.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN man EXCLUDE)
 install(FILES tools/tspec-cli/tspec.conf.example
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon OPTIONAL)

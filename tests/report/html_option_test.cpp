@@ -141,7 +141,7 @@ TEST_F(HtmlOption, TellsConsoleLinesAndTheSystemLog)
     ScenarioFile scenario("name: a test\nsteps:\n"
                           "  - operator.debug: [2]\n"
                           "  - operator.disassociation_mode: show\n"
-                          "  - hostapd.unauthorized_traffic: {sta: station 1, tid: 5, up: 5}\n");
+                          "  - hostapd.unauthorised_traffic: {sta: station 1, tid: 5, up: 5}\n");
 
     CommandResult result = run_sim({"run", "--quiet", "--html", path("run.html"), scenario.path()});
 

@@ -145,7 +145,7 @@ const StepGroup &hostapd_steps()
                    send_event<TSPEC_TS_INACTIVE_CMD>),
         event_step("hostapd.exceed_time", "A stream used more than its medium time.",
                    send_event<TSPEC_TS_EXCEED_TIME_CMD>),
-        event_step("hostapd.unauthorized_traffic",
+        event_step("hostapd.unauthorised_traffic",
                    "A station sends on an access category without an admitted stream; tid and up "
                    "say on which.",
                    send_event<TSPEC_TS_UNAUTH_TRAFFIC_CMD>),

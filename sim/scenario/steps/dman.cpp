@@ -85,8 +85,8 @@ const StepGroup &dman_steps()
         }};
     static const StepGroup steps{
         {.name = "dman.config",
-         .help = "Configures admission control of one radio. What is left out is off or 0: each "
-                 "configuration replaces the radio's former one.",
+         .help = "Configures admission control of one radio. What is left out is off or 0, but for "
+                 "`enabled`: each configuration replaces the radio's former one.",
          .keys = {required("radio", types::radio, "the radio"),
                   with_default("enabled", types::flag, "true", "admission control on the radio"),
                   optional("mandatory", types::access_categories,

@@ -10,7 +10,7 @@ from pathlib import Path
 
 import report
 import store
-from campaign import Campaign
+from campaign import Campaign, TestBroken
 from programs import GoogleTests, Runner, Scenarios
 from reach import Reach
 from tree import Tree, run
@@ -209,6 +209,8 @@ def run_mutants(options, campaign, selected, waiting, known, texts, explained, w
     except KeyboardInterrupt:
         stopped = True
         print("\nstopped; what has run is kept")
+    except TestBroken as broken:
+        raise SystemExit(f"mutants: {broken}; what has run is kept") from None
     found = summary(selected, known(), texts, explained, work)
     tally = found.all
     if len(selected) > tally.total:

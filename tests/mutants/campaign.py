@@ -17,6 +17,10 @@ SLOWER = 5.0
 SPARE_SECONDS = 15.0
 
 
+class TestBroken(Exception):
+    """A test fails whatever the mutant: what it would say of mutants is worth nothing."""
+
+
 class Campaign:
     def __init__(self, programs: dict, reach, reached_by: dict, results, work: Path):
         self.programs = programs
@@ -156,6 +160,11 @@ class Campaign:
                 if group:
                     yield group
 
+    def _check_passes_without(self, test, program, timeout: float, scratch: Path):
+        """It did when its reach was recorded; what it needs may have been changed since."""
+        if not program.run(self.runner, [test], {"TSPEC_MUTANT": "0"}, timeout, scratch).passed:
+            raise TestBroken(f"{test.key} passed without a mutant before and fails now")
+
     def _run_group(self, mutant, group: list, scratch: Path):
         program = self.programs[group[0].program]
         normal = sum(self.reach.seconds(test) for test in group)
@@ -172,6 +181,7 @@ class Campaign:
             # On a busy machine an end-to-end test may fail by itself: once more, alone.
             again = program.run(self.runner, [killer], choice, timeout, scratch)
             if not again.passed:
+                self._check_passes_without(killer, program, timeout, scratch)
                 return again, killer
             remaining = [t for t in remaining if t is not killer]
         return None, None

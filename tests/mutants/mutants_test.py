@@ -15,7 +15,7 @@ import report  # noqa: E402
 import store  # noqa: E402
 import syntax  # noqa: E402
 import weave  # noqa: E402
-from campaign import Campaign  # noqa: E402
+from campaign import Campaign, TestBroken  # noqa: E402
 from programs import Run, Test  # noqa: E402
 
 HERE = Path(__file__).resolve().parent
@@ -226,13 +226,18 @@ class Runs(unittest.TestCase):
         tests = [Test("e2e", f"t{n}", "e", "h") for n in (1, 2, 3, 99)]
         result, _, _ = self.run_campaign(unit, e2e, tests)
         self.assertEqual(result["by"], "e2e:t3")
-        self.assertEqual(e2e.runs, [(1, ["t1"]), (1, ["t2"]), (1, ["t3"]), (1, ["t3"])])
+        self.assertEqual(e2e.runs, [(1, ["t1"]), (1, ["t2"]), (1, ["t3"]), (1, ["t3"]), (0, ["t3"])])
 
     def test_a_failure_that_does_not_come_again_kills_nothing(self):
         e2e = FakeProgram("e2e", {(1, "t1"): 1})
         result, _, _ = self.run_campaign(FakeProgram("unit", {}), e2e,
                                          [Test("e2e", "t1", "e", "h")])
         self.assertEqual(result["outcome"], store.SURVIVED)
+
+    def test_a_test_that_fails_without_a_mutant_too_kills_nothing(self):
+        e2e = FakeProgram("e2e", {(1, "t1"): 9, (0, "t1"): 9})
+        with self.assertRaises(TestBroken):
+            self.run_campaign(FakeProgram("unit", {}), e2e, [Test("e2e", "t1", "e", "h")])
 
     def test_what_passed_the_unit_tests_goes_on_from_there(self):
         unit, e2e = FakeProgram("unit", {}), FakeProgram("e2e", {(1, "t1"): 9})

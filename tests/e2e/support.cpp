@@ -8,6 +8,7 @@
 #include <iterator>
 #include <map>
 #include <sstream>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -24,6 +25,35 @@ namespace {
 /* A division by zero must end the daemon as a signal does, and what the runtime
  * finds must be seen in the exit status. */
 constexpr const char *sanitizer_options = "handle_sigfpe=0:exitcode=99";
+
+/* A new one for each process, whatever earlier ones left behind: in a private /tmp what
+ * the machine's own holds is mounted, and could not be replaced. */
+class ScratchFolder {
+  public:
+    ScratchFolder()
+    {
+        if (!mkdtemp(name_.data())) {
+            throw std::system_error(errno, std::generic_category(), name_);
+        }
+    }
+
+    ~ScratchFolder()
+    {
+        if (getpid() == owner_) { /* not a child that ends without having executed a program */
+            std::error_code ignored;
+            fs::remove_all(name_, ignored);
+        }
+    }
+
+    ScratchFolder(const ScratchFolder &) = delete;
+    ScratchFolder &operator=(const ScratchFolder &) = delete;
+
+    fs::path path() const { return name_; }
+
+  private:
+    std::string name_ = "/tmp/tspec-e2e-XXXXXX";
+    pid_t owner_ = getpid();
+};
 
 /* Inode of the UDP socket with this local port in a table of the kernel. */
 std::string inode_of_port(int pid, std::uint16_t port)
@@ -121,7 +151,8 @@ unsigned measure(unsigned small, unsigned full)
 
 fs::path scratch_file(std::string_view name)
 {
-    fs::path path = fmt::format("/tmp/tspec-e2e-{}-{}", getpid(), name);
+    static const ScratchFolder folder;
+    fs::path path = folder.path() / name;
     fs::remove(path);
     return path;
 }

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 
 #include "sim/lib/probe.h"
 #include "stand_in_test.h"
@@ -121,8 +122,8 @@ TEST(StartTest, ProgramThatCannotRunIsNamed)
 
 TEST(StartTest, EnvironmentAndWrapperReachTheDaemon)
 {
-    std::filesystem::path trace =
-        std::filesystem::temp_directory_path() / ("stand-in-env-" + std::to_string(getpid()));
+    std::filesystem::path trace = std::filesystem::temp_directory_path() /
+                                  ("stand-in-env-" + std::to_string(std::random_device{}()));
     AccessPoint ap(
         stand_in({.environment = {{"STAND_IN", "told"}},
                   .wrapper = {"/bin/sh", "-c", "\"$0\" env > '" + trace.string() + "'; exec \"$@\"",

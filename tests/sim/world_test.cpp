@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <system_error>
 
 #include <fcntl.h>
@@ -39,7 +40,7 @@ TEST(WorldTest, OwnExecutableStaysReachableUnderItsName)
 TEST(WorldTest, UsersFileInTmpIsReachedUnderItsHostPath)
 {
     const PrivateWorld &world = PrivateWorld::current();
-    fs::path name = "/tmp/tspec-sim-world-test-" + std::to_string(getpid());
+    fs::path name = "/tmp/tspec-sim-world-test-" + std::to_string(std::random_device{}());
     fs::path host_name = world.host_path(name);
     std::ofstream(host_name) << "text";
     EXPECT_TRUE(fs::exists(host_name));

@@ -28,41 +28,34 @@
 #include <time.h>
 #include <unistd.h>
 
-/* How often the clients are walked for a message: comparing addresses up to the
- * one that the message is about, or going on and summing up what all hold. */
-struct walks {
-    int look_up;
-    int survey;
-};
-
 struct kind {
     const char *name;
     int managed;
     int exchange;  /* the frame duration is asked for */
     int roam_flag; /* a second query of the driver, by the managed access point for a new stream */
-    struct walks addts;
-    struct walks answer; /* of mapd; part of addts where there is none */
-    struct walks delts;
-    struct walks exceed_time;
+    /* How often the clients are walked for each message, up to the one that it is about. */
+    int addts;
+    int answer; /* of mapd; part of addts where there is none */
+    int delts;
+    int exceed_time;
 };
 
 static const struct kind kinds[] = {
-    {"addts", 0, 0, 0, {0, 1}, {0, 0}, {0, 1}, {0, 0}},
-    {"addts-exchange", 0, 1, 0, {0, 1}, {0, 0}, {0, 1}, {0, 0}},
-    {"renegotiation", 0, 0, 0, {0, 1}, {0, 0}, {0, 0}, {0, 0}},
-    {"delts", 0, 0, 0, {0, 1}, {0, 0}, {0, 1}, {0, 0}},
-    {"exceed-time", 0, 0, 0, {0, 0}, {0, 0}, {0, 0}, {1, 0}},
-    {"managed-addts", 1, 0, 1, {0, 1}, {0, 1}, {0, 1}, {0, 0}},
-    {"managed-renegotiation", 1, 0, 0, {0, 1}, {0, 1}, {0, 1}, {0, 0}},
-    {"ap-stats", 0, 0, 0, {0, 0}, {0, 0}, {0, 0}, {0, 0}},
-    {"client-walk", 0, 0, 0, {0, 0}, {0, 0}, {0, 0}, {0, 0}},
+    {"addts", 0, 0, 0, 1, 0, 1, 0},
+    {"addts-exchange", 0, 1, 0, 1, 0, 1, 0},
+    {"renegotiation", 0, 0, 0, 1, 0, 0, 0},
+    {"delts", 0, 0, 0, 1, 0, 1, 0},
+    {"exceed-time", 0, 0, 0, 0, 0, 0, 1},
+    {"managed-addts", 1, 0, 1, 1, 1, 1, 0},
+    {"managed-renegotiation", 1, 0, 0, 1, 1, 1, 0},
+    {"ap-stats", 0, 0, 0, 0, 0, 0, 0},
+    {"client-walk", 0, 0, 0, 0, 0, 0, 0},
 };
 
 struct record {
     struct record *next;
     uint8_t mac[TSPEC_MAC_LEN];
     uint8_t place[4];
-    uint32_t load;
 };
 
 static const struct kind *kind;
@@ -85,30 +78,10 @@ static void walk_addresses(void)
     sink = (uintptr_t)at;
 }
 
-static void walk_loads(void)
+static void walk(int times)
 {
-    const uint8_t *mac = request + offsetof(tspec_hostapd_msg_t, sta_mac);
-    const struct record *found = NULL;
-    uintptr_t sum = 0;
-    for (const struct record *at = records; at; at = at->next) {
-        if (memcmp(at->mac, mac, TSPEC_MAC_LEN) == 0) {
-            found = at;
-        }
-        sum += at->load;
-    }
-    sink = sum + (uintptr_t)found;
-}
-
-static void walk(struct walks walks)
-{
-    if (!records) {
-        return;
-    }
-    for (int i = 0; i < walks.look_up; i++) {
+    for (int i = 0; records && i < times; i++) {
         walk_addresses();
-    }
-    for (int i = 0; i < walks.survey; i++) {
-        walk_loads();
     }
 }
 
@@ -157,7 +130,7 @@ static void ask_frame_duration(void)
     fd_set set;
     FD_ZERO(&set);
     FD_SET(sock, &set);
-    struct timeval timeout = {2, 0};
+    struct timeval timeout = 2;
     if (select(sock + 1, &set, NULL, NULL, &timeout) == 1) {
         socklen_t length = sizeof address;
         recvfrom(sock, &answer, sizeof answer, 0, (struct sockaddr *)&address, &length);
@@ -271,7 +244,7 @@ static _Noreturn void loop(void)
         FD_SET(udp_sock, &set);
         FD_SET(cli_sock, &set);
         FD_SET(dman_sock, &set);
-        struct timeval timeout = {1, 0};
+        struct timeval timeout = 1;
         if (select(cli_sock + 1, &set, NULL, NULL, &timeout) > 0) {
             if (FD_ISSET(udp_sock, &set)) {
                 serve_peers();

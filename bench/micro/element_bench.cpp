@@ -1,5 +1,5 @@
 // The TSPEC element between its aligned and its packed form.
-#include "mapd/ie.h"
+#include "core/element.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
 // The status snapshot that every change of a stream takes.
 #include "bench/micro/store_fixture.h"
-#include "mapd/status.h"
+#include "store/snapshot.h"
 
 #include <benchmark/benchmark.h>
 

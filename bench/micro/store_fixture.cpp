@@ -2,7 +2,7 @@
 
 #include "core/daemon.h"
 #include "store/client.h"
-#include "store/load.h"
+#include "store/ledger.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -23,7 +23,7 @@ static void admit_stream(tspec_rec_t &rec)
     entry.state = TSPEC_TS_ADMITTED;
     entry.pend.tid = TSPEC_TID_NONE;
     entry.params.ie.medium_time = 50;
-    tspec_rec_load_update(rec, TSPEC_AC_VO);
+    tspec_ledger_update(rec);
 }
 
 Store::Store(int64_t clients)

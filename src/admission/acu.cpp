@@ -1,13 +1,15 @@
 #include "admission/acu.h"
 
 #include "admission/channel_util.h"
+#include "admission/medium_time.h"
 #include "core/control_block.h"
 #include "core/trace.h"
 #include "core/ts_info.h"
-#include "mapd/response.h"
 
 #include <algorithm>
 #include <cassert>
+
+#define TSPEC_TRACE_NAME __func__
 
 // A radio_unit is checked where it enters the daemon.
 static int32_t radio_index(uint8_t radio_unit)
@@ -52,18 +54,17 @@ static bool lacks_medium_time(const tspec_radio_cfg_t &cfg, uint8_t ac_idx, uint
 int32_t tspec_acu_admission_req_recv(const tspec_mapd_msg_t &msg, uint8_t ac_idx, uint8_t *result)
 {
     if (ac_idx >= TSPEC_NUM_ACS) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\n");
         return -1;
     }
     const uint8_t dir = tspec_ts_info_decode(msg.tspec.ts_info).dir;
     const uint32_t medium_time = tspec_medium_time_both_ways(msg.tspec.medium_time, dir);
     const int32_t radio = radio_index(msg.radio_unit);
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:radio unit is %d\n", radio);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio unit is %d\n", radio);
     const tspec_radio_cfg_t &cfg = tspec_cb->radio_cfg[radio];
     if (lacks_medium_time(cfg, ac_idx, medium_time, dir)) {
         *result = TSPEC_RESULT_INVALID_PARAMETERS;
-        TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Requested medium time is 0. Admit Result is %u\n",
-                    *result);
+        TSPEC_TRACE(TSPEC_TRACE_INFO, "Requested medium time is 0. Admit Result is %u\n", *result);
         return 0;
     }
 
@@ -78,7 +79,7 @@ int32_t tspec_acu_admission_req_recv(const tspec_mapd_msg_t &msg, uint8_t ac_idx
     const uint16_t admit_old = static_cast<uint16_t>(total - fbt);
     int32_t current = admit_old + delta;
     TSPEC_TRACE(TSPEC_TRACE_INFO,
-                "%s:radio_unit=%d,medium_time=%u,prev_medium_time=%u,limit=%d,current=%d,delta=%d,"
+                "radio_unit=%d,medium_time=%u,prev_medium_time=%u,limit=%d,current=%d,delta=%d,"
                 "admit_old=%u,ac_index=%u,prev_ac_index=%u,ac_changed=%u\n",
                 radio, medium_time, prev, limit, current, delta, admit_old, ac_idx,
                 msg.prev_ac_index, ac_changed ? 1U : 0U);
@@ -89,24 +90,24 @@ int32_t tspec_acu_admission_req_recv(const tspec_mapd_msg_t &msg, uint8_t ac_idx
         total = static_cast<uint16_t>(current + fbt);
         *result = TSPEC_RESULT_ACCEPTED;
     }
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Admit Result is %u\n", *result);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "Admit Result is %u\n", *result);
     return 0;
 }
 
 int32_t tspec_acu_deletion_req_recv(const tspec_mapd_msg_t &msg, uint8_t ac_idx)
 {
     if (ac_idx >= TSPEC_NUM_ACS) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\n");
         return -1;
     }
     const uint8_t dir = tspec_ts_info_decode(msg.tspec.ts_info).dir;
     const uint32_t medium_time = tspec_medium_time_both_ways(msg.tspec.medium_time, dir);
     const int32_t radio = radio_index(msg.radio_unit);
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:radio unit is %d\n", radio);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio unit is %d\n", radio);
     uint16_t &total = tspec_cb->acu[radio].admitted_med_time[ac_idx];
     const int32_t current = static_cast<int32_t>(total - medium_time);
     TSPEC_TRACE(TSPEC_TRACE_INFO,
-                "%s:radio_unit=%d,medium_time=%u,prev_medium_time=%u,current=%d,admit_old=%u,"
+                "radio_unit=%d,medium_time=%u,prev_medium_time=%u,current=%d,admit_old=%u,"
                 "ac_index=%u\n",
                 radio, medium_time, msg.prev_medium_time, current, total, ac_idx);
     total = static_cast<uint16_t>(std::max(current, 0));
@@ -115,13 +116,13 @@ int32_t tspec_acu_deletion_req_recv(const tspec_mapd_msg_t &msg, uint8_t ac_idx)
 
 int32_t tspec_acu_ts_removal(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time)
 {
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Entry\n");
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "Entry\n");
     if (radio_unit > TSPEC_NUM_RADIOS || ac_idx >= TSPEC_NUM_ACS) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\n");
         return -1;
     }
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", radio_unit,
-                ac_idx, medium_time);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio_unit=%u,ac_index=%u,medium_time=%u\n", radio_unit, ac_idx,
+                medium_time);
     // Direction 0: the medium time is not doubled once more.
     tspec_mapd_msg_t msg = {};
     msg.radio_unit = radio_unit;
@@ -136,20 +137,20 @@ static bool has_fbt_account(uint8_t radio_unit, uint8_t ac_idx)
 
 int32_t tspec_acu_fbt_ts_add(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time)
 {
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Entry\n");
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "Entry\n");
     if (!has_fbt_account(radio_unit, ac_idx)) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\n");
         return -1;
     }
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", radio_unit,
-                ac_idx, medium_time);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio_unit=%u,ac_index=%u,medium_time=%u\n", radio_unit, ac_idx,
+                medium_time);
     const int32_t radio = radio_index(radio_unit);
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:radio unit is %d\n", radio);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio unit is %d\n", radio);
     uint16_t &total = tspec_cb->acu[radio].admitted_med_time[ac_idx];
     uint16_t &fbt = tspec_cb->acu[radio].fbt_admitted_med_time[ac_idx];
     const int32_t current = fbt + medium_time;
     TSPEC_TRACE(TSPEC_TRACE_INFO,
-                "%s:radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", radio,
+                "radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", radio,
                 medium_time, current, 0U, ac_idx);
     fbt = static_cast<uint16_t>(current);
     total = static_cast<uint16_t>(total + medium_time);
@@ -158,25 +159,25 @@ int32_t tspec_acu_fbt_ts_add(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium
 
 int32_t tspec_acu_fbt_ts_removal(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time)
 {
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Entry\n");
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "Entry\n");
     if (!has_fbt_account(radio_unit, ac_idx)) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\n");
         return -1;
     }
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", radio_unit,
-                ac_idx, medium_time);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio_unit=%u,ac_index=%u,medium_time=%u\n", radio_unit, ac_idx,
+                medium_time);
     const int32_t radio = radio_index(radio_unit);
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:radio unit is %d\n", radio);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio unit is %d\n", radio);
     uint16_t &fbt = tspec_cb->acu[radio].fbt_admitted_med_time[ac_idx];
     const int32_t current = fbt - medium_time;
     TSPEC_TRACE(TSPEC_TRACE_INFO,
-                "%s:radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", radio,
+                "radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", radio,
                 medium_time, current, fbt, ac_idx);
     fbt = static_cast<uint16_t>(std::max(current, 0));
     return 0;
 }
 
-// Decides the request and answers it as mapd would, to the same handler.
+// Makes of the request the response that mapd would send.
 static void answer_admission(tspec_mapd_msg_t &msg, uint8_t ac_idx)
 {
     uint8_t result = TSPEC_RESULT_REFUSED;
@@ -187,20 +188,19 @@ static void answer_admission(tspec_mapd_msg_t &msg, uint8_t ac_idx)
     msg.result_code = result;
     msg.msg_type = TSPEC_MAPD_MSG;
     msg.cmd = TSPEC_ADDTS_RESP_CMD;
-    tspec_mapd_process(reinterpret_cast<const uint8_t *>(&msg), sizeof(msg));
 }
 
-uint32_t tspec_acu_process(tspec_mapd_msg_t *msg, uint8_t ac_idx)
+int32_t tspec_acu_process(tspec_mapd_msg_t *msg, uint8_t ac_idx)
 {
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Entry\n");
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "Entry\n");
     if (msg == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\n");
-        return static_cast<uint32_t>(-1);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\n");
+        return -1;
     }
     const int32_t radio = radio_index(msg->radio_unit);
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:radio unit is %d\n", radio);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio unit is %d\n", radio);
     msg->wlan_util = tspec_get_wlan_util(radio == 0 ? "wlan0" : "wlan1");
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:wlan_util is %d\n", static_cast<int32_t>(msg->wlan_util));
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "wlan_util is %d\n", static_cast<int32_t>(msg->wlan_util));
     switch (msg->cmd) {
     case TSPEC_ADDTS_REQ_CMD:
         answer_admission(*msg, ac_idx);

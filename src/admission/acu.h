@@ -4,17 +4,19 @@
 //
 // Medium time is in units of 32 microseconds per second, 16 bits wide; what is
 // handed in here has been doubled for a bidirectional stream where that is due.
-// Additions wrap, subtractions stop at 0. radio_unit is 1 or 2 throughout.
+// Additions wrap, subtractions stop at 0. A radio_unit is 1 or 2, which the caller owes:
+// what is above 2 is refused where a function says so, 0 is not looked for.
 #pragma once
 
 #include "tspec/message.h"
 
 #include <cstdint>
 
-// Decides the request in msg. An ADDTS request becomes, in place, the response
-// and goes to the handler of mapd's responses; a DELTS request gives its medium
-// time back; other commands do nothing. Returns 0, or -1 for null.
-uint32_t tspec_acu_process(tspec_mapd_msg_t *msg, uint8_t ac_idx);
+// Decides the request in msg, whose radio_unit the caller has checked. An ADDTS
+// request becomes, in place, the response that mapd would send, and books its medium
+// time if it is admitted; a DELTS request gives its medium time back; other commands
+// only get the channel's utilisation. Returns 0, or -1 for null.
+int32_t tspec_acu_process(tspec_mapd_msg_t *msg, uint8_t ac_idx);
 
 // Stores in *result the WMM status code of the ADDTS request in msg, and books
 // the medium time if it is admitted. Returns 0, or -1 for an ac_idx above 3,
@@ -25,8 +27,8 @@ int32_t tspec_acu_admission_req_recv(const tspec_mapd_msg_t &msg, uint8_t ac_idx
 // says bidirectional. Returns 0, or -1 for an ac_idx above 3.
 int32_t tspec_acu_deletion_req_recv(const tspec_mapd_msg_t &msg, uint8_t ac_idx);
 
-// Gives back medium time. Returns 0, or -1 for a radio or access category that
-// does not exist.
+// Gives back medium time. Returns 0, or -1 for a radio_unit above 2 or an ac_idx
+// above 3.
 int32_t tspec_acu_ts_removal(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time);
 
 // Books medium time of a stream that came by fast transition, in the total and

@@ -1,15 +1,17 @@
 #include "admission/channel_util.h"
 
 #include "core/descriptor.h"
-#include "core/text.h"
 #include "core/trace.h"
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <span>
 #include <unistd.h>
+
+#define TSPEC_TRACE_NAME __func__
 
 static constexpr size_t LINE_MAX_LENGTH = 255; // the rest of a longer line counts as a new one
 static constexpr size_t VALUE_POS = 13;        // behind "channel_util" and a separator
@@ -66,9 +68,9 @@ class line_reader_t {
 
 static int32_t open_stats_file(const char *ifname)
 {
-    std::array<char, 128> path;
-    tspec_text_writer_t(path).put("/proc/net/ieee80211/").put(ifname).put("/iface/").put(ifname);
-    return open(path.data(), O_RDONLY);
+    char path[128];
+    stpcpy(stpcpy(stpcpy(stpcpy(path, "/proc/net/ieee80211/"), ifname), "/iface/"), ifname);
+    return open(path, O_RDONLY);
 }
 
 static constexpr char KEY[] = "channel_util";
@@ -87,7 +89,7 @@ static int32_t value_of(std::span<char> line)
     }
     char *const text = line.data();
     text[std::min(line.size(), VALUE_POS + VALUE_MAX_LENGTH)] = '\0';
-    return tspec_text_to_int(text + VALUE_POS);
+    return static_cast<int32_t>(strtol(text + VALUE_POS, nullptr, 10));
 }
 
 static int32_t find_value(int32_t fd)
@@ -113,6 +115,6 @@ uint32_t tspec_get_wlan_util(const char *ifname)
         return 0;
     }
     const int32_t value = find_value(file.get());
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:wlan_util is %d\n", value);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "wlan_util is %d\n", value);
     return static_cast<uint32_t>(value);
 }

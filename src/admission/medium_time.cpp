@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#define TSPEC_TRACE_NAME "tspec_ts_medium_time_calc"
+
 static constexpr uint16_t NOMINAL_SIZE_MASK = 0x7fff; // without the fixed-size flag
 static constexpr uint32_t SURPLUS_FRACTION_BITS = 13;
 static constexpr uint32_t MEDIUM_TIME_UNIT_BITS = 5; // 32 microseconds
@@ -52,9 +54,8 @@ static int32_t query_frame_duration(const tspec_ie_t &tspec, uint8_t radio_unit,
     if (tspec_send_receive_other_process(TSPEC_HOSTAPD_PORT, TSPEC_FRAME_DUR_REPLY_PORT, &req,
                                          sizeof(req), &rsp, sizeof(rsp)) < 0 ||
         rsp.marker != TSPEC_FRAME_DUR_MARKER) {
-        TSPEC_TRACE_AS("tspec_ts_medium_time_calc", TSPEC_TRACE_ERROR,
-                       "%s: Error receiving frame duration from port %d.\n",
-                       TSPEC_FRAME_DUR_REPLY_PORT);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, " Error receiving frame duration from port %d.\n",
+                    TSPEC_FRAME_DUR_REPLY_PORT);
         return -1;
     }
     duration = rsp.duration;

@@ -18,3 +18,9 @@
 // A nominal MSDU size of 0 ends the process with SIGFPE.
 int32_t tspec_ts_medium_time_calc(const tspec_ie_t *tspec, uint8_t radio_unit, uint8_t vap,
                                   const uint8_t *sta_mac, uint16_t *out_medium_time);
+
+// A bidirectional stream takes its medium time once in each direction.
+constexpr uint32_t tspec_medium_time_both_ways(uint16_t medium_time, uint8_t dir)
+{
+    return dir == TSPEC_DIR_BIDIRECTIONAL ? 2U * medium_time : medium_time;
+}

@@ -4,11 +4,12 @@
 #include "core/control_block.h"
 #include "core/text.h"
 #include "core/trace.h"
-#include "mapd/superseded.h"
+#include "mapd/cleanup.h"
 #include "store/client.h"
 #include "store/stream.h"
 
 #include <array>
+#include <cstdio>
 #include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -39,18 +40,14 @@ void tspec_cli_debug_level_set(uint32_t level)
 
 static void show_debug_levels()
 {
-    std::array<char, 64> text;
-    tspec_text_writer_t writer(text);
-    writer.put("tspec debug: ");
-    if (tspec_cb->trace_mask == 0) {
-        writer.put("off");
-    }
+    char levels[32] = "";
+    char *end = levels;
     for (uint32_t level = 1; level <= NUM_DEBUG_LEVELS; level++) {
         if ((tspec_cb->trace_mask & (1U << (level - 1))) != 0) {
-            writer.put_decimal(static_cast<int32_t>(level)).put(' ');
+            end += snprintf(end, sizeof("1 "), "%u ", level);
         }
     }
-    tspec_console_printf(1, 1, "%s\r\n", text.data());
+    tspec_console_printf(1, 1, "tspec debug: %s\r\n", tspec_cb->trace_mask == 0 ? "off" : levels);
 }
 
 static void debug(int32_t, const uint8_t *cmd)

@@ -68,24 +68,28 @@ struct tspec_ts_rec_t {
     tspec_ts_pending_t pend;
 };
 
-// What a client adds to the load of each access category while its primary stream
-// there is admitted; zeros while it is not.
+// What a client adds to the load of the access point: by access category, on one
+// radio and VAP.
 struct tspec_rec_load_t {
-    uint8_t num_active[TSPEC_NUM_ACS]; // admitted streams, in both banks
+    uint8_t radio_unit; // 0 until the first stream is booked
+    uint8_t vap;
+    uint8_t roam_flag;
+    uint8_t num_active[TSPEC_NUM_ACS]; // admitted streams; 0 unless the primary one is
     uint32_t med_time[TSPEC_NUM_ACS];  // theirs, in 32-microsecond units per second
 };
 
 // One client station. Allocated with the client's first stream, freed when its
-// last entry becomes free. What the walks over all clients read comes first, so
-// that a walk touches one cache line of a record.
+// last entry becomes free. What a look-up reads comes first, so that it touches one
+// cache line of each record that it passes.
 struct tspec_rec_t {
     tspec_rec_t *next;
+    tspec_rec_t *previous;          // null in the head, and in a record outside the list
     uint8_t sta_mac[TSPEC_MAC_LEN]; // the key
     uint8_t radio_unit;             // 1 or 2
     uint8_t vap;
     uint8_t roam_flag;
-    uint8_t fbt_flag;      // set up by a fast transition whose time is still booked
-    tspec_rec_load_t load; // follows the entries, see store/load.h
+    uint8_t fbt_flag;         // set up by a fast transition whose time is still booked
+    tspec_rec_load_t entered; // what the ledger holds of this client
     uint8_t peer_addr1[TSPEC_MAC_LEN];
     uint8_t peer_addr2[TSPEC_MAC_LEN];
     uint8_t ssid[TSPEC_SSID_LEN + 1];
@@ -138,32 +142,6 @@ struct tspec_ac_totals_t {
     uint32_t tot_roam_rejected;
 };
 
-// Where the client that the message at hand is about was found, so that one walk
-// serves all look-ups of a handler. Nothing is known while rec is null.
-struct tspec_rec_found_t {
-    tspec_rec_t *rec;
-    tspec_rec_t *previous; // null in front of the head
-};
-
-// What some clients add up to.
-struct tspec_load_sum_t {
-    uint32_t num_active;
-    uint32_t num_clients;
-    uint32_t num_roam_clients;
-    uint32_t med_time;
-};
-
-// The load of all clients but rec_found.rec on one access category, taken by the
-// walk that looked for that one.
-struct tspec_load_survey_t {
-    uint32_t ac_idx;
-    uint32_t valid;
-    // The last place is that of VAPs that are numbered too high. A place in use
-    // has its bit set; the others are all zeros.
-    uint32_t in_use[TSPEC_NUM_RADIOS];
-    tspec_load_sum_t by_vap[TSPEC_NUM_RADIOS][TSPEC_VAPS_PER_RADIO + 1];
-};
-
 // A place in the walk over all streams: clients in list order, TIDs 0 to 7.
 struct tspec_client_ts_cursor_t {
     tspec_rec_t *rec; // null before the first and after the last stream
@@ -183,7 +161,8 @@ struct tspec_cb_t {
     int32_t tspec_sock;    // UDP socket of hostapd and mapd traffic; all sends leave from it
     uint8_t disassoc_mode; // non-zero: station disassociations are ignored
     uint8_t ap_state;      // TSPEC_AP_..., 0 before start-up
-    tspec_ac_stats_t ac_stats[TSPEC_NUM_ACS];
+    tspec_ac_stats_t ledger[TSPEC_NUM_ACS];   // what the records add up to now, see store/ledger.h
+    tspec_ac_stats_t ac_stats[TSPEC_NUM_ACS]; // snapshots of it, see store/snapshot.h
     tspec_ac_totals_t ac_totals[TSPEC_NUM_ACS];
     uint32_t trace_mask;
     uint32_t violation_interval;    // seconds, 0 = no periodic reports
@@ -191,10 +170,6 @@ struct tspec_cb_t {
     uint16_t ts_count;              // entries in use over all clients
     tspec_acu_radio_t acu[TSPEC_NUM_RADIOS];
     tspec_client_ts_cursor_t client_ts_cursor; // dman's walk
-
-    // What walks of the list have learned. It saves walks and is no state.
-    tspec_rec_found_t rec_found;
-    tspec_load_survey_t load_survey;
 };
 
 static_assert(std::is_trivially_copyable_v<tspec_cb_t>);

@@ -104,7 +104,7 @@ int32_t tspec_daemon_cleanup()
     return 0;
 }
 
-int32_t tspec_is_managed()
+bool tspec_is_managed()
 {
-    return tspec_cb->ap_state == TSPEC_AP_MANAGED ? 1 : 0;
+    return tspec_cb->ap_state == TSPEC_AP_MANAGED;
 }

@@ -18,5 +18,5 @@ int32_t tspec_daemon_init();
 // control block and sets tspec_cb to null. Leaves the sockets open. Returns 0.
 int32_t tspec_daemon_cleanup();
 
-// 1 when mapd manages the access point, else 0.
-int32_t tspec_is_managed();
+// Whether mapd manages the access point.
+bool tspec_is_managed();

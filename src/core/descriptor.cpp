@@ -11,13 +11,6 @@ tspec_descriptor_t::~tspec_descriptor_t()
     }
 }
 
-int32_t tspec_descriptor_t::release()
-{
-    const int32_t fd = fd_;
-    fd_ = -1;
-    return fd;
-}
-
 int32_t tspec_datagram_socket(int32_t domain)
 {
     const int32_t sock = socket(domain, SOCK_DGRAM, 0);

@@ -14,9 +14,6 @@ class tspec_descriptor_t {
     int32_t get() const { return fd_; }
     bool valid() const { return fd_ >= 0; }
 
-    // Gives the descriptor to the caller.
-    int32_t release();
-
   private:
     int32_t fd_;
 };

@@ -7,9 +7,11 @@
 #include "hostapd/process.h"
 #include "mapd/ap_state.h"
 #include "mapd/response.h"
-#include "store/client.h"
+#include "store/ledger.h"
 
 #include <array>
+
+#define TSPEC_TRACE_NAME "tspec_process_msg"
 
 namespace {
 // How one type of message is traced and who handles it. The texts of a peer's
@@ -60,32 +62,31 @@ static const route_t *route_for(uint8_t type)
 
 static int32_t follow(const route_t &route, const uint8_t *msg, uint32_t len)
 {
-    static constexpr const char *NAME = "tspec_process_msg";
     const uint32_t cmd = msg[1];
-    TSPEC_TRACE_PLAIN(route.arrival_level, route.arrival, NAME, cmd);
+    TSPEC_TRACE_PLAIN(route.arrival_level, route.arrival, TSPEC_TRACE_NAME, cmd);
     if (route.handler(msg, len) == 0) {
         return 0;
     }
-    TSPEC_TRACE_PLAIN(route.failure_level, route.failure, NAME, cmd);
+    TSPEC_TRACE_PLAIN(route.failure_level, route.failure, TSPEC_TRACE_NAME, cmd);
     return -1;
 }
 
 int32_t tspec_process_msg(const uint8_t *msg, uint32_t len)
 {
-    TSPEC_TRACE(TSPEC_TRACE_FUNC, "%s:Entry\r\n");
+    TSPEC_TRACE(TSPEC_TRACE_FUNC, "Entry\r\n");
     if (msg == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\r\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\r\n");
         return -1;
     }
-    tspec_rec_found_forget();
     int32_t rc = -1;
     const route_t *route = route_for(msg[0]);
     if (route != nullptr) {
         rc = follow(*route, msg, len);
     } else {
-        TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Unknown tspec msg type %d\n", msg[0]);
+        TSPEC_TRACE(TSPEC_TRACE_INFO, "Unknown tspec msg type %d\n", msg[0]);
         tspec_hex_ver_pkt_print(msg, len);
     }
-    TSPEC_TRACE(TSPEC_TRACE_FUNC, "%s:Exit\r\n");
+    tspec_ledger_check();
+    TSPEC_TRACE(TSPEC_TRACE_FUNC, "Exit\r\n");
     return rc;
 }

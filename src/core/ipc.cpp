@@ -2,7 +2,6 @@
 
 #include "core/descriptor.h"
 #include "core/errno_keeper.h"
-#include "core/text.h"
 #include "core/trace.h"
 
 #include <arpa/inet.h>
@@ -12,6 +11,8 @@
 #include <netinet/in.h>
 #include <sys/select.h>
 #include <sys/socket.h>
+
+#define TSPEC_TRACE_NAME __func__
 
 static constexpr time_t REPLY_TIMEOUT_SECONDS = 2;
 
@@ -59,7 +60,7 @@ int32_t tspec_send_receive_other_process(uint32_t dest_port, uint32_t local_port
 {
     const tspec_descriptor_t sock(tspec_datagram_socket(AF_INET));
     if (!sock.valid()) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s: socket call failed\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, " socket call failed\n");
         return -1;
     }
     tspec_reuse_address(sock.get());
@@ -67,51 +68,28 @@ int32_t tspec_send_receive_other_process(uint32_t dest_port, uint32_t local_port
     socklen_t address_len = sizeof(address);
     sockaddr *const name = reinterpret_cast<sockaddr *>(&address);
     if (bind(sock.get(), name, address_len) < 0) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s: failed - %d\n", errno);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, " failed - %d\n", errno);
         return -1;
     }
     const ssize_t sent = send_to_loopback(sock.get(), dest_port, req, req_len);
     if (sent < 0) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s: Error sending data to process port %d.\n",
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, " Error sending data to process port %d.\n",
                     static_cast<int32_t>(dest_port));
         return static_cast<int32_t>(sent);
     }
     const int32_t readable = wait_readable(sock.get());
     if (readable < 0) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Rx error\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Rx error\n");
         return readable;
     }
     if (readable == 0) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Rx timeout\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Rx timeout\n");
         return -1;
     }
     const ssize_t received = recvfrom(sock.get(), reply, reply_len, 0, name, &address_len);
     if (received < 1) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s: Error receiving data from process port %d.\n",
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, " Error receiving data from process port %d.\n",
                     static_cast<int32_t>(local_port));
     }
     return static_cast<int32_t>(received);
-}
-
-int32_t find_radio_string(const char *text)
-{
-    const char *const name = strstr(text, "wlan");
-    if (name == nullptr) {
-        return -1;
-    }
-    switch (name[4]) {
-    case '0':
-        return 0;
-    case '1':
-        return 1;
-    default:
-        return -1;
-    }
-}
-
-int32_t find_vap_string(const char *text)
-{
-    const char *const name = strstr(text, "wlan");
-    const char *const vap = name == nullptr ? nullptr : strstr(name, "vap");
-    return vap == nullptr ? 0 : tspec_text_to_int(vap + 3);
 }

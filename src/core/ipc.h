@@ -1,6 +1,5 @@
-// Datagrams to the peer processes on the loopback address, the one exchange in
-// which the daemon waits for an answer, and the interface names in dman's
-// status requests.
+// Datagrams to the peer processes on the loopback address, and the one exchange in
+// which the daemon waits for an answer.
 #pragma once
 
 #include <cstdint>
@@ -19,11 +18,3 @@ int32_t send_msg_to_other_process(int32_t sockfd, uint32_t port, const void *buf
 // the exchange failed. Every result below 1 is traced.
 int32_t tspec_send_receive_other_process(uint32_t dest_port, uint32_t local_port, const void *req,
                                          uint32_t req_len, void *reply, uint32_t reply_len);
-
-// Radio index of the first "wlan" in the text: 1 for "wlan1", 0 for "wlan0",
-// -1 for anything else.
-int32_t find_radio_string(const char *text);
-
-// Number after the first "vap" that follows the first "wlan" in the text, by
-// the rules of atoi; 0 when there is none. Not limited to any range.
-int32_t find_vap_string(const char *text);

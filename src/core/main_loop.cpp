@@ -7,6 +7,7 @@
 #include "core/trace.h"
 #include "mapd/status.h"
 #include "report/violation.h"
+#include "store/ledger.h"
 
 #include <algorithm>
 #include <array>
@@ -15,8 +16,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-// Traces of the loop's steps carry the loop's name, whichever step they are in.
-static constexpr const char *LOOP_NAME = "tspec_main_loop";
+#define TSPEC_TRACE_NAME "tspec_main_loop"
 
 using recv_buf_t = std::array<uint8_t, TSPEC_RECV_BUF_SIZE>;
 
@@ -26,70 +26,48 @@ static bool present(int32_t fd)
     return fd > 0;
 }
 
-namespace {
-// What the loop waits for. The sockets stay the same as long as it runs.
-class sockets_t {
-  public:
-    sockets_t()
-    {
-        FD_ZERO(&set_);
-        add(tspec_cb->tspec_sock);
-        add(cli_sock);
-        add(dman_sock);
-    }
-
-    int32_t highest() const { return highest_; }
-    const fd_set &set() const { return set_; }
-
-  private:
-    void add(int32_t fd)
-    {
-        highest_ = std::max(highest_, fd);
-        if (present(fd)) {
-            FD_SET(fd, &set_);
-        }
-    }
-
-    fd_set set_;
-    int32_t highest_ = -1;
-};
-} // namespace
-
-// Whether the socket is ready; it then is one less of those that are.
-static inline bool take(int32_t fd, const fd_set &set, int32_t &ready)
+static void add(int32_t fd, fd_set &set)
 {
-    if (ready <= 0 || !present(fd) || !FD_ISSET(fd, &set)) {
-        return false;
+    if (present(fd)) {
+        FD_SET(fd, &set);
     }
-    ready--;
-    return true;
 }
 
-// Waits up to a second. Returns what select returned; on -1 nothing is ready.
-static int32_t wait_for_datagrams(const sockets_t &sockets, fd_set &set)
+static bool ready(int32_t fd, const fd_set &set)
 {
-    set = sockets.set();
+    return present(fd) && FD_ISSET(fd, &set);
+}
+
+// Waits up to a second for a datagram on any socket. Leaves in the set those that
+// have one; an error leaves none.
+static void wait_for_datagrams(fd_set &set)
+{
+    FD_ZERO(&set);
+    add(tspec_cb->tspec_sock, set);
+    add(cli_sock, set);
+    add(dman_sock, set);
     timeval timeout = {1, 0};
-    const int32_t count = select(sockets.highest() + 1, &set, nullptr, nullptr, &timeout);
-    if (count == -1 && errno == EINTR) {
-        TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_ERROR,
-                       "%s: select() received unexpected interrupt signal\r\n");
-    } else if (count == -1) {
-        TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_ERROR, "%s: select() error, errno=%d\r\n", errno);
+    const int32_t highest = std::max({tspec_cb->tspec_sock, cli_sock, dman_sock});
+    if (select(highest + 1, &set, nullptr, nullptr, &timeout) != -1) {
+        return;
     }
-    return count;
+    if (errno == EINTR) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, " select() received unexpected interrupt signal\r\n");
+    } else {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, " select() error, errno=%d\r\n", errno);
+    }
+    FD_ZERO(&set);
 }
 
 static void serve_peers(recv_buf_t &buf)
 {
     const ssize_t len = read(tspec_cb->tspec_sock, buf.data(), buf.size());
     if (len < 0) {
-        TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_ERROR,
-                       "%s:Error reading from TSPEC socket, errno=%d\r\n", errno);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error reading from TSPEC socket, errno=%d\r\n", errno);
         return;
     }
     if (tspec_process_msg(buf.data(), static_cast<uint32_t>(len)) != 0) {
-        TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_ERROR, "%s:Processing of TSPEC MSG failed\r\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Processing of TSPEC MSG failed\r\n");
     }
 }
 
@@ -99,12 +77,11 @@ static void serve_dman(recv_buf_t &buf)
     socklen_t sender_len = sizeof(sender);
     const ssize_t len = recvfrom(dman_sock, buf.data(), buf.size(), 0, &sender, &sender_len);
     if (len < 1) {
-        TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_ERROR,
-                       "%s:Error reading from dman socket,errno is %d\r\n", errno);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error reading from dman socket,errno is %d\r\n", errno);
         return;
     }
     if (tspec_process_msg(buf.data(), static_cast<uint32_t>(len)) != 0) {
-        TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_ERROR, "%s:Processing of TSPEC DMAN MSG failed\r\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Processing of TSPEC DMAN MSG failed\r\n");
     }
 }
 
@@ -112,10 +89,11 @@ static void serve_operator()
 {
     std::array<uint8_t, TSPEC_CLI_BUF_SIZE> cmd = {};
     if (recv(cli_sock, cmd.data(), cmd.size(), 0) < 1) {
-        TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_ERROR, "%s:Error reading from cli socket\r\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error reading from cli socket\r\n");
         return;
     }
     tspec_process_cli_cmd(cli_sock, cmd.data());
+    tspec_ledger_check();
 }
 
 // Violation reports run once an interval. Both times are 32-bit seconds, so the
@@ -128,9 +106,9 @@ static void run_due_violation_reports()
     if (interval == 0 || elapsed < interval) {
         return;
     }
-    TSPEC_TRACE_AS(LOOP_NAME, TSPEC_TRACE_INFO,
-                   "%s:Processing TSPEC violation reports (interval=%u, elapsed=%lu)\r\n", interval,
-                   static_cast<unsigned long>(elapsed));
+    TSPEC_TRACE(TSPEC_TRACE_INFO,
+                "Processing TSPEC violation reports (interval=%u, elapsed=%lu)\r\n", interval,
+                static_cast<unsigned long>(elapsed));
     tspec_violation_report_notify();
     tspec_cb->violation_report_time = now;
 }
@@ -149,18 +127,17 @@ void tspec_main_loop()
     // Shared by both peers' sockets and never cleared: a handler of a message
     // that came short sees what an earlier one left behind.
     static recv_buf_t buf;
-    const sockets_t sockets;
 
     for (;;) {
         fd_set set;
-        int32_t ready = wait_for_datagrams(sockets, set);
-        if (take(tspec_cb->tspec_sock, set, ready)) {
+        wait_for_datagrams(set);
+        if (ready(tspec_cb->tspec_sock, set)) {
             serve_peers(buf);
         }
-        if (take(dman_sock, set, ready)) {
+        if (ready(dman_sock, set)) {
             serve_dman(buf);
         }
-        if (take(cli_sock, set, ready)) {
+        if (ready(cli_sock, set)) {
             serve_operator();
         }
         do_periodic_work();

@@ -2,52 +2,36 @@
 
 #include "core/control_block.h"
 #include "core/names.h"
-#include "core/text.h"
 #include "core/trace.h"
 
 #include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
+
+#define TSPEC_TRACE_NAME "tspec_hex_ver_pkt_print"
 
 static char dump_text[TSPEC_DUMP_SIZE];
 
 static constexpr uint32_t BYTES_PER_LINE = 16;
 static constexpr uint32_t DUMP_LIMIT = TSPEC_DUMP_SIZE - 1; // bytes of a message
 
-// What is appended stays inside the buffer and leaves room for the NUL.
-static void put(char character, uint32_t &pos)
+// Appends a formatted text; what does not fit is dropped.
+__attribute__((format(printf, 2, 3))) static void put(uint32_t &pos, const char *fmt, ...)
 {
-    if (pos < TSPEC_DUMP_SIZE - 1) {
-        dump_text[pos++] = character;
-    }
-}
-
-static void put(const char *text, uint32_t &pos)
-{
-    while (*text != '\0') {
-        put(*text++, pos);
-    }
+    va_list args;
+    va_start(args, fmt);
+    vsnprintf(dump_text + pos, sizeof(dump_text) - pos, fmt, args);
+    va_end(args);
+    pos += static_cast<uint32_t>(strlen(dump_text + pos));
 }
 
 void tspec_hex_dump(const uint8_t *bytes, uint32_t count, uint32_t &pos)
 {
-    static constexpr char DIGITS[] = "0123456789abcdef";
     for (uint32_t i = 0; i < count; i++) {
-        if (i % BYTES_PER_LINE == 0 && i >= 1) {
-            put('\n', pos);
-        }
-        put(DIGITS[bytes[i] >> 4], pos);
-        put(DIGITS[bytes[i] & 0xf], pos);
-        put(' ', pos);
+        put(pos, "%s%02x ", i % BYTES_PER_LINE == 0 && i >= 1 ? "\n" : "", bytes[i]);
     }
-    put('\n', pos);
-}
-
-static void put_title(const char *name, const char *layout, uint32_t &pos)
-{
-    put(name, pos);
-    put(" (", pos);
-    put(layout, pos);
-    put("):\n", pos);
+    put(pos, "\n");
 }
 
 static uint32_t clamped(uint32_t len)
@@ -55,34 +39,30 @@ static uint32_t clamped(uint32_t len)
     return std::min(len, DUMP_LIMIT);
 }
 
-// Traces of every step carry the name of the whole dump.
-static constexpr const char *DUMP_NAME = "tspec_hex_ver_pkt_print";
-
 static void dump_request(const uint8_t *msg, uint32_t len, uint32_t &pos)
 {
     const tspec_cmd_info_t *const info = tspec_cmd_info(msg[1]);
     if (info != nullptr) {
-        put_title(info->name, info->layout, pos);
+        put(pos, "%s (%s):\n", info->name, info->layout);
         tspec_hex_dump(msg, info->size, pos);
         return;
     }
-    TSPEC_TRACE_AS(DUMP_NAME, TSPEC_TRACE_INFO, "%s: Invalid cmd type: 0x%x (%d), len %d\n", msg[1],
-                   msg[1], static_cast<int32_t>(len));
-    put("UNKNOWN:\n", pos);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, " Invalid cmd type: 0x%x (%d), len %d\n", msg[1], msg[1],
+                static_cast<int32_t>(len));
+    put(pos, "UNKNOWN:\n");
     tspec_hex_dump(msg, clamped(len), pos);
 }
 
 static void dump_direct(const uint8_t *msg, uint32_t len, uint32_t &pos)
 {
     if (msg[1] == TSPEC_MAPD_DIRECT_AP_STATE_CMD) {
-        put_title("TSPEC_MAPD_DIRECT_AP_STATE_CMD", "tspec_mapd_direct_msg_t", pos);
+        put(pos, "TSPEC_MAPD_DIRECT_AP_STATE_CMD (tspec_mapd_direct_msg_t):\n");
         tspec_hex_dump(msg, sizeof(tspec_mapd_direct_msg_t), pos);
         return;
     }
-    TSPEC_TRACE_AS(DUMP_NAME, TSPEC_TRACE_INFO,
-                   "%s: Invalid TSPEC_MAPD_DIRECT_MSG cmd type: 0x%x (%d), len %d\n", msg[1],
-                   msg[1], static_cast<int32_t>(len));
-    put("UNKNOWN:\n", pos);
+    TSPEC_TRACE(TSPEC_TRACE_INFO, " Invalid TSPEC_MAPD_DIRECT_MSG cmd type: 0x%x (%d), len %d\n",
+                msg[1], msg[1], static_cast<int32_t>(len));
+    put(pos, "UNKNOWN:\n");
     tspec_hex_dump(msg, clamped(len), pos);
 }
 
@@ -93,16 +73,15 @@ static void dump_plain(const uint8_t *msg, uint32_t len, uint32_t &pos)
     const int32_t shown_len = static_cast<int32_t>(len);
     switch (msg[0]) {
     case TSPEC_DMAN_CONFIG_MSG:
-        TSPEC_TRACE_AS(DUMP_NAME, TSPEC_TRACE_INFO, "%s: DMAN config msg: 0x%x (%d), len %d\n",
-                       msg[1], msg[1], shown_len);
+        TSPEC_TRACE(TSPEC_TRACE_INFO, " DMAN config msg: 0x%x (%d), len %d\n", msg[1], msg[1],
+                    shown_len);
         break;
     case TSPEC_DMAN_STATUS_REQ_MSG:
-        TSPEC_TRACE_AS(DUMP_NAME, TSPEC_TRACE_INFO, "%s: DMAN status req msg: 0x%x (%d), len %d\n",
-                       msg[1], msg[1], shown_len);
+        TSPEC_TRACE(TSPEC_TRACE_INFO, " DMAN status req msg: 0x%x (%d), len %d\n", msg[1], msg[1],
+                    shown_len);
         break;
     default:
-        TSPEC_TRACE_AS(DUMP_NAME, TSPEC_TRACE_INFO, "%s: UNKNOWN: 0x%x (%d), len %d\n", msg[1],
-                       msg[1], shown_len);
+        TSPEC_TRACE(TSPEC_TRACE_INFO, " UNKNOWN: 0x%x (%d), len %d\n", msg[1], msg[1], shown_len);
         break;
     }
     tspec_hex_dump(msg, clamped(len), pos);
@@ -126,6 +105,5 @@ int32_t tspec_hex_ver_pkt_print(const uint8_t *msg, uint32_t len)
         dump_plain(msg, len, pos);
         break;
     }
-    dump_text[pos] = '\0';
     return tspec_map_print_debug_trace(TSPEC_TRACE_INFO, "%s", dump_text);
 }

@@ -34,17 +34,8 @@ inline bool tspec_trace_enabled(uint32_t level)
     return (tspec_cb->trace_mask & level) == level;
 }
 
-// A trace in the name of the function given, which goes in as the first argument
-// of the format. The other arguments are only evaluated when the trace prints, so
-// a masked trace costs one test.
-#define TSPEC_TRACE_AS(function, level, fmt, ...)                                                  \
-    do {                                                                                           \
-        if (tspec_trace_enabled(level)) {                                                          \
-            tspec_map_print_debug_trace(level, fmt, function __VA_OPT__(, ) __VA_ARGS__);          \
-        }                                                                                          \
-    } while (false)
-
-// A trace without a name.
+// A trace, whose arguments are only evaluated when it prints, so that a masked one
+// costs one test.
 #define TSPEC_TRACE_PLAIN(level, fmt, ...)                                                         \
     do {                                                                                           \
         if (tspec_trace_enabled(level)) {                                                          \
@@ -52,5 +43,8 @@ inline bool tspec_trace_enabled(uint32_t level)
         }                                                                                          \
     } while (false)
 
-// The same in the name of the calling function.
-#define TSPEC_TRACE(level, fmt, ...) TSPEC_TRACE_AS(__func__, level, fmt __VA_OPT__(, ) __VA_ARGS__)
+// The same with the name of a function in front: the text is what is printed after
+// the name and a colon. Each file says once in whose name it traces, by defining
+// TSPEC_TRACE_NAME as a text, or as __func__ where each function speaks for itself.
+#define TSPEC_TRACE(level, text, ...)                                                              \
+    TSPEC_TRACE_PLAIN(level, "%s:" text, TSPEC_TRACE_NAME __VA_OPT__(, ) __VA_ARGS__)

@@ -24,9 +24,3 @@ constexpr tspec_ts_info_t tspec_ts_info_decode(const uint8_t *ts_info)
 inline constexpr std::array<uint8_t, 8> wme_prio2ac = {TSPEC_AC_BE, TSPEC_AC_BK, TSPEC_AC_BK,
                                                        TSPEC_AC_BE, TSPEC_AC_VI, TSPEC_AC_VI,
                                                        TSPEC_AC_VO, TSPEC_AC_VO};
-
-// A bidirectional stream takes its medium time once in each direction.
-constexpr uint32_t tspec_medium_time_both_ways(uint16_t medium_time, uint8_t dir)
-{
-    return dir == TSPEC_DIR_BIDIRECTIONAL ? 2U * medium_time : medium_time;
-}

@@ -2,10 +2,12 @@
 
 #include "core/control_block.h"
 #include "core/trace.h"
-#include "mapd/status.h"
+#include "store/snapshot.h"
 
 #include <array>
 #include <cstring>
+
+#define TSPEC_TRACE_NAME __func__
 
 static constexpr uint32_t MICROSECONDS = 1000000;
 
@@ -33,21 +35,21 @@ static void apply(const tspec_dman_config_msg_t &msg, tspec_radio_cfg_t &cfg)
 
 int32_t tspec_ts_config_msg_process(const uint8_t *msg, uint32_t len)
 {
-    TSPEC_TRACE(TSPEC_TRACE_DMAN, "%s:Entry\r\n");
+    TSPEC_TRACE(TSPEC_TRACE_DMAN, "Entry\r\n");
     if (msg == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\r\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\r\n");
         return -1;
     }
     tspec_dman_config_msg_t config;
     if (len < sizeof(config)) {
         TSPEC_TRACE(TSPEC_TRACE_DMAN,
-                    "%s:Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n",
+                    "Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n",
                     static_cast<int32_t>(sizeof(config)), static_cast<int32_t>(len));
         return 0;
     }
     memcpy(&config, msg, sizeof(config));
     if (config.radio_if < 1 || config.radio_if > TSPEC_NUM_RADIOS) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid radio_if parameter: %u\r\n", config.radio_if);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid radio_if parameter: %u\r\n", config.radio_if);
         return -1;
     }
     apply(config, tspec_cb->radio_cfg[config.radio_if - 1U]);
@@ -59,15 +61,15 @@ int32_t tspec_ts_config_msg_process(const uint8_t *msg, uint32_t len)
 
 int32_t tspec_ts_config_violation_interval_process(const uint8_t *msg, uint32_t len)
 {
-    TSPEC_TRACE(TSPEC_TRACE_DMAN, "%s:Entry\r\n");
+    TSPEC_TRACE(TSPEC_TRACE_DMAN, "Entry\r\n");
     if (msg == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\r\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\r\n");
         return -1;
     }
     tspec_dman_violation_interval_msg_t config;
     if (len < sizeof(config)) {
         TSPEC_TRACE(TSPEC_TRACE_DMAN,
-                    "%s:Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n",
+                    "Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n",
                     static_cast<int32_t>(sizeof(config)), static_cast<int32_t>(len));
         return 0;
     }

@@ -3,19 +3,22 @@
 #include "core/control_block.h"
 #include "core/ipc.h"
 
-void tspec_dman_report_t::put_line(const char *key, int32_t value)
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+void tspec_dman_report_put(tspec_dman_report_t &report, const char *fmt, ...)
 {
-    writer_.put(key).put('=').put_decimal(value).put('\n');
+    va_list args;
+    va_start(args, fmt);
+    vsnprintf(report.text + report.length, sizeof(report.text) - report.length, fmt, args);
+    va_end(args);
+    report.length += strlen(report.text + report.length);
 }
 
-void tspec_dman_report_t::put_line(const char *key, const char *value)
+int32_t tspec_dman_report_send(const tspec_dman_report_t &report, bool with_nul)
 {
-    writer_.put(key).put('=').put(value).put('\n');
-}
-
-int32_t tspec_dman_report_t::send(bool with_nul) const
-{
-    const auto length = static_cast<uint32_t>(writer_.length() + (with_nul ? 1 : 0));
-    return send_msg_to_other_process(tspec_cb->tspec_sock, TSPEC_DMAN_REPLY_PORT, buffer_.data(),
+    const auto length = static_cast<uint32_t>(report.length + (with_nul ? 1 : 0));
+    return send_msg_to_other_process(tspec_cb->tspec_sock, TSPEC_DMAN_REPLY_PORT, report.text,
                                      length);
 }

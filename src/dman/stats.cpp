@@ -1,8 +1,6 @@
 #include "dman/stats.h"
 
 #include "core/control_block.h"
-#include "core/ipc.h"
-#include "core/text.h"
 #include "core/trace.h"
 #include "dman/client_report.h"
 #include "dman/report.h"
@@ -12,87 +10,87 @@
 #include <array>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <span>
+
+#define TSPEC_TRACE_NAME __func__
 
 namespace {
 struct reported_ac_t {
     uint8_t ac_idx;
-    tspec_text_piece_t streams;    // how keys about its streams begin
-    tspec_text_piece_t admissions; // and those about outcomes
+    const char *name;
 };
 
 // One line of a report for each access category: the rest of the key, and where
 // among its counters the figure stands.
 struct figure_t {
-    tspec_text_piece_t key;
-    uint16_t offset; // of the counter
+    const char *key;
+    size_t offset; // of the counter
 };
 } // namespace
 
 static constexpr std::array<reported_ac_t, TSPEC_NUM_ACS> REPORTED_ACS = {{
-    {TSPEC_AC_VO, "ts-vo", "tspec-vo"},
-    {TSPEC_AC_VI, "ts-vi", "tspec-vi"},
-    {TSPEC_AC_BE, "ts-be", "tspec-be"},
-    {TSPEC_AC_BK, "ts-bk", "tspec-bk"},
+    {TSPEC_AC_VO, "vo"},
+    {TSPEC_AC_VI, "vi"},
+    {TSPEC_AC_BE, "be"},
+    {TSPEC_AC_BK, "bk"},
 }};
 
 static constexpr std::array<figure_t, 3> AP_FIGURES = {{
-    {"-num-active=", offsetof(tspec_ac_stats_t, num_active)},
-    {"-num-clients=", offsetof(tspec_ac_stats_t, num_clients)},
-    {"-num-roam-clients=", offsetof(tspec_ac_stats_t, num_roam_clients)},
+    {"num-active", offsetof(tspec_ac_stats_t, num_active)},
+    {"num-clients", offsetof(tspec_ac_stats_t, num_clients)},
+    {"num-roam-clients", offsetof(tspec_ac_stats_t, num_roam_clients)},
 }};
 
 static constexpr std::array<figure_t, 4> AP_TOTALS = {{
-    {"-tot-accepted=", offsetof(tspec_ac_totals_t, tot_accepted)},
-    {"-tot-rejected=", offsetof(tspec_ac_totals_t, tot_rejected)},
-    {"-tot-roam-accepted=", offsetof(tspec_ac_totals_t, tot_roam_accepted)},
-    {"-tot-roam-rejected=", offsetof(tspec_ac_totals_t, tot_roam_rejected)},
+    {"tot-accepted", offsetof(tspec_ac_totals_t, tot_accepted)},
+    {"tot-rejected", offsetof(tspec_ac_totals_t, tot_rejected)},
+    {"tot-roam-accepted", offsetof(tspec_ac_totals_t, tot_roam_accepted)},
+    {"tot-roam-rejected", offsetof(tspec_ac_totals_t, tot_roam_rejected)},
 }};
 
 static constexpr std::array<figure_t, 6> ENTRY_FIGURES = {{
-    {"-num-active=", offsetof(tspec_stats_entry_t, num_active)},
-    {"-num-clients=", offsetof(tspec_stats_entry_t, num_clients)},
-    {"-num-roam-clients=", offsetof(tspec_stats_entry_t, num_roam_clients)},
-    {"-med-time-admitted=", offsetof(tspec_stats_entry_t, med_time_admitted)},
-    {"-med-time-unalloc=", offsetof(tspec_stats_entry_t, med_time_unalloc)},
-    {"-med-time-roam-unalloc=", offsetof(tspec_stats_entry_t, med_time_roam_unalloc)},
+    {"num-active", offsetof(tspec_stats_entry_t, num_active)},
+    {"num-clients", offsetof(tspec_stats_entry_t, num_clients)},
+    {"num-roam-clients", offsetof(tspec_stats_entry_t, num_roam_clients)},
+    {"med-time-admitted", offsetof(tspec_stats_entry_t, med_time_admitted)},
+    {"med-time-unalloc", offsetof(tspec_stats_entry_t, med_time_unalloc)},
+    {"med-time-roam-unalloc", offsetof(tspec_stats_entry_t, med_time_roam_unalloc)},
 }};
 
-// Counters are unsigned but have always been shown signed, so one above
-// 2147483647 shows as negative.
-static void put_figures(tspec_dman_report_t &report, const tspec_text_piece_t &beginning,
+// kind: "ts" for figures of streams, "tspec" for outcomes of admission. Counters are
+// unsigned but have always been shown signed, so one above 2147483647 shows as
+// negative.
+static void put_figures(tspec_dman_report_t &report, const char *kind, const reported_ac_t &ac,
                         std::span<const figure_t> figures, const void *counters)
 {
     for (const figure_t &figure : figures) {
         int32_t value;
         memcpy(&value, static_cast<const uint8_t *>(counters) + figure.offset, sizeof(value));
-        report.text().put_piece(beginning).put_piece(figure.key).put_decimal(value).put('\n');
+        tspec_dman_report_put(report, "%s-%s-%s=%d\n", kind, ac.name, figure.key, value);
     }
 }
 
-static void put_entry(tspec_dman_report_t &report, const tspec_text_piece_t &beginning,
+static void put_entry(tspec_dman_report_t &report, const reported_ac_t &ac,
                       const tspec_stats_entry_t &entry)
 {
-    report.text()
-        .put_piece(beginning)
-        .put("-oper-status=")
-        .put(entry.oper_status != 0 ? "up" : "down")
-        .put('\n');
-    put_figures(report, beginning, ENTRY_FIGURES, &entry);
+    tspec_dman_report_put(report, "ts-%s-oper-status=%s\n", ac.name,
+                          entry.oper_status != 0 ? "up" : "down");
+    put_figures(report, "ts", ac, ENTRY_FIGURES, &entry);
 }
 
 int32_t fill_and_send_ap_tspec_stats()
 {
-    tspec_dman_report_t report;
+    tspec_dman_report_t report = {};
     for (const reported_ac_t &ac : REPORTED_ACS) {
-        put_figures(report, ac.streams, AP_FIGURES, &tspec_cb->ac_stats[ac.ac_idx]);
-        put_figures(report, ac.admissions, AP_TOTALS, &tspec_cb->ac_totals[ac.ac_idx]);
+        put_figures(report, "ts", ac, AP_FIGURES, &tspec_cb->ac_stats[ac.ac_idx]);
+        put_figures(report, "tspec", ac, AP_TOTALS, &tspec_cb->ac_totals[ac.ac_idx]);
     }
-    if (report.send(true) == 0) {
+    if (tspec_dman_report_send(report, true) == 0) {
         return 0;
     }
-    TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Error sending ap stats to dman.\n");
+    TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error sending ap stats to dman.\n");
     perror("Error sending ap stats to dman.\n");
     return -1;
 }
@@ -102,14 +100,14 @@ int32_t fill_and_send_radio_tspec_stats(uint32_t radio)
     if (radio >= TSPEC_NUM_RADIOS) {
         return -1;
     }
-    tspec_dman_report_t report;
+    tspec_dman_report_t report = {};
     for (const reported_ac_t &ac : REPORTED_ACS) {
-        put_entry(report, ac.streams, tspec_cb->ac_stats[ac.ac_idx].radio[radio]);
+        put_entry(report, ac, tspec_cb->ac_stats[ac.ac_idx].radio[radio]);
     }
-    if (report.send(true) == 0) {
+    if (tspec_dman_report_send(report, true) == 0) {
         return 0;
     }
-    TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Error sending radio stats to dman.\n");
+    TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error sending radio stats to dman.\n");
     perror("Error sending radio stats to dman.\n");
     return -1;
 }
@@ -119,16 +117,32 @@ int32_t fill_and_send_vap_tspec_stats(uint32_t radio, uint32_t vap)
     if (radio >= TSPEC_NUM_RADIOS || vap >= TSPEC_VAPS_PER_RADIO) {
         return -1;
     }
-    tspec_dman_report_t report;
+    tspec_dman_report_t report = {};
     for (const reported_ac_t &ac : REPORTED_ACS) {
-        put_entry(report, ac.streams, tspec_cb->ac_stats[ac.ac_idx].vap[radio][vap]);
+        put_entry(report, ac, tspec_cb->ac_stats[ac.ac_idx].vap[radio][vap]);
     }
-    if (report.send(true) == 0) {
+    if (tspec_dman_report_send(report, true) == 0) {
         return 0;
     }
-    TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Error sending vap stats to dman.\n");
+    TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error sending vap stats to dman.\n");
     perror("Error sending vap stats to dman.\n");
     return -1;
+}
+
+int32_t find_radio_string(const char *text)
+{
+    const char *const name = strstr(text, "wlan");
+    if (name == nullptr || (name[4] != '0' && name[4] != '1')) {
+        return -1;
+    }
+    return name[4] - '0';
+}
+
+int32_t find_vap_string(const char *text)
+{
+    const char *const name = strstr(text, "wlan");
+    const char *const vap = name == nullptr ? nullptr : strstr(name, "vap");
+    return vap == nullptr ? 0 : static_cast<int32_t>(strtol(vap + 3, nullptr, 10));
 }
 
 static int32_t radio_report(const char *text)
@@ -194,7 +208,7 @@ int32_t tspec_process_dman_stats_msg(const uint8_t *text, uint32_t length)
     if (equals(command.data(), TSPEC_DMAN_CLIENT_TS_NEXT)) {
         return next_stream_report();
     }
-    TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Error in status message DMAN, unknown command: %s\r\n",
+    TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error in status message DMAN, unknown command: %s\r\n",
                 command.data());
     return -1;
 }

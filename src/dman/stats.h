@@ -16,3 +16,11 @@ int32_t tspec_process_dman_stats_msg(const uint8_t *text, uint32_t length);
 int32_t fill_and_send_ap_tspec_stats();
 int32_t fill_and_send_radio_tspec_stats(uint32_t radio);
 int32_t fill_and_send_vap_tspec_stats(uint32_t radio, uint32_t vap);
+
+// Radio index of the first "wlan" in the text: 1 for "wlan1", 0 for "wlan0",
+// -1 for anything else.
+int32_t find_radio_string(const char *text);
+
+// Number after the first "vap" that follows the first "wlan" in the text, as
+// atoi reads it; 0 when there is none. Not limited to any range.
+int32_t find_vap_string(const char *text);

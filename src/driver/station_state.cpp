@@ -1,15 +1,18 @@
 #include "driver/station_state.h"
 
 #include "core/daemon.h"
-#include "core/text.h"
 #include "core/trace.h"
 
 #include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#define TSPEC_TRACE_NAME __func__
 
 static_assert(sizeof(ifreq) == (sizeof(void *) == 8 ? 40 : 32));
 static_assert(sizeof(tspec_driver_req_t) == (sizeof(void *) == 8 ? 24 : 16));
@@ -22,21 +25,12 @@ static constexpr size_t LINE_MAX_LENGTH = 255;
 // "wlan0", or "wlan0vap3" for all but the radio's main interface.
 static void write_interface_name(char (&name)[IFNAMSIZ], int32_t radio_unit, uint32_t vap)
 {
-    tspec_text_writer_t writer(name);
-    writer.put("wlan").put(static_cast<char>('0' + radio_unit - 1));
-    if (vap != 0) {
-        writer.put("vap").put_decimal(static_cast<int32_t>(vap));
+    const int32_t radio_idx = radio_unit - 1;
+    if (vap == 0) {
+        snprintf(name, sizeof(name), "wlan%d", radio_idx);
+    } else {
+        snprintf(name, sizeof(name), "wlan%dvap%d", radio_idx, static_cast<int32_t>(vap));
     }
-}
-
-// In halves, which the C library clears with vector stores; for the whole it
-// starts a string instruction.
-static void clear(reply_t &reply)
-{
-    static constexpr size_t HALF = TSPEC_DRIVER_REPLY_SIZE / 2;
-    memset(reply.data(), 0, HALF);
-    memset(reply.data() + HALF, 0, HALF);
-    reply.back() = '\0';
 }
 
 static int32_t query(int32_t sock, const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap,
@@ -70,7 +64,7 @@ static uint32_t client_status_in(reply_t &reply)
             // White space at the line's end must not lead the number's parser
             // into the next line.
             *end = '\0';
-            return tspec_text_hex_to_u32(line + KEY_LENGTH);
+            return static_cast<uint32_t>(strtoul(line + KEY_LENGTH, nullptr, 16));
         }
         line = end + 1;
     }
@@ -79,22 +73,21 @@ static uint32_t client_status_in(reply_t &reply)
 int32_t tspec_client_status_flags_get(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap,
                                       uint32_t *out_flags)
 {
-    const uint32_t shown_unit = static_cast<uint32_t>(radio_unit);
+    const auto shown_unit = static_cast<uint32_t>(radio_unit);
     if (radio_unit < 1 || radio_unit > TSPEC_NUM_RADIOS) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Parameter out of range - radio_unit=%u\r\n", shown_unit);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Parameter out of range - radio_unit=%u\r\n", shown_unit);
         return -1;
     }
     const int32_t sock = socket(AF_INET, SOCK_DGRAM, 0);
     if (sock < 0) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Error opening socket - radio_unit=%u\r\n", shown_unit);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error opening socket - radio_unit=%u\r\n", shown_unit);
         return -1;
     }
-    reply_t reply;
-    clear(reply);
+    reply_t reply = {};
     if (query(sock, sta_mac, radio_unit, vap, reply) < 0) {
         // The descriptor stays open on purpose: failed queries can be counted
         // in the process's descriptors.
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:ioctl error - radio_unit=%u\r\n", shown_unit);
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "ioctl error - radio_unit=%u\r\n", shown_unit);
         return -1;
     }
     const uint32_t flags = client_status_in(reply);
@@ -113,16 +106,13 @@ static bool has_flags(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap, 
            (flags & wanted) == wanted;
 }
 
-int32_t tspec_client_is_associated(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap)
+bool tspec_client_is_associated(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap)
 {
-    return has_flags(sta_mac, radio_unit, vap, TSPEC_CLIENT_ASSOCIATED) ? 1 : 0;
+    return has_flags(sta_mac, radio_unit, vap, TSPEC_CLIENT_ASSOCIATED);
 }
 
-int32_t tspec_client_roam_flag_get(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap)
+bool tspec_client_roam_flag_get(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap)
 {
-    if (!tspec_is_managed()) {
-        return 0;
-    }
     static constexpr uint32_t ROAMING = TSPEC_CLIENT_ASSOCIATED | TSPEC_CLIENT_ROAMING;
-    return has_flags(sta_mac, radio_unit, vap, ROAMING) ? 1 : 0;
+    return tspec_is_managed() && has_flags(sta_mac, radio_unit, vap, ROAMING);
 }

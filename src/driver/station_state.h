@@ -11,9 +11,9 @@
 int32_t tspec_client_status_flags_get(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap,
                                       uint32_t *out_flags);
 
-// 1 when the driver says that the client is associated, else 0.
-int32_t tspec_client_is_associated(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap);
+// Whether the driver says that the client is associated; a failed query says no.
+bool tspec_client_is_associated(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap);
 
-// 1 when the driver says that the client is associated and roaming, else 0.
-// Asks only on a managed access point; on any other it is 0.
-int32_t tspec_client_roam_flag_get(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap);
+// Whether the driver says that the client is associated and roaming. Asks only on a
+// managed access point; on any other no client roams.
+bool tspec_client_roam_flag_get(const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap);

@@ -2,69 +2,94 @@
 
 #include "admission/medium_time.h"
 #include "core/control_block.h"
+#include "core/element.h"
 #include "core/text.h"
 #include "core/trace.h"
 #include "driver/station_state.h"
 #include "hostapd/booking.h"
 #include "hostapd/fast_transition.h"
 #include "hostapd/send.h"
-#include "mapd/ie.h"
-#include "store/access_category.h"
 #include "store/client.h"
-#include "store/load.h"
+#include "store/ledger.h"
 #include "store/stream.h"
 
 #include <cstring>
+#include <optional>
 
-#define ADDTS_TRACE(level, fmt, ...)                                                               \
-    TSPEC_TRACE_AS(TSPEC_HOSTAPD_PROCESS, level, fmt __VA_OPT__(, ) __VA_ARGS__)
+#define TSPEC_TRACE_NAME "tspec_hostapd_process"
 
 // What an admitted stream holds already and the request replaces.
 namespace {
 struct replaced_t {
-    uint32_t medium_time;
+    uint16_t medium_time;
     uint8_t ac_idx;
 };
 } // namespace
 
-static int32_t reject(const tspec_hostapd_req_t &req, uint32_t result_code)
+static tspec_outcome_t reject(const tspec_hostapd_req_t &req, uint32_t result_code)
 {
-    return tspec_build_and_send_hostapd_addts_reject_msg(req.msg, req.ac_idx, result_code);
+    return tspec_leave(
+        tspec_build_and_send_hostapd_addts_reject_msg(req.msg, req.ac_idx, result_code));
+}
+
+static tspec_outcome_t ignore_unassociated(const tspec_hostapd_req_t &req)
+{
+    TSPEC_TRACE(TSPEC_TRACE_HOSTAPD,
+                "Received ADDTS request from unassociated client %s. Request ignored.\r\n",
+                tspec_mac_text(req.msg.sta_mac).text);
+    return tspec_leave(-1);
 }
 
 // The client has the TID on another access category: it must delete that stream
 // first, or wait for the answer to its request.
-static int32_t refuse_tid_on_other_ac(const tspec_hostapd_req_t &req, const tspec_ts_rec_t &stream)
+static tspec_outcome_t refuse_tid_on_other_ac(const tspec_hostapd_req_t &req,
+                                              const tspec_ts_rec_t &stream)
 {
     if (stream.state == TSPEC_TS_PENDING) {
-        ADDTS_TRACE(TSPEC_TRACE_HOSTAPD,
-                    "%s:Received ADDTS request while one currently pending for same TID %u but "
+        TSPEC_TRACE(TSPEC_TRACE_HOSTAPD,
+                    "Received ADDTS request while one currently pending for same TID %u but "
                     "different ac_idx %u. Request ignored.\r\n",
                     req.msg.tid, stream.ac_idx);
-        return -1;
+        return tspec_leave(-1);
     }
-    ADDTS_TRACE(TSPEC_TRACE_HOSTAPD,
-                "%s:Received ADDTS request for existing TID %u but different ac_idx %u (current "
+    TSPEC_TRACE(TSPEC_TRACE_HOSTAPD,
+                "Received ADDTS request for existing TID %u but different ac_idx %u (current "
                 "ac_idx %u). Sending 'Invalid Parameters' response.\r\n",
                 req.msg.tid, req.ac_idx, stream.ac_idx);
     return reject(req, TSPEC_RESULT_INVALID_PARAMETERS);
 }
 
-static int32_t refuse_without_medium_time(const tspec_hostapd_req_t &req)
+static tspec_outcome_t refuse_without_medium_time(const tspec_hostapd_req_t &req)
 {
-    ADDTS_TRACE(TSPEC_TRACE_HOSTAPD,
-                "%s:Failed to calculate ADDTS medium time for TID %u on client %s. Sending "
+    TSPEC_TRACE(TSPEC_TRACE_HOSTAPD,
+                "Failed to calculate ADDTS medium time for TID %u on client %s. Sending "
                 "'Refused' response.\r\n",
                 req.msg.tid, tspec_mac_text(req.msg.sta_mac).text);
     return reject(req, TSPEC_RESULT_REFUSED);
 }
 
-static int32_t refuse_above_max_ts(const tspec_hostapd_req_t &req)
+static tspec_outcome_t refuse_above_max_ts(const tspec_hostapd_req_t &req)
 {
-    ADDTS_TRACE(TSPEC_TRACE_ERROR,
-                "%s:MAX TS (%d) allowed per AP exceeded. Sending 'Refused' response.\r\n",
+    TSPEC_TRACE(TSPEC_TRACE_ERROR,
+                "MAX TS (%d) allowed per AP exceeded. Sending 'Refused' response.\r\n",
                 TSPEC_MAX_TS);
     return reject(req, TSPEC_RESULT_REFUSED);
+}
+
+static tspec_outcome_t ignore_without_record(const tspec_hostapd_req_t &req)
+{
+    TSPEC_TRACE(TSPEC_TRACE_ERROR, "Failed to add tspec_rec to the database for client %s \r\n",
+                tspec_mac_text(req.msg.sta_mac).text);
+    return tspec_leave(-1);
+}
+
+static tspec_outcome_t ignore_while_pending(const tspec_hostapd_req_t &req)
+{
+    TSPEC_TRACE(TSPEC_TRACE_ERROR,
+                "Received an ADDTS request for client %s on ac %uwhile one is currently "
+                "pending. Request ignored.\r\n",
+                tspec_mac_text(req.msg.sta_mac).text, req.ac_idx);
+    return tspec_leave(-1);
 }
 
 static bool room_for_stream()
@@ -100,13 +125,16 @@ static tspec_ts_rec_t &chosen_entry_for(const tspec_hostapd_req_t &req, tspec_re
 // also the alternate one that no longer fits beside it.
 static replaced_t replaced_by(const tspec_hostapd_req_t &req, const tspec_ts_rec_t &entry)
 {
-    uint32_t medium_time = tspec_medium_time_both_ways(entry.params.ie.medium_time, entry.dir);
-    const tspec_ts_rec_t &alternate = entry.owner->streams[TSPEC_BANK_ALTERNATE][req.ac_idx];
-    if (alternate.state != TSPEC_TS_FREE && &alternate != &entry &&
-        runs_other_way(entry, req.ts_info.dir)) {
-        medium_time += alternate.params.ie.medium_time;
+    if (entry.state == TSPEC_TS_FREE) {
+        return {0, 0};
     }
-    return {medium_time, req.ac_idx};
+    const tspec_ts_rec_t &alternate = entry.owner->streams[TSPEC_BANK_ALTERNATE][req.ac_idx];
+    const bool ends_alternate = alternate.state != TSPEC_TS_FREE && &alternate != &entry &&
+                                runs_other_way(entry, req.ts_info.dir);
+    const uint32_t medium_time =
+        tspec_medium_time_both_ways(entry.params.ie.medium_time, entry.dir) +
+        (ends_alternate ? alternate.params.ie.medium_time : 0U);
+    return {static_cast<uint16_t>(medium_time), req.ac_idx};
 }
 
 static void book(const tspec_hostapd_req_t &req, tspec_ts_rec_t &entry)
@@ -114,9 +142,9 @@ static void book(const tspec_hostapd_req_t &req, tspec_ts_rec_t &entry)
     tspec_rec_t &rec = *entry.owner;
     tspec_cb->ts_count++;
     tspec_booking_fill_record(rec, req.msg);
-    rec.roam_flag = static_cast<uint8_t>(
-        tspec_client_roam_flag_get(req.msg.sta_mac, req.msg.radio_unit, req.msg.vap));
+    rec.roam_flag = tspec_client_roam_flag_get(req.msg.sta_mac, req.msg.radio_unit, req.msg.vap);
     tspec_booking_fill_entry(entry, req.msg, req.ac_idx, req.ts_info.dir, TSPEC_TS_PENDING);
+    tspec_ledger_update(rec); // streams on other access categories move with the client
 }
 
 static void note_request(const tspec_hostapd_req_t &req, tspec_ts_rec_t &entry,
@@ -136,78 +164,69 @@ static void fill_out(tspec_hostapd_req_t &req, uint16_t medium_time, const repla
     req.out.cmd = TSPEC_ADDTS_REQ_CMD;
     tspec_ie_pack(&req.out.tspec, &req.msg.tspec);
     req.out.tspec.medium_time = medium_time;
-    req.out.prev_medium_time = static_cast<uint16_t>(replaced.medium_time);
+    req.out.prev_medium_time = replaced.medium_time;
     req.out.prev_ac_index = replaced.ac_idx;
 }
 
-// Books the request in the store and leaves it in req.out.
-static tspec_outcome_t request_stream(tspec_hostapd_req_t &req, tspec_rec_t &rec,
-                                      tspec_ts_rec_t *same_tid, uint16_t medium_time)
+// The client's record, or null. A client that came by fast transition and asks for
+// itself now first loses the streams that were booked for it.
+static tspec_rec_t *client_of(const tspec_hostapd_req_t &req)
 {
-    tspec_ts_rec_t &entry = chosen_entry_for(req, rec, same_tid);
-    replaced_t replaced = {0, 0};
-    switch (entry.state) {
-    case TSPEC_TS_PENDING:
-        ADDTS_TRACE(TSPEC_TRACE_ERROR,
-                    "%s:Received an ADDTS request for client %s on ac %uwhile one is currently "
-                    "pending. Request ignored.\r\n",
-                    tspec_mac_text(req.msg.sta_mac).text, req.ac_idx);
-        return {tspec_next_t::LEAVE, -1};
-    case TSPEC_TS_FREE:
-        if (!room_for_stream()) {
-            return {tspec_next_t::LEAVE, refuse_above_max_ts(req)};
-        }
-        book(req, entry);
-        break;
-    default:
-        replaced = replaced_by(req, entry);
-        break;
+    tspec_rec_t *const rec = tspec_rec_get(req.msg.sta_mac);
+    const bool dropped = rec != nullptr && tspec_fbt_ts_delete(rec, req.msg, req.ac_idx, req.len);
+    return dropped ? tspec_rec_get(req.msg.sta_mac) : rec;
+}
+
+// 0 where admission is not mandatory, nothing where hostapd does not say what it needs.
+static std::optional<uint16_t> medium_time_for(const tspec_hostapd_req_t &req)
+{
+    const tspec_hostapd_msg_t &msg = req.msg;
+    uint16_t medium_time = 0;
+    if (req.medium_time_needed && tspec_ts_medium_time_calc(&msg.tspec, msg.radio_unit, msg.vap,
+                                                            msg.sta_mac, &medium_time) != 0) {
+        return std::nullopt;
     }
-    note_request(req, entry, medium_time);
-    fill_out(req, medium_time, replaced);
-    return {tspec_next_t::SEND, 0};
+    return medium_time;
 }
 
 tspec_outcome_t tspec_hostapd_addts(tspec_hostapd_req_t &req)
 {
     const tspec_hostapd_msg_t &msg = req.msg;
-    ADDTS_TRACE(TSPEC_TRACE_HOSTAPD, "%s:ADDTS Request message\r\n");
-    if (tspec_client_is_associated(msg.sta_mac, msg.radio_unit, msg.vap) != 1) {
-        ADDTS_TRACE(TSPEC_TRACE_HOSTAPD,
-                    "%s:Received ADDTS request from unassociated client %s. Request ignored.\r\n",
-                    tspec_mac_text(msg.sta_mac).text);
-        return {tspec_next_t::LEAVE, -1};
+    TSPEC_TRACE(TSPEC_TRACE_HOSTAPD, "ADDTS Request message\r\n");
+    if (!tspec_client_is_associated(msg.sta_mac, msg.radio_unit, msg.vap)) {
+        return ignore_unassociated(req);
     }
-    tspec_rec_t *rec = tspec_rec_get_and_survey(msg.sta_mac, req.ac_idx);
-    if (rec != nullptr && rec->fbt_flag != 0) {
-        tspec_fbt_ts_delete(msg, req.ac_idx, req.len);
-        rec = tspec_rec_get(msg.sta_mac);
-    }
-
+    tspec_rec_t *const known = client_of(req);
     tspec_ts_rec_t *const same_tid =
-        rec == nullptr ? nullptr : tspec_rec_ts_find(rec, msg.tid, TSPEC_FIND_BY_TID);
+        known == nullptr ? nullptr : tspec_rec_ts_find(known, msg.tid, TSPEC_FIND_BY_TID);
     if (same_tid != nullptr && same_tid->ac_idx != req.ac_idx) {
-        return {tspec_next_t::LEAVE, refuse_tid_on_other_ac(req, *same_tid)};
+        return refuse_tid_on_other_ac(req, *same_tid);
     }
-    uint16_t medium_time = 0;
-    if (req.medium_time_needed && tspec_ts_medium_time_calc(&msg.tspec, msg.radio_unit, msg.vap,
-                                                            msg.sta_mac, &medium_time) != 0) {
-        return {tspec_next_t::LEAVE, refuse_without_medium_time(req)};
+    const std::optional<uint16_t> medium_time = medium_time_for(req);
+    if (!medium_time) {
+        return refuse_without_medium_time(req);
     }
-    const bool first_on_ac = rec == nullptr || !tspec_rec_has_stream(rec, req.ac_idx);
+    const bool first_on_ac = known == nullptr || !tspec_rec_has_stream(known, req.ac_idx);
     if (first_on_ac && !room_for_stream()) {
-        return {tspec_next_t::LEAVE, refuse_above_max_ts(req)};
+        return refuse_above_max_ts(req);
     }
+    tspec_rec_t *const rec = first_on_ac ? tspec_rec_add(msg.sta_mac, known) : known;
     if (rec == nullptr) {
-        rec = tspec_rec_create(msg.sta_mac);
-    } else if (first_on_ac) {
-        rec = tspec_rec_add(msg.sta_mac); // traces that it is there
+        return ignore_without_record(req);
     }
-    if (rec == nullptr) {
-        ADDTS_TRACE(TSPEC_TRACE_ERROR,
-                    "%s:Failed to add tspec_rec to the database for client %s \r\n",
-                    tspec_mac_text(msg.sta_mac).text);
-        return {tspec_next_t::LEAVE, -1};
+    tspec_ts_rec_t &entry = chosen_entry_for(req, *rec, same_tid);
+    if (entry.state == TSPEC_TS_PENDING) {
+        return ignore_while_pending(req);
     }
-    return request_stream(req, *rec, same_tid, medium_time);
+    const bool is_new = entry.state == TSPEC_TS_FREE;
+    if (is_new && !room_for_stream()) {
+        return refuse_above_max_ts(req);
+    }
+    const replaced_t replaced = replaced_by(req, entry);
+    if (is_new) {
+        book(req, entry);
+    }
+    note_request(req, entry, *medium_time);
+    fill_out(req, *medium_time, replaced);
+    return tspec_send_on(0, rec);
 }

@@ -3,11 +3,10 @@
 // a decision and charged to the fast-transition reserve.
 #pragma once
 
-#include "hostapd/request.h"
+#include "core/control_block.h"
+#include "tspec/message.h"
 
-// The event of a client that arrived: books its stream. The event is done with
-// whatever comes of that.
-tspec_outcome_t tspec_hostapd_fbt_addts(tspec_hostapd_req_t &req);
+#include <cstdint>
 
 // Books the stream. A client that already has streams on the access category
 // loses all its streams on this VAP first. Returns 0; -1 for a client that is
@@ -15,7 +14,8 @@ tspec_outcome_t tspec_hostapd_fbt_addts(tspec_hostapd_req_t &req);
 // limit of streams.
 int32_t tspec_fbt_addts_req_process(const tspec_hostapd_msg_t &msg, uint8_t ac_idx, uint32_t len);
 
-// Before an ordinary ADDTS: a client whose record on the access category came by
-// fast transition and that holds a stream with the TID of the request loses all
-// its streams on this VAP.
-void tspec_fbt_ts_delete(const tspec_hostapd_msg_t &msg, uint8_t ac_idx, uint32_t len);
+// Before an ordinary ADDTS: a client whose record came by fast transition, has a
+// stream on the access category and holds one with the TID of the request loses all
+// its streams on this VAP. Returns whether it does; the record may be gone then.
+bool tspec_fbt_ts_delete(tspec_rec_t *rec, const tspec_hostapd_msg_t &msg, uint8_t ac_idx,
+                         uint32_t len);

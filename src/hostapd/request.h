@@ -2,13 +2,11 @@
 // branch says what comes next.
 #pragma once
 
+#include "core/control_block.h"
 #include "core/ts_info.h"
 #include "tspec/message.h"
 
 #include <cstdint>
-
-// Branches trace in the name of the handler that they belong to.
-inline constexpr const char *TSPEC_HOSTAPD_PROCESS = "tspec_hostapd_process";
 
 struct tspec_hostapd_req_t {
     tspec_hostapd_msg_t msg;
@@ -30,4 +28,20 @@ enum class tspec_next_t : uint8_t {
 struct tspec_outcome_t {
     tspec_next_t next;
     int32_t result;
+    tspec_rec_t *client; // of an ADDTS request that goes on: whom the answer is for
 };
+
+constexpr tspec_outcome_t tspec_leave(int32_t result)
+{
+    return {tspec_next_t::LEAVE, result, nullptr};
+}
+
+constexpr tspec_outcome_t tspec_finish(int32_t result)
+{
+    return {tspec_next_t::FINISH, result, nullptr};
+}
+
+constexpr tspec_outcome_t tspec_send_on(int32_t result = 0, tspec_rec_t *client = nullptr)
+{
+    return {tspec_next_t::SEND, result, client};
+}

@@ -1,18 +1,15 @@
 #include "hostapd/send.h"
 
-#include "admission/acu.h"
-#include "core/daemon.h"
 #include "core/ipc.h"
 #include "core/messages.h"
 #include "core/trace.h"
-#include "core/ts_info.h"
-#include "mapd/ie.h"
-#include "mapd/status.h"
-#include "report/violation.h"
 #include "store/access_category.h"
+#include "store/snapshot.h"
 
 #include <cstdio>
 #include <cstring>
+
+#define TSPEC_TRACE_NAME __func__
 
 static int32_t send_to_hostapd(const tspec_hostapd_msg_t &msg)
 {
@@ -30,11 +27,11 @@ int32_t tspec_build_and_send_hostapd_addts_reject_msg(const tspec_hostapd_msg_t 
     tspec_ap_statistics_update(ac_idx, reply.sta_mac, TSPEC_ADDTS_RESP_CMD,
                                static_cast<uint8_t>(result_code));
     if (send_to_hostapd(reply) < 0) {
-        TSPEC_TRACE(TSPEC_TRACE_HOSTAPD, "%s:Error sending data to hostapd.\n");
+        TSPEC_TRACE(TSPEC_TRACE_HOSTAPD, "Error sending data to hostapd.\n");
         return -1;
     }
-    TSPEC_TRACE(TSPEC_TRACE_HOSTAPD, "%s: Sent cmd %u message to hostapd socket id %d\r\n",
-                reply.cmd, tspec_cb->tspec_sock);
+    TSPEC_TRACE(TSPEC_TRACE_HOSTAPD, " Sent cmd %u message to hostapd socket id %d\r\n", reply.cmd,
+                tspec_cb->tspec_sock);
     return 0;
 }
 
@@ -62,7 +59,7 @@ static tspec_hostapd_msg_t build_hostapd_delts(const tspec_ts_rec_t &entry, uint
 int32_t tspec_build_and_send_hostapd_delts_msg(const tspec_ts_rec_t *entry, uint8_t,
                                                uint32_t radio_idx)
 {
-    if (entry == nullptr || entry->owner == nullptr) {
+    if (entry == nullptr) {
         return -1;
     }
     const tspec_hostapd_msg_t msg = build_hostapd_delts(*entry, radio_idx);
@@ -70,66 +67,7 @@ int32_t tspec_build_and_send_hostapd_delts_msg(const tspec_ts_rec_t *entry, uint
         perror("Error sending data to hostapd.\n");
         return -1;
     }
-    TSPEC_TRACE(TSPEC_TRACE_HOSTAPD, "%s: Sent cmd %u message to hostapd socket id %d\r\n", msg.cmd,
+    TSPEC_TRACE(TSPEC_TRACE_HOSTAPD, " Sent cmd %u message to hostapd socket id %d\r\n", msg.cmd,
                 tspec_cb->tspec_sock);
-    return 0;
-}
-
-tspec_mapd_msg_t tspec_build_mapd_delts_msg(const tspec_ts_rec_t &entry, const uint8_t *ts_info,
-                                            uint8_t ac_idx)
-{
-    const tspec_rec_t &rec = *entry.owner;
-    tspec_mapd_msg_t msg = tspec_new_mapd_msg(TSPEC_DELTS_REQ_CMD);
-    memcpy(msg.peer_addr1, rec.peer_addr1, sizeof(msg.peer_addr1));
-    memcpy(msg.peer_addr2, rec.peer_addr2, sizeof(msg.peer_addr2));
-    memcpy(msg.sta_mac, rec.sta_mac, sizeof(msg.sta_mac));
-    msg.radio_unit = rec.radio_unit;
-    memcpy(msg.ssid, rec.ssid, sizeof(msg.ssid));
-    msg.ac_idx = ac_idx;
-    tspec_ie_pack(&msg.tspec, &entry.params.ie);
-    memcpy(msg.tspec.ts_info, ts_info, sizeof(msg.tspec.ts_info));
-    return msg;
-}
-
-int32_t tspec_build_and_send_mapd_delts_msg(const tspec_ts_rec_t *entry, const uint8_t *ts_info,
-                                            uint8_t ac_idx)
-{
-    if (entry == nullptr || entry->owner == nullptr || ac_idx >= TSPEC_NUM_ACS) {
-        return -1;
-    }
-    tspec_mapd_msg_t msg = tspec_build_mapd_delts_msg(*entry, ts_info, ac_idx);
-    if (tspec_msg_send_to_acu(msg, ac_idx, TSPEC_DELTS_REQ_CMD) != 0) {
-        perror("Failed to send DELTS cmd to MAPD.\n");
-        return -1;
-    }
-    return 0;
-}
-
-static int32_t send_to_mapd(const tspec_mapd_msg_t &msg, uint8_t cmd)
-{
-    if (send_msg_to_other_process(tspec_cb->tspec_sock, TSPEC_MAPD_PORT, &msg, sizeof(msg)) < 0) {
-        perror("Error sending data to mapd.\n");
-        return -1;
-    }
-    TSPEC_TRACE_AS("tspec_msg_send_to_acu", TSPEC_TRACE_HOSTAPD,
-                   "%s: Sent cmd %u message to mapd socket id %d for TID %u (medium time %u, prev "
-                   "medium time %u)\r\n",
-                   cmd, tspec_cb->tspec_sock, tspec_ts_info_decode(msg.tspec.ts_info).tid,
-                   msg.tspec.medium_time, msg.prev_medium_time);
-    return 0;
-}
-
-int32_t tspec_msg_send_to_acu(tspec_mapd_msg_t &msg, uint8_t ac_idx, uint8_t cmd)
-{
-    if (tspec_is_managed()) {
-        return send_to_mapd(msg, cmd);
-    }
-    const uint32_t rc = cmd == TSPEC_TS_UNAUTH_TRAFFIC_CMD
-                            ? tspec_unauth_traffic_report_notify(msg, ac_idx)
-                            : tspec_acu_process(&msg, ac_idx);
-    if (rc != 0) {
-        perror("Failed to process TSPEC Request message.\n");
-        return -1;
-    }
     return 0;
 }

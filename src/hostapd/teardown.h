@@ -21,8 +21,3 @@ tspec_outcome_t tspec_hostapd_unauth_traffic(tspec_hostapd_req_t &req);
 // The client left: its streams go, unless the operator has switched that off.
 // Only msg and len of the request are read.
 tspec_outcome_t tspec_hostapd_sta_disassoc(tspec_hostapd_req_t &req);
-
-// Frees all streams of the client (sta_mac) on the VAP (peer_addr2), and on an
-// access point that is not managed gives their medium time back. Its streams on
-// another VAP stay. Always returns 0.
-int32_t tspec_hostapd_process_sta_disassoc(const tspec_hostapd_msg_t &msg, uint32_t len);

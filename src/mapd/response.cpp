@@ -1,137 +1,121 @@
 #include "mapd/response.h"
 
-#include "core/control_block.h"
+#include "core/element.h"
 #include "core/ipc.h"
 #include "core/messages.h"
 #include "core/text.h"
 #include "core/trace.h"
 #include "core/ts_info.h"
-#include "mapd/ie.h"
-#include "mapd/status.h"
 #include "mapd/superseded.h"
 #include "store/access_category.h"
 #include "store/client.h"
-#include "store/load.h"
+#include "store/ledger.h"
+#include "store/snapshot.h"
 #include "store/stream.h"
 
 #include <cstdio>
 #include <cstring>
 
-#define MAPD_TRACE(level, fmt, ...)                                                                \
-    TSPEC_TRACE_AS("tspec_mapd_process", level, fmt __VA_OPT__(, ) __VA_ARGS__)
+#define TSPEC_TRACE_NAME "tspec_mapd_process"
 
 // Result codes from here on are mapd's own affair and not sent to hostapd.
 static constexpr uint8_t FIRST_INTERNAL_RESULT = 4;
 
 namespace {
-// One message with what it is about.
+// What the message says of the stream that it is about.
 struct answer_t {
-    tspec_mapd_msg_t msg;
+    const tspec_mapd_msg_t &msg;
     uint8_t tid;
     uint8_t dir;
     uint8_t ac_idx;
-    tspec_rec_t *client;
-    tspec_ts_rec_t *entry;
-    uint8_t result_code;
-    tspec_hostapd_msg_t reply;
+    uint8_t result_code; // of a response; a deletion counts as refused
 };
-
-enum class verdict_t : uint8_t { KEEP, REMOVE, INVALID };
 } // namespace
 
-static tspec_mac_text_t sta_text(const answer_t &answer)
+static tspec_mac_text_t sta_text(const tspec_mapd_msg_t &msg)
 {
-    return tspec_mac_text(answer.msg.sta_mac);
+    return tspec_mac_text(msg.sta_mac);
 }
 
-// Checks the message's form. Its content is in answer.msg on success.
-static int32_t read_message(const uint8_t *msg, uint32_t len, answer_t &answer)
+static bool is_well_formed(const uint8_t *msg, uint32_t len)
 {
     if (msg == nullptr) {
-        MAPD_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\r\n");
-        return -1;
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\r\n");
+        return false;
     }
     if (msg[0] != TSPEC_MAPD_MSG) {
-        MAPD_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid message type %u\r\n", msg[0]);
-        return -1;
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid message type %u\r\n", msg[0]);
+        return false;
     }
-    if (len != sizeof(answer.msg)) {
-        MAPD_TRACE(TSPEC_TRACE_ERROR,
-                   "%s:Error in message from MAPD, length mismatch: exp=%d act=%d\r\n",
-                   static_cast<int32_t>(sizeof(answer.msg)), static_cast<int32_t>(len));
-        return -1;
+    if (len != sizeof(tspec_mapd_msg_t)) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR,
+                    "Error in message from MAPD, length mismatch: exp=%d act=%d\r\n",
+                    static_cast<int32_t>(sizeof(tspec_mapd_msg_t)), static_cast<int32_t>(len));
+        return false;
     }
-    memcpy(&answer.msg, msg, sizeof(answer.msg));
-    if (answer.msg.radio_unit < 1 || answer.msg.radio_unit > TSPEC_NUM_RADIOS) {
-        MAPD_TRACE(TSPEC_TRACE_ERROR, "%s:Error in message from MAPD, radio_unit=%u\r\n",
-                   answer.msg.radio_unit);
-        return -1;
+    const uint8_t radio_unit = msg[offsetof(tspec_mapd_msg_t, radio_unit)];
+    if (radio_unit < 1 || radio_unit > TSPEC_NUM_RADIOS) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error in message from MAPD, radio_unit=%u\r\n", radio_unit);
+        return false;
     }
-    return 0;
+    return true;
+}
+
+static answer_t parse(const tspec_mapd_msg_t &msg)
+{
+    const tspec_ts_info_t ts_info = tspec_ts_info_decode(msg.tspec.ts_info);
+    TSPEC_TRACE(TSPEC_TRACE_MAPD, " Client=%s AC=%u TID=%u Dir=%u\r\n", sta_text(msg).text,
+                msg.ac_idx, ts_info.tid, ts_info.dir);
+    const uint8_t result_code =
+        msg.cmd == TSPEC_ADDTS_RESP_CMD ? msg.result_code : uint8_t{TSPEC_RESULT_REFUSED};
+    return {msg, ts_info.tid, ts_info.dir, msg.ac_idx, result_code};
 }
 
 // The client's stream that the message is for: by its own TID, else by that of
-// the request it waits with.
-static tspec_ts_rec_t *find_entry(const answer_t &answer)
+// the request it waits with. Null when there is none on the access category.
+static tspec_ts_rec_t *find_entry(const answer_t &answer, tspec_rec_t *client)
 {
-    tspec_ts_rec_t *entry = tspec_rec_ts_find(answer.client, answer.tid, TSPEC_FIND_BY_TID);
-    if (entry == nullptr) {
-        entry = tspec_rec_ts_find(answer.client, answer.tid, TSPEC_FIND_BY_PENDING);
-    }
-    const bool fits = entry != nullptr && entry->owner != nullptr && entry->ac_idx == answer.ac_idx;
-    return fits ? entry : nullptr;
+    tspec_ts_rec_t *const same_tid = tspec_rec_ts_find(client, answer.tid, TSPEC_FIND_BY_TID);
+    tspec_ts_rec_t *const entry =
+        same_tid != nullptr ? same_tid
+                            : tspec_rec_ts_find(client, answer.tid, TSPEC_FIND_BY_PENDING);
+    return entry != nullptr && entry->ac_idx == answer.ac_idx ? entry : nullptr;
 }
 
-static int32_t find_stream(answer_t &answer)
+static tspec_ts_rec_t *find_stream(const answer_t &answer, tspec_rec_t *client)
 {
     const tspec_mapd_msg_t &msg = answer.msg;
-    const tspec_ts_info_t ts_info = tspec_ts_info_decode(msg.tspec.ts_info);
-    answer.tid = ts_info.tid;
-    answer.dir = ts_info.dir;
-    MAPD_TRACE(TSPEC_TRACE_MAPD, "%s: Client=%s AC=%u TID=%u Dir=%u\r\n", sta_text(answer).text,
-               msg.ac_idx, answer.tid, answer.dir);
     uint32_t place;
     const uint32_t ac_idx = tspec_ac_convert(msg.ac_idx, &place);
     if (ac_idx >= TSPEC_NUM_ACS) {
-        MAPD_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid AC %u (mapped to ac_idx %u)\r\n", msg.ac_idx,
-                   ac_idx);
-        return -1;
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid AC %u (mapped to ac_idx %u)\r\n", msg.ac_idx,
+                    ac_idx);
+        return nullptr;
     }
-    answer.ac_idx = static_cast<uint8_t>(ac_idx);
-    tspec_rec_get_and_survey(msg.sta_mac, ac_idx);
-    answer.client = tspec_ts_rec_get(msg.sta_mac, ac_idx);
-    if (answer.client == nullptr) {
-        MAPD_TRACE(TSPEC_TRACE_ERROR, "%s:No TS record found for client %s on AC %u\n",
-                   sta_text(answer).text, msg.ac_idx);
-        return -1;
+    if (client == nullptr || !tspec_rec_has_stream(client, ac_idx)) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "No TS record found for client %s on AC %u\n",
+                    sta_text(msg).text, msg.ac_idx);
+        return nullptr;
     }
-    answer.entry = find_entry(answer);
-    if (answer.entry == nullptr) {
-        MAPD_TRACE(TSPEC_TRACE_ERROR, "%s:No TS info record found for client %s AC %u TID %u\n",
-                   sta_text(answer).text, msg.ac_idx, answer.tid);
-        return -1;
+    tspec_ts_rec_t *const entry = find_entry(answer, client);
+    if (entry == nullptr) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "No TS info record found for client %s AC %u TID %u\n",
+                    sta_text(msg).text, msg.ac_idx, answer.tid);
     }
-    return 0;
+    return entry;
 }
 
-static void copy_identity(answer_t &answer)
+// What hostapd gets for any command: the client's element with what mapd made of
+// it. A downlink stream is the access point's own to send, so the client gets no
+// time for it.
+static tspec_hostapd_msg_t build_reply(const answer_t &answer, const tspec_ts_rec_t &entry)
 {
-    tspec_hostapd_msg_t &reply = answer.reply;
+    const tspec_rec_t &client = *entry.owner;
+    tspec_hostapd_msg_t reply = tspec_new_hostapd_msg(answer.msg.cmd);
     tspec_copy_identity(reply, answer.msg);
-    reply.vap = answer.client->vap;
-    memcpy(reply.sta_mac, answer.client->sta_mac, sizeof(reply.sta_mac));
-}
-
-// The client's element comes back with what mapd made of it. A downlink stream
-// is the access point's own to send, so the client gets no time for it.
-static void build_reply(answer_t &answer)
-{
-    const tspec_ts_rec_t &entry = *answer.entry;
-    tspec_hostapd_msg_t &reply = answer.reply;
-    tspec_start_msg(reply, answer.msg.cmd);
-    copy_identity(answer);
+    reply.vap = client.vap;
+    memcpy(reply.sta_mac, client.sta_mac, sizeof(reply.sta_mac));
     reply.tspec = entry.params.ie;
-    reply.aux_flag = entry.params.aux_flag;
     memcpy(reply.reserved3, entry.params.reserved, sizeof(reply.reserved3));
     tspec_ie_unpack(&reply.tspec, &answer.msg.tspec);
     if (answer.dir == TSPEC_DIR_DOWNLINK) {
@@ -139,15 +123,34 @@ static void build_reply(answer_t &answer)
     }
     reply.inactivity_timeout = entry.inactivity_timeout;
     reply.tid = entry.tid;
+    return reply;
+}
+
+static tspec_hostapd_msg_t build_response(const answer_t &answer, const tspec_ts_rec_t &entry)
+{
+    tspec_hostapd_msg_t reply = build_reply(answer, entry);
+    if (answer.result_code < FIRST_INTERNAL_RESULT) {
+        reply.result_code = answer.result_code;
+    }
+    reply.aux_flag = entry.pend.aux_byte;
+    reply.aux_byte = entry.pend.aux_byte;
+    memcpy(reply.aux_addr, entry.pend.aux_addr, sizeof(reply.aux_addr));
+    return reply;
+}
+
+static tspec_hostapd_msg_t build_delts(const answer_t &answer, const tspec_ts_rec_t &entry)
+{
+    tspec_hostapd_msg_t reply = build_reply(answer, entry);
+    memcpy(reply.aux_addr, entry.aux_addr, sizeof(reply.aux_addr));
+    return reply;
 }
 
 // The request becomes the stream.
-static void promote(answer_t &answer)
+static void promote(const answer_t &answer, tspec_ts_rec_t &entry)
 {
     const tspec_mapd_msg_t &msg = answer.msg;
-    tspec_ts_rec_t &entry = *answer.entry;
-    MAPD_TRACE(TSPEC_TRACE_MAPD, "%s:TS Admitted for AC %u TID %u Dir %u, med_time=%u\r\n",
-               msg.ac_idx, answer.tid, answer.dir, msg.tspec.medium_time);
+    TSPEC_TRACE(TSPEC_TRACE_MAPD, "TS Admitted for AC %u TID %u Dir %u, med_time=%u\r\n",
+                msg.ac_idx, answer.tid, answer.dir, msg.tspec.medium_time);
     entry.aux_byte = entry.pend.aux_byte;
     memcpy(entry.aux_addr, entry.pend.aux_addr, sizeof(entry.aux_addr));
     tspec_ts_rec_pending_reset(&entry);
@@ -157,116 +160,125 @@ static void promote(answer_t &answer)
     entry.dir = answer.dir;
     entry.inactivity_timeout = tspec_ts_inactivity_timeout_get(msg.radio_unit - 1U, answer.dir);
     tspec_ie_unpack(&entry.params.ie, &msg.tspec);
-    tspec_rec_load_update(*entry.owner, answer.ac_idx);
-    answer.reply.inactivity_timeout = entry.inactivity_timeout;
-    answer.reply.tid = entry.tid;
+    tspec_ledger_update(*entry.owner);
     tspec_ts_status_update(answer.ac_idx);
 }
 
-static void admit(answer_t &answer)
+// Completes the reply with what the stream is now.
+static void admit(const answer_t &answer, tspec_ts_rec_t &entry, tspec_hostapd_msg_t &reply)
 {
-    MAPD_TRACE(TSPEC_TRACE_MAPD, "%s:ADDTS Response: Success\r\n");
-    if (tspec_mapd_old_ts_removal(answer.client, answer.ac_idx, answer.tid) != 0) {
-        MAPD_TRACE(TSPEC_TRACE_MAPD,
-                   "%s:Problem cleaning up old TS(s) for TID %u on client %s AC %u\r\n", answer.tid,
-                   sta_text(answer).text, answer.msg.ac_idx);
+    TSPEC_TRACE(TSPEC_TRACE_MAPD, "ADDTS Response: Success\r\n");
+    if (tspec_mapd_old_ts_removal(entry.owner, answer.ac_idx, answer.tid) != 0) {
+        TSPEC_TRACE(TSPEC_TRACE_MAPD,
+                    "Problem cleaning up old TS(s) for TID %u on client %s AC %u\r\n", answer.tid,
+                    sta_text(answer.msg).text, answer.msg.ac_idx);
     }
     // The clean-up may have taken the very entry.
-    if (answer.entry->state == TSPEC_TS_PENDING || answer.entry->state == TSPEC_TS_ADMITTED) {
-        promote(answer);
+    if (entry.state == TSPEC_TS_PENDING || entry.state == TSPEC_TS_ADMITTED) {
+        promote(answer, entry);
+        reply.inactivity_timeout = entry.inactivity_timeout;
+        reply.tid = entry.tid;
     }
 }
 
-static verdict_t handle_addts_response(answer_t &answer)
+static int32_t remove_stream(const answer_t &answer, tspec_rec_t *client)
 {
-    const tspec_ts_rec_t &entry = *answer.entry;
-    answer.result_code = answer.msg.result_code;
-    if (answer.result_code < FIRST_INTERNAL_RESULT) {
-        answer.reply.result_code = answer.result_code;
-    }
-    answer.reply.aux_flag = entry.pend.aux_byte;
-    answer.reply.aux_byte = entry.pend.aux_byte;
-    memcpy(answer.reply.aux_addr, entry.pend.aux_addr, sizeof(answer.reply.aux_addr));
-    if (tspec_rec_addts_status_get(answer.result_code) == 0) {
-        admit(answer);
-        return verdict_t::KEEP;
-    }
-    MAPD_TRACE(TSPEC_TRACE_MAPD,
-               "%s:ADDTS Response: TSPEC rejected by admission control with result code %u for "
-               "client %s TID %u on AC %u\r\n",
-               answer.result_code, sta_text(answer).text, answer.tid, answer.msg.ac_idx);
-    // A refused renegotiation leaves the admitted stream as it is.
-    return entry.state == TSPEC_TS_PENDING ? verdict_t::REMOVE : verdict_t::KEEP;
-}
-
-static verdict_t handle_delts(answer_t &answer)
-{
-    MAPD_TRACE(TSPEC_TRACE_MAPD, "%s:DELTS message\r\n");
-    memcpy(answer.reply.aux_addr, answer.entry->aux_addr, sizeof(answer.reply.aux_addr));
-    answer.reply.aux_byte = 0;
-    answer.reply.aux_flag = 0;
-    return verdict_t::REMOVE;
-}
-
-static verdict_t handle_command(answer_t &answer)
-{
-    switch (answer.msg.cmd) {
-    case TSPEC_ADDTS_RESP_CMD:
-        return handle_addts_response(answer);
-    case TSPEC_DELTS_CMD:
-        return handle_delts(answer);
-    default:
-        MAPD_TRACE(TSPEC_TRACE_MAPD, "%s:Invalid command: %u\r\n", answer.msg.cmd);
-        return verdict_t::INVALID;
-    }
-}
-
-static int32_t remove_stream(const answer_t &answer)
-{
-    int32_t rc = 0;
-    if (tspec_rec_ts_delete_tid(answer.client, answer.ac_idx, answer.tid) != 0) {
-        MAPD_TRACE(TSPEC_TRACE_MAPD, "%s:Unable to delete tspec record for client %s, TID %u\n",
-                   sta_text(answer).text, answer.tid);
-        rc = -1;
+    const bool removed = tspec_ts_rec_delete_tid(client, answer.ac_idx, answer.tid) == 0;
+    if (!removed) {
+        TSPEC_TRACE(TSPEC_TRACE_MAPD, "Unable to delete tspec record for client %s, TID %u\n",
+                    sta_text(answer.msg).text, answer.tid);
     }
     tspec_ts_status_update(answer.ac_idx);
-    return rc;
+    return removed ? 0 : -1;
 }
 
 // hostapd must never be without word of a stream that the daemon holds.
-static int32_t tell_hostapd(const answer_t &answer)
+static int32_t tell_hostapd(const answer_t &answer, const tspec_hostapd_msg_t &reply)
 {
-    if (send_msg_to_other_process(tspec_cb->tspec_sock, TSPEC_HOSTAPD_PORT, &answer.reply,
-                                  sizeof(answer.reply)) == 0) {
+    if (answer.result_code >= FIRST_INTERNAL_RESULT ||
+        send_msg_to_other_process(tspec_cb->tspec_sock, TSPEC_HOSTAPD_PORT, &reply,
+                                  sizeof(reply)) == 0) {
         return 0;
     }
-    MAPD_TRACE(TSPEC_TRACE_MAPD, "%s:Error sending data to hostapd.\n");
+    TSPEC_TRACE(TSPEC_TRACE_MAPD, "Error sending data to hostapd.\n");
     tspec_ts_rec_delete_tid(answer.msg.sta_mac, answer.ac_idx, answer.tid);
     perror("Error sending data to hostapd.\n");
     return -1;
 }
 
+// client: the record as it is now, or null.
+static int32_t finish(const answer_t &answer, const tspec_rec_t *client,
+                      const tspec_hostapd_msg_t &reply, int32_t rc)
+{
+    tspec_ap_statistics_update(answer.ac_idx, client, answer.msg.cmd, answer.result_code);
+    if (tell_hostapd(answer, reply) < 0) {
+        return -1;
+    }
+    TSPEC_TRACE(TSPEC_TRACE_MAPD, "Exit\r\n");
+    return rc;
+}
+
+static int32_t end_stream(const answer_t &answer, tspec_rec_t *client,
+                          const tspec_hostapd_msg_t &reply)
+{
+    const int32_t rc = remove_stream(answer, client);
+    return finish(answer, tspec_rec_get(answer.msg.sta_mac), reply, rc);
+}
+
+static int32_t handle_addts_response(const answer_t &answer, tspec_ts_rec_t &entry)
+{
+    tspec_rec_t *const client = entry.owner;
+    tspec_hostapd_msg_t reply = build_response(answer, entry);
+    if (tspec_rec_addts_status_get(answer.result_code) == 0) {
+        admit(answer, entry, reply);
+        return finish(answer, client, reply, 0);
+    }
+    TSPEC_TRACE(TSPEC_TRACE_MAPD,
+                "ADDTS Response: TSPEC rejected by admission control with result code %u for "
+                "client %s TID %u on AC %u\r\n",
+                answer.result_code, sta_text(answer.msg).text, answer.tid, answer.msg.ac_idx);
+    // A refused renegotiation leaves the admitted stream as it is.
+    return entry.state == TSPEC_TS_PENDING ? end_stream(answer, client, reply)
+                                           : finish(answer, client, reply, 0);
+}
+
+static int32_t handle_delts(const answer_t &answer, tspec_ts_rec_t &entry)
+{
+    TSPEC_TRACE(TSPEC_TRACE_MAPD, "DELTS message\r\n");
+    return end_stream(answer, entry.owner, build_delts(answer, entry));
+}
+
+static int32_t handle(const tspec_mapd_msg_t &msg, tspec_rec_t *client)
+{
+    const answer_t answer = parse(msg);
+    tspec_ts_rec_t *const entry = find_stream(answer, client);
+    if (entry == nullptr) {
+        return -1;
+    }
+    switch (msg.cmd) {
+    case TSPEC_ADDTS_RESP_CMD:
+        return handle_addts_response(answer, *entry);
+    case TSPEC_DELTS_CMD:
+        return handle_delts(answer, *entry);
+    default:
+        TSPEC_TRACE(TSPEC_TRACE_MAPD, "Invalid command: %u\r\n", msg.cmd);
+        return -1;
+    }
+}
+
 int32_t tspec_mapd_process(const uint8_t *msg, uint32_t len)
 {
-    TSPEC_TRACE(TSPEC_TRACE_MAPD, "%s:Entry\r\n");
-    answer_t answer;
-    if (read_message(msg, len, answer) < 0 || find_stream(answer) < 0) {
+    TSPEC_TRACE(TSPEC_TRACE_MAPD, "Entry\r\n");
+    if (!is_well_formed(msg, len)) {
         return -1;
     }
-    answer.result_code = TSPEC_RESULT_REFUSED;
-    build_reply(answer);
-    const verdict_t verdict = handle_command(answer);
-    if (verdict == verdict_t::INVALID) {
-        return -1;
-    }
-    const int32_t rc = verdict == verdict_t::REMOVE ? remove_stream(answer) : 0;
-    // Only the removal may have taken the client's record.
-    const tspec_rec_t *const client =
-        verdict == verdict_t::REMOVE ? tspec_rec_get(answer.msg.sta_mac) : answer.client;
-    tspec_rec_statistics_update(answer.ac_idx, client, answer.msg.cmd, answer.result_code);
-    if (answer.result_code < FIRST_INTERNAL_RESULT && tell_hostapd(answer) < 0) {
-        return -1;
-    }
-    TSPEC_TRACE(TSPEC_TRACE_MAPD, "%s:Exit\r\n");
-    return rc;
+    tspec_mapd_msg_t content;
+    memcpy(&content, msg, sizeof(content));
+    return handle(content, tspec_rec_get(content.sta_mac));
+}
+
+int32_t tspec_mapd_response(const tspec_mapd_msg_t &msg, tspec_rec_t *client)
+{
+    TSPEC_TRACE(TSPEC_TRACE_MAPD, "Entry\r\n");
+    return handle(msg, client);
 }

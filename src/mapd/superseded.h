@@ -5,19 +5,7 @@
 
 #include <cstdint>
 
-// What a clean-up does, in this order.
-constexpr uint32_t TSPEC_CLEANUP_DELTS_HOSTAPD = 0x1;
-constexpr uint32_t TSPEC_CLEANUP_DELTS_NO_TIME = 0x2; // to admission control, medium time 0
-constexpr uint32_t TSPEC_CLEANUP_DELTS_TIME = 0x4;    // to admission control, medium time kept
-constexpr uint32_t TSPEC_CLEANUP_DELETE = 0x8;        // from the store
-
 // Cleans up the streams of the client that its stream with TID tid_new, just
 // admitted on ac_new, supersedes. Returns 0, also when a clean-up failed (which
 // is traced); -1 for a null client, an access category above 3 or a TID above 7.
 int32_t tspec_mapd_old_ts_removal(tspec_rec_t *client, uint8_t ac_new, uint8_t tid_new);
-
-// Does what the flags say; after a failure the other actions are still tried.
-// The entry, and with its last stream the client's record, is gone after
-// TSPEC_CLEANUP_DELETE. Returns 0, or -1 when an action failed or the entry or
-// its record is null.
-int32_t tspec_old_ts_cleanup(tspec_ts_rec_t *entry, uint32_t flags);

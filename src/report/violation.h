@@ -7,8 +7,8 @@
 #include <cstdint>
 
 // Reports every admitted stream that ever exceeded its medium time.
-uint32_t tspec_violation_report_notify();
+int32_t tspec_violation_report_notify();
 
 // Reports traffic on an access category (ac_idx) without an admitted stream;
 // msg names the client.
-uint32_t tspec_unauth_traffic_report_notify(const tspec_mapd_msg_t &msg, uint8_t ac_idx);
+int32_t tspec_unauth_traffic_report_notify(const tspec_mapd_msg_t &msg, uint8_t ac_idx);

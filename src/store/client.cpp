@@ -2,36 +2,24 @@
 
 #include "core/text.h"
 #include "core/trace.h"
+#include "store/ledger.h"
 
 #include <cstdlib>
 #include <cstring>
 
+#define TSPEC_TRACE_NAME __func__
+
 tspec_rec_t *tspec_rec_get(const uint8_t *mac)
 {
     if (mac == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameters\r\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameters\r\n");
         return nullptr;
     }
-    tspec_rec_found_t &found = tspec_cb->rec_found;
-    if (found.rec != nullptr && tspec_rec_is_of(*found.rec, mac)) {
-        return found.rec;
+    tspec_rec_t *rec = tspec_cb->rec_head;
+    while (rec != nullptr && memcmp(rec->sta_mac, mac, TSPEC_MAC_LEN) != 0) {
+        rec = rec->next;
     }
-    tspec_rec_t *previous = nullptr;
-    for (tspec_rec_t *rec = tspec_cb->rec_head; rec != nullptr; rec = rec->next) {
-        if (tspec_rec_is_of(*rec, mac)) {
-            found = {rec, previous};
-            tspec_cb->load_survey.valid = 0; // it left out another client
-            return rec;
-        }
-        previous = rec;
-    }
-    return nullptr;
-}
-
-void tspec_rec_found_forget()
-{
-    tspec_cb->rec_found = {};
-    tspec_cb->load_survey.valid = 0;
+    return rec;
 }
 
 static void own_entries(tspec_rec_t *rec)
@@ -45,25 +33,35 @@ static void own_entries(tspec_rec_t *rec)
 
 static void append(tspec_rec_t *rec)
 {
-    if (tspec_cb->rec_head == nullptr) {
+    rec->previous = tspec_cb->rec_tail;
+    if (rec->previous == nullptr) {
         tspec_cb->rec_head = rec;
     } else {
-        tspec_cb->rec_tail->next = rec;
+        rec->previous->next = rec;
     }
-    if (tspec_cb->rec_found.rec != nullptr) {
-        tspec_cb->load_survey.valid = 0;
-    }
-    tspec_cb->rec_found = {rec, tspec_cb->rec_tail};
     tspec_cb->rec_tail = rec;
 }
 
-tspec_rec_t *tspec_rec_create(const uint8_t *mac)
+tspec_rec_t *tspec_rec_add(const uint8_t *mac)
 {
+    if (mac == nullptr) {
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameters\r\n");
+        return nullptr;
+    }
+    return tspec_rec_add(mac, tspec_rec_get(mac));
+}
+
+tspec_rec_t *tspec_rec_add(const uint8_t *mac, tspec_rec_t *found)
+{
+    if (found != nullptr) {
+        TSPEC_TRACE(TSPEC_TRACE_INFO, "TSPEC record already exists for client %s\r\n",
+                    tspec_mac_text(mac).text);
+        return found;
+    }
     auto *const rec = static_cast<tspec_rec_t *>(calloc(1, sizeof(tspec_rec_t)));
     if (rec == nullptr) {
-        TSPEC_TRACE_AS("tspec_rec_add", TSPEC_TRACE_INFO,
-                       "%s:Cannot allocate new TSPEC record for client %s\r\n",
-                       tspec_mac_text(mac).text);
+        TSPEC_TRACE(TSPEC_TRACE_INFO, "Cannot allocate new TSPEC record for client %s\r\n",
+                    tspec_mac_text(mac).text);
         return nullptr;
     }
     own_entries(rec);
@@ -71,58 +69,15 @@ tspec_rec_t *tspec_rec_create(const uint8_t *mac)
     return rec;
 }
 
-tspec_rec_t *tspec_rec_add(const uint8_t *mac)
+static bool is_in_list(const tspec_rec_t *rec)
 {
-    if (mac == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Invalid input parameters\r\n");
-        return nullptr;
-    }
-    tspec_rec_t *const rec = tspec_rec_get(mac);
-    if (rec == nullptr) {
-        return tspec_rec_create(mac);
-    }
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:TSPEC record already exists for client %s\r\n",
-                tspec_mac_text(mac).text);
-    return rec;
+    return rec->previous != nullptr || tspec_cb->rec_head == rec;
 }
 
-// Stores the record in front. False when the record is not in the list.
-static bool find_previous(const tspec_rec_t *rec, tspec_rec_t *&previous)
+static void unlink(tspec_rec_t *rec)
 {
-    if (tspec_cb->rec_found.rec == rec) {
-        previous = tspec_cb->rec_found.previous;
-        return true;
-    }
-    previous = nullptr;
-    for (tspec_rec_t *at = tspec_cb->rec_head; at != rec; at = at->next) {
-        if (at == nullptr) {
-            return false;
-        }
-        previous = at;
-    }
-    return true;
-}
-
-// Takes the record off the list. False when it is not in the list.
-static bool unlink(tspec_rec_t *rec)
-{
-    tspec_rec_t *previous;
-    if (!find_previous(rec, previous)) {
-        return false;
-    }
-    if (tspec_cb->rec_found.rec != rec) {
-        tspec_cb->load_survey.valid = 0;
-    }
-    tspec_cb->rec_found = {};
-    if (previous == nullptr) {
-        tspec_cb->rec_head = rec->next;
-    } else {
-        previous->next = rec->next;
-    }
-    if (tspec_cb->rec_tail == rec) {
-        tspec_cb->rec_tail = previous;
-    }
-    return true;
+    (rec->previous == nullptr ? tspec_cb->rec_head : rec->previous->next) = rec->next;
+    (rec->next == nullptr ? tspec_cb->rec_tail : rec->next->previous) = rec->previous;
 }
 
 // dman's walk must not go on from a record that is gone.
@@ -136,28 +91,30 @@ static void take_cursor_off(const tspec_rec_t *rec)
 
 int32_t tspec_rec_delete(tspec_rec_t *rec)
 {
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Entry\r\n");
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "Entry\r\n");
     if (rec == nullptr) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "%s:Exit - Invalid input parameter\r\n");
+        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Exit - Invalid input parameter\r\n");
         return -1;
     }
-    if (unlink(rec)) {
+    if (is_in_list(rec)) {
+        unlink(rec);
         take_cursor_off(rec);
+        tspec_ledger_remove(*rec);
         explicit_bzero(rec, sizeof(*rec)); // a memset before free would be left out
         free(rec);
     }
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:Exit - Success\r\n");
+    TSPEC_TRACE(TSPEC_TRACE_INFO, "Exit - Success\r\n");
     return 0;
 }
 
-int32_t tspec_rec_is_empty(const tspec_rec_t *rec)
+bool tspec_rec_is_empty(const tspec_rec_t *rec)
 {
     for (const auto &bank : rec->streams) {
         for (const tspec_ts_rec_t &entry : bank) {
             if (entry.state != TSPEC_TS_FREE) {
-                return 0;
+                return false;
             }
         }
     }
-    return 1;
+    return true;
 }

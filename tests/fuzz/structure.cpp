@@ -5,7 +5,6 @@
 
 #include "core/control_block.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -52,30 +51,6 @@ Difference broken_entry(const tspec_rec_t &rec, const tspec_ts_rec_t &entry, siz
     return std::nullopt;
 }
 
-Difference broken_load(const tspec_rec_t &rec, size_t ac_idx)
-{
-    uint32_t streams = 0;
-    uint32_t time = 0;
-    for (const auto &bank : rec.streams) {
-        const tspec_ts_rec_t &entry = bank[ac_idx];
-        if (entry.state == TSPEC_TS_ADMITTED) {
-            const bool both_ways = entry.dir == TSPEC_DIR_BIDIRECTIONAL;
-            streams++;
-            time += entry.params.ie.medium_time * (both_ways ? 2U : 1U);
-        }
-    }
-    if (rec.streams[TSPEC_BANK_PRIMARY][ac_idx].state != TSPEC_TS_ADMITTED) {
-        streams = time = 0;
-    }
-    const uint32_t num_active = rec.load.num_active[ac_idx];
-    const uint32_t med_time = rec.load.med_time[ac_idx];
-    if (num_active == streams && med_time == time) {
-        return std::nullopt;
-    }
-    return text("a load of %u streams and %u on access category %zu instead of %u and %u",
-                num_active, med_time, ac_idx, streams, time);
-}
-
 Difference broken_record(const tspec_rec_t &rec)
 {
     bool in_use = false;
@@ -85,11 +60,6 @@ Difference broken_record(const tspec_rec_t &rec)
                 return broken;
             }
             in_use = in_use || bank[ac_idx].state != TSPEC_TS_FREE;
-        }
-    }
-    for (size_t ac_idx = 0; ac_idx < TSPEC_NUM_ACS; ac_idx++) {
-        if (auto broken = broken_load(rec, ac_idx)) {
-            return broken;
         }
     }
     if (!in_use) {
@@ -104,34 +74,75 @@ Difference broken_record(const tspec_rec_t &rec)
     return std::nullopt;
 }
 
-// A survey that holds must be what a walk would find now.
-Difference broken_survey()
-{
-    const tspec_load_survey_t &survey = tspec_cb->load_survey;
-    if (survey.valid == 0) {
-        return std::nullopt;
-    }
-    tspec_load_sum_t expected[TSPEC_NUM_RADIOS][TSPEC_VAPS_PER_RADIO + 1]{};
-    for (const tspec_rec_t *rec = tspec_cb->rec_head; rec != nullptr; rec = rec->next) {
-        const uint32_t num_active = rec->load.num_active[survey.ac_idx];
-        if (rec == tspec_cb->rec_found.rec || num_active == 0) {
-            continue;
+// What the records add up to, by the entries alone.
+struct Sums {
+    uint32_t num_active = 0;
+    uint32_t num_clients = 0;
+    uint32_t num_roam_clients = 0;
+    uint32_t med_time = 0;
+
+    bool operator==(const Sums &) const = default;
+
+    void add(const tspec_rec_t &rec, size_t ac_idx)
+    {
+        if (rec.streams[TSPEC_BANK_PRIMARY][ac_idx].state != TSPEC_TS_ADMITTED) {
+            return;
         }
-        const size_t place = std::min<size_t>(rec->vap, TSPEC_VAPS_PER_RADIO);
-        tspec_load_sum_t &sum = expected[rec->radio_unit - 1][place];
-        sum.num_active += num_active;
-        sum.num_clients++;
-        sum.num_roam_clients += rec->roam_flag;
-        sum.med_time += rec->load.med_time[survey.ac_idx];
+        num_clients++;
+        num_roam_clients += rec.roam_flag != 0 ? 1 : 0;
+        for (const auto &bank : rec.streams) {
+            const tspec_ts_rec_t &entry = bank[ac_idx];
+            if (entry.state == TSPEC_TS_ADMITTED) {
+                num_active++;
+                med_time +=
+                    entry.params.ie.medium_time * (entry.dir == TSPEC_DIR_BIDIRECTIONAL ? 2U : 1U);
+            }
+        }
+    }
+};
+
+Sums figures(const tspec_stats_entry_t &entry)
+{
+    return {entry.num_active, entry.num_clients, entry.num_roam_clients, entry.med_time_admitted};
+}
+
+struct Expected {
+    Sums access_point;
+    Sums radio[TSPEC_NUM_RADIOS];
+    Sums vap[TSPEC_NUM_RADIOS][TSPEC_VAPS_PER_RADIO];
+};
+
+Expected walk(size_t ac_idx)
+{
+    Expected expected;
+    for (const tspec_rec_t *rec = tspec_cb->rec_head; rec != nullptr; rec = rec->next) {
+        const size_t radio = rec->radio_unit - 1U;
+        expected.access_point.add(*rec, ac_idx);
+        expected.radio[radio].add(*rec, ac_idx);
+        if (rec->vap < TSPEC_VAPS_PER_RADIO) {
+            expected.vap[radio][rec->vap].add(*rec, ac_idx);
+        }
+    }
+    expected.access_point.med_time = 0; // has no such figure
+    return expected;
+}
+
+Difference broken_ledger(size_t ac_idx)
+{
+    const tspec_ac_stats_t &ledger = tspec_cb->ledger[ac_idx];
+    const Expected expected = walk(ac_idx);
+    if (expected.access_point !=
+        Sums{ledger.num_active, ledger.num_clients, ledger.num_roam_clients, 0}) {
+        return text("the ledger of access category %zu", ac_idx);
     }
     for (size_t radio = 0; radio < TSPEC_NUM_RADIOS; radio++) {
-        for (size_t place = 0; place <= TSPEC_VAPS_PER_RADIO; place++) {
-            const bool in_use = expected[radio][place].num_clients != 0;
-            if (std::memcmp(&expected[radio][place], &survey.by_vap[radio][place],
-                            sizeof(tspec_load_sum_t)) != 0 ||
-                ((survey.in_use[radio] >> place & 1U) != 0) != in_use) {
-                return text("the survey of access category %u on radio %zu, VAP %zu", survey.ac_idx,
-                            radio, place);
+        if (expected.radio[radio] != figures(ledger.radio[radio])) {
+            return text("the ledger of access category %zu on radio %zu", ac_idx, radio);
+        }
+        for (size_t vap = 0; vap < TSPEC_VAPS_PER_RADIO; vap++) {
+            if (expected.vap[radio][vap] != figures(ledger.vap[radio][vap])) {
+                return text("the ledger of access category %zu on radio %zu, VAP %zu", ac_idx,
+                            radio, vap);
             }
         }
     }
@@ -153,9 +164,7 @@ bool is_known_before(const tspec_rec_t &rec)
 Difference broken_structure()
 {
     const tspec_client_ts_cursor_t &cursor = tspec_cb->client_ts_cursor;
-    const tspec_rec_found_t &found = tspec_cb->rec_found;
     const tspec_rec_t *last = nullptr;
-    bool client_found = found.rec == nullptr;
     bool cursor_found = cursor.rec == nullptr;
     size_t count = 0;
     for (const tspec_rec_t *rec = tspec_cb->rec_head; rec != nullptr; rec = rec->next) {
@@ -165,21 +174,22 @@ Difference broken_structure()
         if (auto broken = broken_record(*rec)) {
             return broken;
         }
+        if (rec->previous != last) {
+            return "client " + client_text(*rec) + " does not know who is before it";
+        }
         if (is_known_before(*rec)) {
             return "client " + client_text(*rec) + " is there twice";
         }
         cursor_found = cursor_found || rec == cursor.rec;
-        client_found = client_found || (rec == found.rec && last == found.previous);
         last = rec;
     }
     if (tspec_cb->rec_tail != last) {
         return "the tail is not the last client";
     }
-    if (auto broken = broken_survey()) {
-        return broken;
-    }
-    if (!client_found) {
-        return "the client found last is gone or moved";
+    for (size_t ac_idx = 0; ac_idx < TSPEC_NUM_ACS; ac_idx++) {
+        if (auto broken = broken_ledger(ac_idx)) {
+            return broken;
+        }
     }
     if (!cursor_found) {
         return "dman's walk is at a client that is gone";

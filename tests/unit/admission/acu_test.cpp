@@ -730,7 +730,7 @@ TEST_F(AcuMessage, IsTracedWithTheRadiosUtilisation)
                   [&] { processed(other_radio); });
 }
 
-TEST_F(AcuMessage, AnAdmittedRequestBecomesTheResponseAndIsHandedOn)
+TEST_F(AcuMessage, AnAdmittedRequestBecomesTheResponse)
 {
     add_pending_stream();
     MapdMessage response = request(2);
@@ -739,11 +739,7 @@ TEST_F(AcuMessage, AnAdmittedRequestBecomesTheResponseAndIsHandedOn)
     response.result_code = 0;
     EXPECT_TRUE(same_bytes(processed(request(1)), mapd_message(response)));
     EXPECT_EQ(625, admitted(1, 3));
-    EXPECT_EQ(1, entry_at(CLIENT_A, 0, 3).state);
-    const std::vector<Sent> datagrams = sent();
-    ASSERT_EQ(1U, datagrams.size());
-    EXPECT_EQ(HOSTAPD_PORT, datagrams[0].port);
-    EXPECT_EQ(0U, get32(datagrams[0].bytes, 132));
+    EXPECT_TRUE(nothing_more_sent()) << "the caller passes it on";
 }
 
 TEST_F(AcuMessage, ARefusedRequestLosesItsMediumTime)
@@ -757,11 +753,6 @@ TEST_F(AcuMessage, ARefusedRequestLosesItsMediumTime)
     response.result_code = REFUSED;
     EXPECT_TRUE(same_bytes(processed(request(1)), mapd_message(response)));
     EXPECT_EQ(0, admitted(1, 3));
-    EXPECT_TRUE(clients().empty());
-    const std::vector<Sent> datagrams = sent();
-    ASSERT_EQ(1U, datagrams.size());
-    EXPECT_EQ(3U, get32(datagrams[0].bytes, 132));
-    EXPECT_EQ(0, get16(datagrams[0].bytes, 64 + 62));
 }
 
 TEST_F(AcuMessage, ARequestWithoutMediumTimeIsAnsweredAsInvalid)
@@ -770,9 +761,6 @@ TEST_F(AcuMessage, ARequestWithoutMediumTimeIsAnsweredAsInvalid)
     MapdMessage without_time = request(1);
     without_time.tspec.medium_time = 0;
     EXPECT_EQ(INVALID_PARAMETERS, get8(processed(without_time), 119));
-    const std::vector<Sent> datagrams = sent();
-    ASSERT_EQ(1U, datagrams.size());
-    EXPECT_EQ(1U, get32(datagrams[0].bytes, 132));
 }
 
 TEST_F(AcuMessage, AnUnknownAccessCategoryIsRefused)
@@ -784,15 +772,6 @@ TEST_F(AcuMessage, AnUnknownAccessCategoryIsRefused)
     response.result_code = REFUSED;
     EXPECT_TRUE(same_bytes(processed(request(1), 4), mapd_message(response)));
     EXPECT_EQ(0, admitted(1, 3));
-}
-
-TEST_F(AcuMessage, AFailedAnswerDoesNotFailTheDecision)
-{
-    add_pending_stream();
-    fail_next_send();
-    processed(request(1));
-    EXPECT_TRUE(clients().empty()) << "hostapd was not told";
-    EXPECT_EQ(625, admitted(1, 3)) << "nothing gives the time back here";
 }
 
 TEST_F(AcuMessage, ADeletionGivesTimeBackAndAnswersNobody)

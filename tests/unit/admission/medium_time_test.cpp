@@ -333,4 +333,15 @@ TEST_F(MediumTimeTest, NeitherAHandlerNorAMaskKeepsTheProcessAlive)
 }
 
 } // namespace
+TEST(MediumTime, OnlyBidirectionalStreamsCountTwice)
+{
+    for (uint32_t time = 0; time < 65536; time++) {
+        const auto medium_time = static_cast<uint16_t>(time);
+        ASSERT_EQ(tspec_medium_time_both_ways(medium_time, 0), time);
+        ASSERT_EQ(tspec_medium_time_both_ways(medium_time, 1), time);
+        ASSERT_EQ(tspec_medium_time_both_ways(medium_time, 2), time);
+        ASSERT_EQ(tspec_medium_time_both_ways(medium_time, 3), 2 * time) << "does not wrap";
+    }
+}
+
 } // namespace tspec::test

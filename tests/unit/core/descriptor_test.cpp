@@ -29,16 +29,6 @@ TEST_F(Descriptor, IsClosedAtTheEndOfItsHolder)
     EXPECT_THAT(platform.open_descriptors(), IsEmpty());
 }
 
-TEST_F(Descriptor, IsNotClosedWhenReleased)
-{
-    {
-        tspec_descriptor_t holder(tspec_datagram_socket(AF_UNIX));
-        EXPECT_EQ(holder.release(), 3);
-        EXPECT_FALSE(holder.valid());
-    }
-    EXPECT_THAT(platform.open_descriptors(), ElementsAre(3));
-}
-
 TEST_F(Descriptor, Minus1IsNoneAnd0IsOne)
 {
     {

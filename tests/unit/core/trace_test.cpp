@@ -133,10 +133,12 @@ TEST_F(Trace, AFailingConsoleIsNoConcernOfTheDaemon)
     EXPECT_TRUE(Console::instance().take().ends_with("Tspec(1,1): seen\n\r"));
 }
 
+#define TSPEC_TRACE_NAME __func__
+
 void trace_from_a_function(uint32_t level)
 {
-    TSPEC_TRACE(level, "%s:Entry\r\n");
-    TSPEC_TRACE(level, "%s:value %d\r\n", 7);
+    TSPEC_TRACE(level, "Entry\r\n");
+    TSPEC_TRACE(level, "value %d\r\n", 7);
 }
 
 TEST_F(Trace, TheMacroNamesTheFunction)
@@ -153,10 +155,10 @@ TEST_F(Trace, TheMacroEvaluatesItsArgumentsOnlyWhenItPrints)
 {
     int evaluated = 0;
     const auto argument = [&] { return ++evaluated; };
-    TSPEC_TRACE(4, "%s:%d\r\n", argument());
+    TSPEC_TRACE(4, "%d\r\n", argument());
     EXPECT_EQ(evaluated, 0);
     set_trace(4);
-    TSPEC_TRACE(4, "%s:%d\r\n", argument());
+    TSPEC_TRACE(4, "%d\r\n", argument());
     EXPECT_EQ(evaluated, 1);
 }
 

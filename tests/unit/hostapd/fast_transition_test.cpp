@@ -3,6 +3,7 @@
 #include "hostapd/request_test.h"
 
 #include "hostapd/fast_transition.h"
+#include "store/client.h"
 
 namespace tspec::test {
 namespace {
@@ -99,16 +100,6 @@ TEST_F(FastTransitionTest, OnBestEffortOrBackgroundIsStoredButNotBooked)
         EXPECT_EQ(0, admitted(1, ac_idx));
         EXPECT_EQ(0, fbt_admitted(1, ac_idx));
     }
-}
-
-TEST_F(FastTransitionTest, IsBookedOnTheCallersAccessCategoryAndStoredOnItsOwn)
-{
-    EXPECT_EQ(0, book(transition(VO), VI));
-    EXPECT_EQ(ADMITTED, entry_at(CLIENT_A, 0, VO).state);
-    EXPECT_EQ(VO, entry_at(CLIENT_A, 0, VO).ac_idx);
-    EXPECT_EQ(400, fbt_admitted(1, VI));
-    EXPECT_EQ(0, fbt_admitted(1, VO));
-    EXPECT_THAT(changed_acs(), testing::ElementsAre(VO));
 }
 
 TEST_F(FastTransitionTest, IsTraced)
@@ -294,7 +285,10 @@ class OrdinaryAfterTransition : public FastTransitionTest {
   protected:
     static void delete_before(const HostapdMessage &message, uint8_t ac_idx = VO)
     {
-        tspec_fbt_ts_delete(as_struct<tspec_hostapd_msg_t>(hostapd_message(message)), ac_idx, 148);
+        const auto msg = as_struct<tspec_hostapd_msg_t>(hostapd_message(message));
+        if (tspec_rec_t *rec = tspec_rec_get(msg.sta_mac)) {
+            tspec_fbt_ts_delete(rec, msg, ac_idx, 148);
+        }
     }
 
     static HostapdMessage addts() { return request(1); }

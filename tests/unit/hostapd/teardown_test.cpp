@@ -2,6 +2,7 @@
 // events that end none: exceeded time and unauthorised traffic.
 #include "hostapd/request_test.h"
 
+#include "hostapd/disassociation.h"
 #include "hostapd/teardown.h"
 
 namespace tspec::test {
@@ -192,18 +193,6 @@ TEST_F(DeltsTest, OfAnUnknownStreamIsNotForwarded)
             },
             arrange);
     }
-}
-
-TEST_F(DeltsTest, OfAStreamWithoutItsClientIsNotForwarded)
-{
-    set_managed();
-    tspec_ts_rec_t *const entry = add_voice(add_client_a());
-    tspec_rec_t *const client = entry->owner;
-    entry->owner = nullptr;
-    EXPECT_EQ(-1, handle(request(DELTS)));
-    EXPECT_EQ(ADMITTED, entry->state);
-    EXPECT_TRUE(nothing_more_sent());
-    entry->owner = client;
 }
 
 TEST_F(DeltsTest, WithoutAStreamOnItsAccessCategoryFailsAndIsNotForwarded)

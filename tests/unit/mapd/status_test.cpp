@@ -3,6 +3,8 @@
 #include "hostapd/room_test.h"
 
 #include "mapd/status.h"
+#include "store/ledger.h"
+#include "store/snapshot.h"
 
 namespace tspec::test {
 namespace {
@@ -110,6 +112,9 @@ TEST_F(StatusTest, EachStreamIsCountedWhereItsClientIs)
     clients()[1]->roam_flag = 1;
     add_voice_client(CLIENT_C, 2, 15, 300, BIDIRECTIONAL);
     clients()[2]->roam_flag = 255;
+    for (tspec_rec_t *client : clients()) {
+        tspec_ledger_update(*client);
+    }
     tspec_ts_status_update(VO);
 
     EXPECT_EQ((std::vector<uint32_t>{3, 3, 2}), access_point());

@@ -1,8 +1,9 @@
 // Streams that a newly admitted one replaces: which, and how they are cleaned up.
 #include "hostapd/request_test.h"
 
-#include "mapd/status.h"
+#include "mapd/cleanup.h"
 #include "mapd/superseded.h"
+#include "store/snapshot.h"
 
 namespace tspec::test {
 namespace {
@@ -143,13 +144,10 @@ TEST_F(SupersededTest, ACleanUpTakesTheTimeOutOfTheRecordsRadio)
     EXPECT_EQ(2U, get32(datagrams[0].bytes, 136));
 }
 
-TEST_F(SupersededTest, ACleanUpNeedsAStreamAndItsClient)
+TEST_F(SupersededTest, ACleanUpNeedsAStream)
 {
-    tspec_ts_rec_t orphan = {};
-    orphan.state = ADMITTED;
     expect_traces(CLEANUP, {}, [&] {
         EXPECT_EQ(-1, tspec_old_ts_cleanup(nullptr, 15));
-        EXPECT_EQ(-1, tspec_old_ts_cleanup(&orphan, 15));
         EXPECT_TRUE(nothing_more_sent());
     });
 }

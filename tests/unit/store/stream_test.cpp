@@ -454,11 +454,11 @@ TEST_F(Streams, NoneIsDeletedOnAnAccessCategoryThatDoesNotExist)
             "tspec_ts_rec_delete_tid:Failed to find tspec record for client 00:11:22:33:44:55 "
             "with AC " +
                 std::to_string(ac_idx) + "\r\n",
-            [this, ac_idx] { tspec_rec_ts_delete_tid(clients()[0], ac_idx, 3); }));
+            [this, ac_idx] { tspec_ts_rec_delete_tid(clients()[0], ac_idx, 3); }));
     }
     restart();
     add_stream(a, {.bank = 1, .ac_idx = 0, .tid = 3});
-    EXPECT_EQ(tspec_rec_ts_delete_tid(a, 4, 3), -1);
+    EXPECT_EQ(tspec_ts_rec_delete_tid(a, 4, 3), -1);
     EXPECT_EQ(tspec_cb->ts_count, 1);
 }
 

@@ -2,9 +2,8 @@
 
 #include "core/daemon.h"
 #include "core/dispatch.h"
-#include "store/load.h"
+#include "store/ledger.h"
 
-#include <cstddef>
 #include <cstring>
 #include <numeric>
 #include <utility>
@@ -157,6 +156,7 @@ tspec_rec_t *DaemonTest::add_client(const Mac &mac, uint8_t radio_unit, uint8_t 
             entry.owner = record;
         }
     }
+    record->previous = tspec_cb->rec_tail;
     if (tspec_cb->rec_tail == nullptr) {
         tspec_cb->rec_head = record;
     } else {
@@ -185,7 +185,7 @@ tspec_ts_rec_t *DaemonTest::add_stream(tspec_rec_t *client, const Stream &stream
     entry.excess_usage_events = stream.excess;
     entry.pend.tid = stream.pend_tid;
     entry.pend.dir = stream.pend_direction;
-    tspec_rec_load_update(*client, stream.ac_idx);
+    tspec_ledger_update(*client);
     tspec_cb->ts_count++;
     return &entry;
 }
@@ -202,7 +202,7 @@ std::vector<tspec_rec_t *> DaemonTest::clients()
 Bytes DaemonTest::snapshot()
 {
     const auto *block = reinterpret_cast<const uint8_t *>(tspec_cb);
-    Bytes bytes(block, block + offsetof(tspec_cb_t, rec_found));
+    Bytes bytes(block, block + sizeof(*tspec_cb));
     for (const tspec_rec_t *record : clients()) {
         const auto *data = reinterpret_cast<const uint8_t *>(record);
         bytes.insert(bytes.end(), data, data + sizeof(*record));

@@ -1,4 +1,4 @@
-#include "mapd/ie.h"
+#include "core/element.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // The two forms of a TSPEC.
 #include "hostapd/room_test.h"
 
-#include "mapd/ie.h"
+#include "core/element.h"
 
 namespace tspec::test {
 namespace {

@@ -130,7 +130,7 @@ static void ask_frame_duration(void)
     fd_set set;
     FD_ZERO(&set);
     FD_SET(sock, &set);
-    struct timeval timeout = 2;
+    struct timeval timeout = {2, 0};
     if (select(sock + 1, &set, NULL, NULL, &timeout) == 1) {
         socklen_t length = sizeof address;
         recvfrom(sock, &answer, sizeof answer, 0, (struct sockaddr *)&address, &length);
@@ -244,7 +244,7 @@ static _Noreturn void loop(void)
         FD_SET(udp_sock, &set);
         FD_SET(cli_sock, &set);
         FD_SET(dman_sock, &set);
-        struct timeval timeout = 1;
+        struct timeval timeout = {1, 0};
         if (select(cli_sock + 1, &set, NULL, NULL, &timeout) > 0) {
             if (FD_ISSET(udp_sock, &set)) {
                 serve_peers();

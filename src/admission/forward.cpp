@@ -47,7 +47,7 @@ tspec_mapd_msg_t tspec_build_mapd_delts_msg(const tspec_ts_rec_t &entry, const u
                                             uint8_t ac_idx)
 {
     const tspec_rec_t &rec = *entry.owner;
-    tspec_mapd_msg_t msg = tspec_new_mapd_msg(TSPEC_DELTS_REQ_CMD);
+    auto msg = tspec_new_msg<tspec_mapd_msg_t>(TSPEC_DELTS_REQ_CMD);
     memcpy(msg.peer_addr1, rec.peer_addr1, sizeof(msg.peer_addr1));
     memcpy(msg.peer_addr2, rec.peer_addr2, sizeof(msg.peer_addr2));
     memcpy(msg.sta_mac, rec.sta_mac, sizeof(msg.sta_mac));

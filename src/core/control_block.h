@@ -68,14 +68,19 @@ struct tspec_ts_rec_t {
     tspec_ts_pending_t pend;
 };
 
-// What a client adds to the load of the access point: by access category, on one
-// radio and VAP.
-struct tspec_rec_load_t {
+// What some clients hold together, or what one of them does, on one access category.
+struct tspec_load_t {
+    uint32_t num_active; // admitted streams
+    uint32_t num_clients;
+    uint32_t num_roam_clients;
+    uint32_t med_time; // in 32-microsecond units per second
+};
+
+// What the ledger holds of a client, and where.
+struct tspec_rec_entered_t {
     uint8_t radio_unit; // 0 until the first stream is booked
     uint8_t vap;
-    uint8_t roam_flag;
-    uint8_t num_active[TSPEC_NUM_ACS]; // admitted streams; 0 unless the primary one is
-    uint32_t med_time[TSPEC_NUM_ACS];  // theirs, in 32-microsecond units per second
+    tspec_load_t load[TSPEC_NUM_ACS];
 };
 
 // One client station. Allocated with the client's first stream, freed when its
@@ -88,8 +93,8 @@ struct tspec_rec_t {
     uint8_t radio_unit;             // 1 or 2
     uint8_t vap;
     uint8_t roam_flag;
-    uint8_t fbt_flag;         // set up by a fast transition whose time is still booked
-    tspec_rec_load_t entered; // what the ledger holds of this client
+    uint8_t fbt_flag;            // set up by a fast transition whose time is still booked
+    tspec_rec_entered_t entered; // see store/ledger.h
     uint8_t peer_addr1[TSPEC_MAC_LEN];
     uint8_t peer_addr2[TSPEC_MAC_LEN];
     uint8_t ssid[TSPEC_SSID_LEN + 1];

@@ -33,30 +33,35 @@ static void add(int32_t fd, fd_set &set)
     }
 }
 
+// What the loop waits for; the sockets stay the same as long as it runs.
+static fd_set all_sockets()
+{
+    fd_set set;
+    FD_ZERO(&set);
+    add(tspec_cb->tspec_sock, set);
+    add(cli_sock, set);
+    add(dman_sock, set);
+    return set;
+}
+
 static bool ready(int32_t fd, const fd_set &set)
 {
     return present(fd) && FD_ISSET(fd, &set);
 }
 
-// Waits up to a second for a datagram on any socket. Leaves in the set those that
-// have one; an error leaves none.
-static void wait_for_datagrams(fd_set &set)
+// Waits up to a second for a datagram on any socket of the set and leaves in it those
+// that have one. Whether there are any.
+static bool wait_for_datagrams(fd_set &set)
 {
-    FD_ZERO(&set);
-    add(tspec_cb->tspec_sock, set);
-    add(cli_sock, set);
-    add(dman_sock, set);
     timeval timeout = {1, 0};
     const int32_t highest = std::max({tspec_cb->tspec_sock, cli_sock, dman_sock});
-    if (select(highest + 1, &set, nullptr, nullptr, &timeout) != -1) {
-        return;
-    }
-    if (errno == EINTR) {
+    const int32_t count = select(highest + 1, &set, nullptr, nullptr, &timeout);
+    if (count == -1 && errno == EINTR) {
         TSPEC_TRACE(TSPEC_TRACE_ERROR, " select() received unexpected interrupt signal\r\n");
-    } else {
+    } else if (count == -1) {
         TSPEC_TRACE(TSPEC_TRACE_ERROR, " select() error, errno=%d\r\n", errno);
     }
-    FD_ZERO(&set);
+    return count > 0;
 }
 
 static void serve_peers(recv_buf_t &buf)
@@ -96,6 +101,20 @@ static void serve_operator()
     tspec_ledger_check();
 }
 
+// One datagram of each socket that has one.
+static void serve(const fd_set &set, recv_buf_t &buf)
+{
+    if (ready(tspec_cb->tspec_sock, set)) {
+        serve_peers(buf);
+    }
+    if (ready(dman_sock, set)) {
+        serve_dman(buf);
+    }
+    if (ready(cli_sock, set)) {
+        serve_operator();
+    }
+}
+
 // Violation reports run once an interval. Both times are 32-bit seconds, so the
 // interval has also elapsed when the clock was set back.
 static void run_due_violation_reports()
@@ -128,17 +147,12 @@ void tspec_main_loop()
     // that came short sees what an earlier one left behind.
     static recv_buf_t buf;
 
+    const fd_set sockets = all_sockets();
+
     for (;;) {
-        fd_set set;
-        wait_for_datagrams(set);
-        if (ready(tspec_cb->tspec_sock, set)) {
-            serve_peers(buf);
-        }
-        if (ready(dman_sock, set)) {
-            serve_dman(buf);
-        }
-        if (ready(cli_sock, set)) {
-            serve_operator();
+        fd_set set = sockets;
+        if (wait_for_datagrams(set)) {
+            serve(set, buf);
         }
         do_periodic_work();
     }

@@ -9,26 +9,13 @@
 #include <cstdint>
 #include <cstring>
 
-// In place, for a message of hostapd or mapd that is part of something larger.
+// A message of hostapd or mapd.
 template <typename Message>
-constexpr void tspec_start_msg(Message &msg, uint8_t cmd)
+constexpr Message tspec_new_msg(uint8_t cmd)
 {
-    msg = {};
+    Message msg = {};
     msg.msg_type = TSPEC_PEER_MSG;
     msg.cmd = cmd;
-}
-
-constexpr tspec_hostapd_msg_t tspec_new_hostapd_msg(uint8_t cmd)
-{
-    tspec_hostapd_msg_t msg = {};
-    tspec_start_msg(msg, cmd);
-    return msg;
-}
-
-constexpr tspec_mapd_msg_t tspec_new_mapd_msg(uint8_t cmd)
-{
-    tspec_mapd_msg_t msg = {};
-    tspec_start_msg(msg, cmd);
     return msg;
 }
 

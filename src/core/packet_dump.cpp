@@ -66,24 +66,24 @@ static void dump_direct(const uint8_t *msg, uint32_t len, uint32_t &pos)
     tspec_hex_dump(msg, clamped(len), pos);
 }
 
+static const char *plain_kind(uint8_t type)
+{
+    switch (type) {
+    case TSPEC_DMAN_CONFIG_MSG:
+        return "DMAN config msg";
+    case TSPEC_DMAN_STATUS_REQ_MSG:
+        return "DMAN status req msg";
+    default:
+        return "UNKNOWN";
+    }
+}
+
 // Messages without a structure of their own. The value shown is the second byte
 // for all of them.
 static void dump_plain(const uint8_t *msg, uint32_t len, uint32_t &pos)
 {
-    const int32_t shown_len = static_cast<int32_t>(len);
-    switch (msg[0]) {
-    case TSPEC_DMAN_CONFIG_MSG:
-        TSPEC_TRACE(TSPEC_TRACE_INFO, " DMAN config msg: 0x%x (%d), len %d\n", msg[1], msg[1],
-                    shown_len);
-        break;
-    case TSPEC_DMAN_STATUS_REQ_MSG:
-        TSPEC_TRACE(TSPEC_TRACE_INFO, " DMAN status req msg: 0x%x (%d), len %d\n", msg[1], msg[1],
-                    shown_len);
-        break;
-    default:
-        TSPEC_TRACE(TSPEC_TRACE_INFO, " UNKNOWN: 0x%x (%d), len %d\n", msg[1], msg[1], shown_len);
-        break;
-    }
+    TSPEC_TRACE(TSPEC_TRACE_INFO, " %s: 0x%x (%d), len %d\n", plain_kind(msg[0]), msg[1], msg[1],
+                static_cast<int32_t>(len));
     tspec_hex_dump(msg, clamped(len), pos);
 }
 

@@ -4,15 +4,12 @@
 #include "core/trace.h"
 #include "store/snapshot.h"
 
-#include <array>
 #include <cstring>
 
 #define TSPEC_TRACE_NAME __func__
 
 static constexpr uint32_t MICROSECONDS = 1000000;
-
-static constexpr std::array<uint8_t, TSPEC_NUM_ACS> UPDATE_ORDER = {TSPEC_AC_VI, TSPEC_AC_VO,
-                                                                    TSPEC_AC_BE, TSPEC_AC_BK};
+static constexpr uint32_t UPDATE_ORDER[] = {TSPEC_AC_VI, TSPEC_AC_VO, TSPEC_AC_BE, TSPEC_AC_BK};
 
 static void apply(const tspec_dman_config_msg_t &msg, tspec_radio_cfg_t &cfg)
 {
@@ -33,6 +30,22 @@ static void apply(const tspec_dman_config_msg_t &msg, tspec_radio_cfg_t &cfg)
     cfg.radio_param = static_cast<uint8_t>(msg.radio_param);
 }
 
+// Copies a message that came whole. One that came short is traced in the name of its
+// handler and left alone.
+template <typename Message>
+static bool read_message(const char *function, Message &message, const uint8_t *msg, uint32_t len)
+{
+    if (len < sizeof(message)) {
+        TSPEC_TRACE_PLAIN(
+            TSPEC_TRACE_DMAN,
+            "%s:Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n", function,
+            static_cast<int32_t>(sizeof(message)), static_cast<int32_t>(len));
+        return false;
+    }
+    memcpy(&message, msg, sizeof(message));
+    return true;
+}
+
 int32_t tspec_ts_config_msg_process(const uint8_t *msg, uint32_t len)
 {
     TSPEC_TRACE(TSPEC_TRACE_DMAN, "Entry\r\n");
@@ -41,19 +54,15 @@ int32_t tspec_ts_config_msg_process(const uint8_t *msg, uint32_t len)
         return -1;
     }
     tspec_dman_config_msg_t config;
-    if (len < sizeof(config)) {
-        TSPEC_TRACE(TSPEC_TRACE_DMAN,
-                    "Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n",
-                    static_cast<int32_t>(sizeof(config)), static_cast<int32_t>(len));
+    if (!read_message(__func__, config, msg, len)) {
         return 0;
     }
-    memcpy(&config, msg, sizeof(config));
     if (config.radio_if < 1 || config.radio_if > TSPEC_NUM_RADIOS) {
         TSPEC_TRACE(TSPEC_TRACE_ERROR, "Invalid radio_if parameter: %u\r\n", config.radio_if);
         return -1;
     }
     apply(config, tspec_cb->radio_cfg[config.radio_if - 1U]);
-    for (const uint8_t ac_idx : UPDATE_ORDER) {
+    for (const uint32_t ac_idx : UPDATE_ORDER) {
         tspec_ts_status_update(ac_idx);
     }
     return 0;
@@ -67,13 +76,8 @@ int32_t tspec_ts_config_violation_interval_process(const uint8_t *msg, uint32_t 
         return -1;
     }
     tspec_dman_violation_interval_msg_t config;
-    if (len < sizeof(config)) {
-        TSPEC_TRACE(TSPEC_TRACE_DMAN,
-                    "Error in config message from DMAN, length mismatch: exp=%d act=%d\r\n",
-                    static_cast<int32_t>(sizeof(config)), static_cast<int32_t>(len));
-        return 0;
+    if (read_message(__func__, config, msg, len)) {
+        tspec_cb->violation_interval = config.interval;
     }
-    memcpy(&config, msg, sizeof(config));
-    tspec_cb->violation_interval = config.interval;
     return 0;
 }

@@ -80,6 +80,20 @@ static void put_entry(tspec_dman_report_t &report, const reported_ac_t &ac,
     put_figures(report, "ts", ac, ENTRY_FIGURES, &entry);
 }
 
+// what: of which figures the report is.
+static int32_t send_report(const tspec_dman_report_t &report, const char *function,
+                           const char *what)
+{
+    if (tspec_dman_report_send(report, true) == 0) {
+        return 0;
+    }
+    char text[64];
+    snprintf(text, sizeof(text), "Error sending %s stats to dman.\n", what);
+    TSPEC_TRACE_PLAIN(TSPEC_TRACE_ERROR, "%s:%s", function, text);
+    perror(text);
+    return -1;
+}
+
 int32_t fill_and_send_ap_tspec_stats()
 {
     tspec_dman_report_t report = {};
@@ -87,12 +101,7 @@ int32_t fill_and_send_ap_tspec_stats()
         put_figures(report, "ts", ac, AP_FIGURES, &tspec_cb->ac_stats[ac.ac_idx]);
         put_figures(report, "tspec", ac, AP_TOTALS, &tspec_cb->ac_totals[ac.ac_idx]);
     }
-    if (tspec_dman_report_send(report, true) == 0) {
-        return 0;
-    }
-    TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error sending ap stats to dman.\n");
-    perror("Error sending ap stats to dman.\n");
-    return -1;
+    return send_report(report, __func__, "ap");
 }
 
 int32_t fill_and_send_radio_tspec_stats(uint32_t radio)
@@ -104,12 +113,7 @@ int32_t fill_and_send_radio_tspec_stats(uint32_t radio)
     for (const reported_ac_t &ac : REPORTED_ACS) {
         put_entry(report, ac, tspec_cb->ac_stats[ac.ac_idx].radio[radio]);
     }
-    if (tspec_dman_report_send(report, true) == 0) {
-        return 0;
-    }
-    TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error sending radio stats to dman.\n");
-    perror("Error sending radio stats to dman.\n");
-    return -1;
+    return send_report(report, __func__, "radio");
 }
 
 int32_t fill_and_send_vap_tspec_stats(uint32_t radio, uint32_t vap)
@@ -121,12 +125,7 @@ int32_t fill_and_send_vap_tspec_stats(uint32_t radio, uint32_t vap)
     for (const reported_ac_t &ac : REPORTED_ACS) {
         put_entry(report, ac, tspec_cb->ac_stats[ac.ac_idx].vap[radio][vap]);
     }
-    if (tspec_dman_report_send(report, true) == 0) {
-        return 0;
-    }
-    TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error sending vap stats to dman.\n");
-    perror("Error sending vap stats to dman.\n");
-    return -1;
+    return send_report(report, __func__, "vap");
 }
 
 int32_t find_radio_string(const char *text)
@@ -147,30 +146,13 @@ int32_t find_vap_string(const char *text)
 
 static int32_t radio_report(const char *text)
 {
-    const int32_t radio = find_radio_string(text);
-    return radio == -1 ? -1 : fill_and_send_radio_tspec_stats(static_cast<uint32_t>(radio));
+    return fill_and_send_radio_tspec_stats(static_cast<uint32_t>(find_radio_string(text)));
 }
 
 static int32_t vap_report(const char *text)
 {
-    const int32_t radio = find_radio_string(text);
-    if (radio == -1) {
-        return -1;
-    }
-    return fill_and_send_vap_tspec_stats(static_cast<uint32_t>(radio),
+    return fill_and_send_vap_tspec_stats(static_cast<uint32_t>(find_radio_string(text)),
                                          static_cast<uint32_t>(find_vap_string(text)));
-}
-
-static int32_t first_stream_report()
-{
-    tspec_client_ts_first_get(&tspec_cb->client_ts_cursor);
-    return fill_and_send_tspec_client_data(&tspec_cb->client_ts_cursor);
-}
-
-static int32_t next_stream_report()
-{
-    tspec_client_ts_next_get(&tspec_cb->client_ts_cursor);
-    return fill_and_send_tspec_client_data(&tspec_cb->client_ts_cursor);
 }
 
 static bool equals(const char *text, const char *command)
@@ -203,10 +185,12 @@ int32_t tspec_process_dman_stats_msg(const uint8_t *text, uint32_t length)
         return vap_report(command.data());
     }
     if (equals(command.data(), TSPEC_DMAN_CLIENT_TS_FIRST)) {
-        return first_stream_report();
+        tspec_client_ts_first_get(&tspec_cb->client_ts_cursor);
+        return fill_and_send_tspec_client_data(&tspec_cb->client_ts_cursor);
     }
     if (equals(command.data(), TSPEC_DMAN_CLIENT_TS_NEXT)) {
-        return next_stream_report();
+        tspec_client_ts_next_get(&tspec_cb->client_ts_cursor);
+        return fill_and_send_tspec_client_data(&tspec_cb->client_ts_cursor);
     }
     TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error in status message DMAN, unknown command: %s\r\n",
                 command.data());

@@ -26,11 +26,22 @@ static constexpr size_t LINE_MAX_LENGTH = 255;
 static void write_interface_name(char (&name)[IFNAMSIZ], int32_t radio_unit, uint32_t vap)
 {
     const int32_t radio_idx = radio_unit - 1;
-    if (vap == 0) {
-        snprintf(name, sizeof(name), "wlan%d", radio_idx);
-    } else {
+    if (vap != 0) {
         snprintf(name, sizeof(name), "wlan%dvap%d", radio_idx, static_cast<int32_t>(vap));
+        return;
     }
+    strcpy(name, "wlan0");
+    name[4] = static_cast<char>('0' + radio_idx);
+}
+
+// In halves, and by the one call that the compiler does not make a string instruction
+// of: the C library clears them with vector stores.
+static void clear(reply_t &reply)
+{
+    static constexpr size_t HALF = TSPEC_DRIVER_REPLY_SIZE / 2;
+    explicit_bzero(reply.data(), HALF);
+    explicit_bzero(reply.data() + HALF, HALF);
+    reply.back() = '\0';
 }
 
 static int32_t query(int32_t sock, const uint8_t *sta_mac, int32_t radio_unit, uint32_t vap,
@@ -83,7 +94,8 @@ int32_t tspec_client_status_flags_get(const uint8_t *sta_mac, int32_t radio_unit
         TSPEC_TRACE(TSPEC_TRACE_ERROR, "Error opening socket - radio_unit=%u\r\n", shown_unit);
         return -1;
     }
-    reply_t reply = {};
+    reply_t reply;
+    clear(reply);
     if (query(sock, sta_mac, radio_unit, vap, reply) < 0) {
         // The descriptor stays open on purpose: failed queries can be counted
         // in the process's descriptors.

@@ -112,7 +112,7 @@ static tspec_outcome_t handle_stream_request(tspec_hostapd_req_t &req)
         TSPEC_TRACE(TSPEC_TRACE_HOSTAPD, "Accept TSPEC for AC %u and set medium time to 0\r\n",
                     req.ac_idx);
     }
-    tspec_start_msg(req.out, 0);
+    req.out = tspec_new_msg<tspec_mapd_msg_t>(0);
     const branch_t branch = branch_for(req.msg.cmd);
     if (branch == nullptr) {
         return tspec_finish(-1);

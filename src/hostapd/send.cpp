@@ -38,7 +38,7 @@ int32_t tspec_build_and_send_hostapd_addts_reject_msg(const tspec_hostapd_msg_t 
 static tspec_hostapd_msg_t build_hostapd_delts(const tspec_ts_rec_t &entry, uint32_t radio_idx)
 {
     const tspec_rec_t &rec = *entry.owner;
-    tspec_hostapd_msg_t msg = tspec_new_hostapd_msg(TSPEC_DELTS_CMD);
+    auto msg = tspec_new_msg<tspec_hostapd_msg_t>(TSPEC_DELTS_CMD);
     memcpy(msg.peer_addr1, rec.peer_addr1, sizeof(msg.peer_addr1));
     memcpy(msg.peer_addr2, rec.peer_addr2, sizeof(msg.peer_addr2));
     memcpy(msg.sta_addr, rec.sta_mac, sizeof(msg.sta_addr));

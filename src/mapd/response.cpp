@@ -111,7 +111,7 @@ static tspec_ts_rec_t *find_stream(const answer_t &answer, tspec_rec_t *client)
 static tspec_hostapd_msg_t build_reply(const answer_t &answer, const tspec_ts_rec_t &entry)
 {
     const tspec_rec_t &client = *entry.owner;
-    tspec_hostapd_msg_t reply = tspec_new_hostapd_msg(answer.msg.cmd);
+    auto reply = tspec_new_msg<tspec_hostapd_msg_t>(answer.msg.cmd);
     tspec_copy_identity(reply, answer.msg);
     reply.vap = client.vap;
     memcpy(reply.sta_mac, client.sta_mac, sizeof(reply.sta_mac));

@@ -25,7 +25,7 @@ TEST(NewMessage, ToHostapd)
     Bytes expected(148);
     expected[0] = 0x23;
     expected[1] = 5;
-    EXPECT_TRUE(same_bytes(bytes_of(tspec_new_hostapd_msg(5)), expected));
+    EXPECT_TRUE(same_bytes(bytes_of(tspec_new_msg<tspec_hostapd_msg_t>(5)), expected));
 }
 
 TEST(NewMessage, ToMapd)
@@ -33,7 +33,7 @@ TEST(NewMessage, ToMapd)
     Bytes expected(120);
     expected[0] = 0x23;
     expected[1] = 3;
-    EXPECT_TRUE(same_bytes(bytes_of(tspec_new_mapd_msg(3)), expected));
+    EXPECT_TRUE(same_bytes(bytes_of(tspec_new_msg<tspec_mapd_msg_t>(3)), expected));
 }
 
 TEST(NewMessage, StatusToMapd)

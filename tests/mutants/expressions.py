@@ -120,8 +120,9 @@ class Expressions:
         return True
 
     def string(self, cursor, parent):
-        # As an array's initialiser a text cannot be chosen at run time.
-        if not self.from_macro(cursor) and parent.kind in (Kind.UNEXPOSED_EXPR,
+        # As an array's initialiser a text cannot be chosen at run time, nor where a macro has
+        # joined it with one of its own.
+        if self.source(cursor).startswith(b'"') and not self.from_macro(cursor) and parent.kind in (Kind.UNEXPOSED_EXPR,
                                                            Kind.INIT_LIST_EXPR):
             self.add_text(cursor, self.source(cursor))
         return True

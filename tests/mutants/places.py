@@ -6,9 +6,13 @@ from pathlib import Path
 from clang.cindex import CursorKind as Kind
 from clang.cindex import TypeKind
 
+import changes
 import expressions
 import syntax
 from mutant import EXPRESSION, STATEMENT, FilePlaces, Mutant
+
+
+TRACE_TEXT = re.compile(rb'TSPEC_TRACE\(\s*\w+,\s*("(?:[^"\\]|\\.)*"(?:\s*"(?:[^"\\]|\\.)*")*)')
 
 
 def find_places(root: Path, file: str, arguments: list) -> FilePlaces:
@@ -158,6 +162,18 @@ class Finder(expressions.Expressions):
         what = "trace dropped" if b"TRACE" in self.text[begin:begin + 20] else "statement dropped"
         self.add(begin, semicolon.end(), STATEMENT, what, b";")
 
+    def alter_trace(self, cursor):
+        """The macro joins the text with the name in front, so it cannot be chosen as an
+        expression: the whole trace is."""
+        source = self.source(cursor)
+        text = TRACE_TEXT.match(source)
+        altered = changes.altered_text(text.group(1)) if text else None
+        if altered is not None:
+            begin, end = syntax.span(cursor)
+            semicolon = re.compile(rb"\s*;").match(self.text, end)
+            self.add(begin, semicolon.end(), STATEMENT, "text altered",
+                     source[:text.start(1)] + altered + source[text.end(1):] + b";")
+
     # Handlers return True when the visit is not to go below.
 
     def compound(self, cursor, parent):
@@ -168,8 +184,11 @@ class Finder(expressions.Expressions):
     def statement(self, cursor, parent):
         kind = cursor.kind
         droppable = kind.is_expression() or kind in (Kind.BREAK_STMT, Kind.CONTINUE_STMT)
-        if droppable or kind == Kind.DO_STMT and self.from_macro(cursor):
+        in_macro = kind == Kind.DO_STMT and self.from_macro(cursor)
+        if droppable or in_macro:
             self.drop(cursor)
+        if in_macro:
+            self.alter_trace(cursor)
         self.visit(cursor, parent)
 
     def switch_body(self, cursor):

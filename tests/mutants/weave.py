@@ -50,7 +50,9 @@ def _choice(original: bytes, mutants: list) -> bytes:
     if not mutants:
         return b""
     if mutants[0].kind == STATEMENT:
-        return b"{ if (!" + _test(mutants[0]) + b") " + original + b" }"
+        choices = b"".join(b"if (" + _test(m) + b") { " + m.replacement + b" } else "
+                           for m in mutants)
+        return b"{ " + choices + original + b" }"
     choices = b"".join(_test(m) + b" ? (" + m.replacement + b") : " for m in mutants)
     return b"(" + choices + b"(" + original + b"))"
 

@@ -3,7 +3,7 @@
 include each other, and no function that comes back to itself, through a table or a pointer
 either.
 
-    script/check-structure [FOLDER]
+    tests/structure/circles.py [FOLDER]
 
 FOLDER is src unless it is given. Exit status 1 names each circle."""
 
@@ -14,7 +14,7 @@ from pathlib import Path
 
 from clang.cindex import CursorKind, Index
 
-ROOT = Path(__file__).resolve().parent.parent
+ROOT = Path(__file__).resolve().parents[2]
 FUNCTIONS = (CursorKind.FUNCTION_DECL, CursorKind.CXX_METHOD, CursorKind.CONSTRUCTOR,
              CursorKind.DESTRUCTOR, CursorKind.FUNCTION_TEMPLATE)
 

@@ -2,8 +2,10 @@
 #   tspec_warnings   every target of this project
 #   tspec_device     what runs on the access point: C library only, hardened
 add_library(tspec_warnings INTERFACE)
-target_compile_options(tspec_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_compile_options(tspec_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(TSPEC_WERROR)
+  target_compile_options(tspec_warnings INTERFACE -Werror)
+endif()
 
 add_library(tspec_device INTERFACE)
 target_link_libraries(tspec_device INTERFACE tspec_wire tspec_warnings)

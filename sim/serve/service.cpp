@@ -69,7 +69,7 @@ std::vector<std::string> obstacles_to(const ServeRequest &request)
     }
     std::vector<std::string> obstacles;
     for (const TakenPlace &place : taken_places(use)) {
-        obstacles.push_back(fmt::format("{} is taken{}", place.what, advice_for(place)));
+        obstacles.push_back(place.text() + advice_for(place));
     }
     return obstacles;
 }

@@ -101,10 +101,12 @@ TEST(Serve, NamesEverythingThatIsTakenAndEnds)
     Serve serve;
 
     EXPECT_EQ(serve.end(), 3);
-    EXPECT_EQ(serve.output(), "tspec-sim: UDP port 57773 is taken (hostapd's: --without hostapd "
-                              "leaves it alone)\n"
-                              "tspec-sim: the abstract name \"tspec-cli\" is taken\n"
-                              "tspec-sim: /tmp/tspec_dman_config is taken\n");
+    const std::string us = "serve_tests, process " + std::to_string(getpid());
+    EXPECT_EQ(serve.output(), "tspec-sim: UDP port 57773 is taken by " + us +
+                                  " (hostapd's: --without hostapd leaves it alone)\n"
+                                  "tspec-sim: the abstract name \"tspec-cli\" is taken by " +
+                                  us + "\ntspec-sim: /tmp/tspec_dman_config is taken by " + us +
+                                  "\n");
     EXPECT_TRUE(fs::exists(TSPEC_DMAN_SOCK_PATH));
     fs::remove(TSPEC_DMAN_SOCK_PATH);
 }
@@ -115,8 +117,9 @@ TEST(Serve, IsTheOnlyOne)
     Command second({TSPEC_SIM, "serve"});
 
     EXPECT_EQ(second.end(), 3);
-    EXPECT_THAT(second.output(), AllOf(HasSubstr("UDP port 55263 is taken\n"),
-                                       HasSubstr("another tspec-sim is at work")));
+    EXPECT_THAT(second.output(),
+                AllOf(HasSubstr("UDP port 55263 is taken by tspec-daemon, process "),
+                      HasSubstr("another tspec-sim is at work")));
 }
 
 TEST(Serve, RemovesTheSocketOfADeadDaemon)

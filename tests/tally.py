@@ -22,8 +22,8 @@ def cut(text: str) -> str:
     return "".join(f"    {line}\n" for line in lines)
 
 
-def tally_process(name: str, tests: list) -> tuple:
-    """(passed, failed) of the tests in one process."""
+def tally_process(name: str, tests: list, skips: dict) -> tuple:
+    """(passed, failed) of the tests in one process; adds names to those of their reason."""
     failed = 0
     for test in tests:
         full_name = f"{test.get('classname')}.{test.get('name')}"
@@ -35,7 +35,7 @@ def tally_process(name: str, tests: list) -> tuple:
             print(cut("\n".join(failure.text or "" for failure in failures)), end="")
         elif skipped is not None:
             reason = (skipped.get("message") or "").strip().splitlines()
-            print(f"skipped: {full_name}: {reason[-1] if reason else ''}")
+            skips.setdefault(reason[-1] if reason else "", []).append(full_name)
     return len(tests) - failed, failed
 
 
@@ -48,12 +48,13 @@ def results_of(path: Path) -> list:
 
 def main(folder: Path):
     passed = failed = 0
+    skips = {}
     for process in ElementTree.parse(folder / "results.xml").getroot().findall("testcase"):
         name = process.get("name")
         good = process.get("status") == "run"
         tests = [test for test in results_of(folder / "results" / f"{name}.xml")
                  if test.get("status") == "run"]
-        process_passed, process_failed = tally_process(name, tests)
+        process_passed, process_failed = tally_process(name, tests, skips)
         if not tests and good:
             process_passed = 1
         if not good and process_failed == 0:  # ended in the middle, or later
@@ -62,6 +63,9 @@ def main(folder: Path):
             print(cut(process.findtext("system-out") or ""), end="")
         passed += process_passed
         failed += process_failed
+    for reason, names in skips.items():
+        more = f" and {len(names) - 1} more" if len(names) > 1 else ""
+        print(f"skipped: {names[0]}{more}: {reason}")
     print(passed, failed)
 
 

@@ -6,6 +6,7 @@
 #include <poll.h>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "sim/lib/host_share.h"
 #include "sim/lib/messages.h"

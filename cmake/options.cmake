@@ -2,8 +2,10 @@
 #   tspec_warnings   every target of this project
 #   tspec_device     what runs on the access point: C library only, hardened
 add_library(tspec_warnings INTERFACE)
-target_compile_options(tspec_warnings INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_compile_options(tspec_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(TSPEC_WERROR)
+  target_compile_options(tspec_warnings INTERFACE -Werror)
+endif()
 
 add_library(tspec_device INTERFACE)
 target_link_libraries(tspec_device INTERFACE tspec_wire tspec_warnings)
@@ -34,8 +36,13 @@ if(TSPEC_COVERAGE)
 endif()
 
 # tspec_quick_build(): the targets of this folder and those below are not what
-# ships; but for the debug preset they are compiled in the least time.
+# ships; but for the debug preset they are compiled in the least time: plainly, and
+# several files at once, as the headers they share take longer than they do.
 macro(tspec_quick_build)
+  if(TSPEC_QUICK_BUILD)
+    set(CMAKE_UNITY_BUILD ON)
+    set(CMAKE_UNITY_BUILD_BATCH_SIZE 16)
+  endif()
   if(TSPEC_QUICK_BUILD AND (TSPEC_SANITIZE OR NOT CMAKE_BUILD_TYPE STREQUAL "Debug"))
     add_compile_options(-O0 -g1)
   elseif(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -43,6 +50,11 @@ macro(tspec_quick_build)
     add_compile_options(-Wno-restrict -Wno-stringop-overflow -Wno-stringop-overread)
   endif()
 endmacro()
+
+# tspec_compile_alone(FILES...): these share names with other files of their target.
+function(tspec_compile_alone)
+  set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+endfunction()
 
 # TSPEC_WHOLE_PROGRAM: whether the daemon is optimised as one program.
 set(TSPEC_WHOLE_PROGRAM OFF)

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace tspec::sim {
 

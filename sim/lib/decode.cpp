@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "sim/lib/decode_fields.h"
 #include "sim/lib/messages.h"

@@ -8,6 +8,7 @@
 #include <charconv>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace tspec::sim {
 

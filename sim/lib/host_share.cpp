@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -18,6 +19,7 @@
 #include <fmt/format.h>
 
 #include "sim/lib/fixed_ports.h"
+#include "sim/lib/holder.h"
 #include "sim/lib/socket.h"
 #include "tspec/message.h"
 
@@ -31,8 +33,27 @@ using namespace std::chrono_literals;
 
 constexpr auto longest_turn = 15min;
 
+/* The descriptor that the starting program has left; it goes no further than here. */
+std::optional<int> inherited_lock()
+{
+    const char *number = std::getenv(host_lock_variable);
+    struct stat left {};
+    struct stat lock {};
+    int fd = number ? std::atoi(number) : -1;
+    if (fd < 0 || fstat(fd, &left) < 0 || stat(host_lock_path, &lock) < 0 ||
+        left.st_ino != lock.st_ino || left.st_dev != lock.st_dev) {
+        return std::nullopt;
+    }
+    unsetenv(host_lock_variable);
+    fcntl(fd, F_SETFD, FD_CLOEXEC);
+    return fd;
+}
+
 int open_lock()
 {
+    if (std::optional<int> inherited = inherited_lock()) {
+        return *inherited;
+    }
     /* Opened before created: in /tmp another user's file may not be opened with
      * O_CREAT, yet a lock needs no more than reading. */
     int fd = open(host_lock_path, O_RDONLY | O_CLOEXEC);
@@ -108,22 +129,28 @@ HostUse everything_on_the_host()
             .paths = {TSPEC_DMAN_SOCK_PATH, SNMP_TRAP_TSPEC_FIFO_FILE}};
 }
 
+std::string TakenPlace::text() const
+{
+    return holder.empty() ? what + " is taken" : fmt::format("{} is taken by {}", what, holder);
+}
+
 std::vector<TakenPlace> taken_places(const HostUse &use)
 {
     std::vector<TakenPlace> taken;
     for (std::uint16_t port : use.ports) {
         if (!port_is_free(port)) {
-            taken.push_back({fmt::format("UDP port {}", port), port});
+            taken.push_back({fmt::format("UDP port {}", port), port, holder_of_port(port)});
         }
     }
     for (const std::string &name : use.names) {
         if (!name_is_free(name)) {
-            taken.push_back({fmt::format("the abstract name \"{}\"", name), 0});
+            taken.push_back(
+                {fmt::format("the abstract name \"{}\"", name), 0, holder_of_name(name)});
         }
     }
     for (const fs::path &path : use.paths) {
         if (!path_is_free(path)) {
-            taken.push_back({path.string(), 0});
+            taken.push_back({path.string(), 0, holder_of_path(path)});
         }
     }
     return taken;
@@ -156,8 +183,13 @@ int take_host_lock()
 void require_host_free()
 {
     std::vector<TakenPlace> taken = taken_places(everything_on_the_host());
+    std::string sentences;
+    for (const TakenPlace &place : taken) {
+        sentences += (sentences.empty() ? "" : "\n") + place.text();
+    }
     if (!taken.empty()) {
-        fail_as_taken(taken.front().what);
+        throw std::runtime_error(sentences +
+                                 "; another access point, real or simulated, is running here");
     }
 }
 

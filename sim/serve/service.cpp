@@ -6,6 +6,7 @@
 #include <poll.h>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "sim/lib/host_share.h"
 #include "sim/lib/messages.h"
@@ -69,7 +70,7 @@ std::vector<std::string> obstacles_to(const ServeRequest &request)
     }
     std::vector<std::string> obstacles;
     for (const TakenPlace &place : taken_places(use)) {
-        obstacles.push_back(fmt::format("{} is taken{}", place.what, advice_for(place)));
+        obstacles.push_back(place.text() + advice_for(place));
     }
     return obstacles;
 }

@@ -1,6 +1,7 @@
 #include "sim/lib/private_world.h"
 
 #include <cstdio>
+#include <exception>
 
 #include <gmock/gmock.h>
 
@@ -8,8 +9,12 @@ int main(int argc, char **argv)
 {
     testing::InitGoogleMock(&argc, argv);
     if (!GTEST_FLAG_GET(list_tests)) {
-        const auto &world = tspec::sim::PrivateWorld::enter();
-        std::printf("%s\n", world.description().c_str());
+        try {
+            std::puts(tspec::sim::PrivateWorld::enter().description().c_str());
+        } catch (const std::exception &error) {
+            std::fprintf(stderr, "%s\n", error.what());
+            return 1;
+        }
     }
     return RUN_ALL_TESTS();
 }

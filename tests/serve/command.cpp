@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -13,7 +14,6 @@
 
 #include "sim/lib/child_process.h"
 #include "sim/lib/host_share.h"
-#include "sim/lib/private_world.h"
 
 namespace tspec::tests {
 
@@ -22,8 +22,14 @@ namespace {
 using SteadyClock = std::chrono::steady_clock;
 constexpr auto patience = std::chrono::seconds(30);
 
-[[noreturn]] void become(std::vector<std::string> words, int output)
+int turn = -1; /* the descriptor that holds it, where it has to be held */
+
+[[noreturn]] void become(std::vector<std::string> words, int output, bool shares_turn)
 {
+    if (shares_turn && turn >= 0) {
+        fcntl(turn, F_SETFD, 0);
+        setenv(sim::host_lock_variable, std::to_string(turn).c_str(), 1);
+    }
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     dup2(output, STDOUT_FILENO);
     dup2(output, STDERR_FILENO);
@@ -43,18 +49,14 @@ std::vector<std::string> words_of_serve(const std::vector<std::string> &options)
     return words;
 }
 
-/* Elsewhere the next one to come may be quicker than serve, which does not wait
- * for a turn; then serve says so, and the test fails. */
-void wait_for_turn()
-{
-    if (!sim::PrivateWorld::current().isolated()) {
-        close(sim::take_host_lock());
-    }
-}
-
 } // namespace
 
-Command::Command(std::vector<std::string> words)
+void take_turn()
+{
+    turn = sim::take_host_lock();
+}
+
+Command::Command(std::vector<std::string> words, bool shares_turn)
 {
     auto [read_end, write_end] = sim::make_pipe();
     pid_ = fork();
@@ -62,7 +64,7 @@ Command::Command(std::vector<std::string> words)
         throw std::runtime_error("fork");
     }
     if (pid_ == 0) {
-        become(std::move(words), write_end.fd());
+        become(std::move(words), write_end.fd(), shares_turn);
     }
     pipe_ = std::move(read_end);
 }
@@ -118,8 +120,7 @@ int Command::end()
     return *status_;
 }
 
-Serve::Serve(const std::vector<std::string> &options)
-    : Command((wait_for_turn(), words_of_serve(options)))
+Serve::Serve(const std::vector<std::string> &options) : Command(words_of_serve(options), true)
 {
     says("Ready.");
 }

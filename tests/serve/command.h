@@ -12,9 +12,13 @@
 
 namespace tspec::tests {
 
+/* Waits until nobody else uses the machine's own ports, and keeps them to this process
+ * and each Serve. */
+void take_turn();
+
 class Command {
   public:
-    explicit Command(std::vector<std::string> words);
+    explicit Command(std::vector<std::string> words, bool shares_turn = false);
     ~Command(); /* kills it when it still runs */
     Command(const Command &) = delete;
     Command &operator=(const Command &) = delete;
@@ -41,7 +45,7 @@ class Command {
     std::optional<int> status_;
 };
 
-/* tspec-sim serve on a machine whose turn it is; returns when it is ready. */
+/* tspec-sim serve; returns when it is ready. */
 class Serve : public Command {
   public:
     explicit Serve(const std::vector<std::string> &options = {});

@@ -1,12 +1,13 @@
 /*
  * The tests need ports that are free and stay so: a machine of their own, where
- * the kernel grants one; otherwise each test waits for its turn on the host's.
+ * the kernel grants one; otherwise this program waits for its turn on the host's.
  */
 #include <cstdlib>
 #include <string_view>
 
 #include <gmock/gmock.h>
 
+#include "command.h"
 #include "sim/lib/namespaces.h"
 #include "sim/lib/private_world.h"
 
@@ -19,6 +20,7 @@ int main(int argc, char **argv)
         if (!forbidden && tspec::sim::why_no_namespaces().empty()) {
             tspec::sim::PrivateWorld::enter();
         } else {
+            tspec::tests::take_turn();
             tspec::sim::PrivateWorld::join_host();
         }
     }

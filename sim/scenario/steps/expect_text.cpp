@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"

@@ -5,8 +5,9 @@
  *     cc -o mapd mapd.c
  *     mapd accept|refuse|silent
  *
- * With "silent" it answers nothing, so that streams stay pending. Ended by SIGTERM or
- * SIGINT, it gives the access point back to the daemon.
+ * With "silent" it answers nothing, so that streams stay pending. SIGUSR1 makes it end
+ * the stream that it has admitted last. Ended by SIGTERM or SIGINT, it gives the access
+ * point back to the daemon.
  */
 #include <arpa/inet.h>
 #include <signal.h>
@@ -18,12 +19,15 @@
 
 enum { SILENT = -1 };
 
-static volatile sig_atomic_t ended;
+static volatile sig_atomic_t ended, stream_to_end;
 
-static void end(int number)
+static void take_signal(int number)
 {
-    (void)number;
-    ended = 1;
+    if (number == SIGUSR1) {
+        stream_to_end = 1;
+    } else {
+        ended = 1;
+    }
 }
 
 static struct sockaddr_in loopback(uint16_t port)
@@ -79,6 +83,17 @@ static void decide(int sock, tspec_mapd_msg_t *msg, int result)
     printf("request: %s\n", result == TSPEC_RESULT_ACCEPTED ? "accepted" : "refused");
 }
 
+/* The answer that admitted a stream, with the command that ends it. */
+static void end_stream(int sock, const tspec_mapd_msg_t *admitted)
+{
+    tspec_mapd_msg_t msg = *admitted;
+    stream_to_end = 0;
+    msg.cmd = TSPEC_DELTS_CMD;
+    if (send(sock, &msg, sizeof msg, 0) < 0) {
+        perror("DELTS");
+    }
+}
+
 int main(int argc, char **argv)
 {
     static const struct {
@@ -99,9 +114,11 @@ int main(int argc, char **argv)
         return 1;
     }
     setvbuf(stdout, NULL, _IOLBF, 0);
+    tspec_mapd_msg_t admitted = {0};
     struct sigaction action;
     memset(&action, 0, sizeof action); /* a signal interrupts recv */
-    action.sa_handler = end;
+    action.sa_handler = take_signal;
+    sigaction(SIGUSR1, &action, NULL);
     sigaction(SIGTERM, &action, NULL);
     sigaction(SIGINT, &action, NULL);
     manage(sock, 1);
@@ -112,11 +129,15 @@ int main(int argc, char **argv)
             tspec_mapd_msg_t msg;
         } in;
         ssize_t size = recv(sock, &in, sizeof in, 0);
+        if (stream_to_end) {
+            end_stream(sock, &admitted);
+        }
         if (size != (ssize_t)sizeof in.msg) {
             continue; /* a status message, or none */
         }
         if (in.msg.cmd == TSPEC_ADDTS_REQ_CMD) {
             decide(sock, &in.msg, ways[way].result);
+            admitted = in.msg;
         } else if (in.msg.cmd == TSPEC_DELTS_REQ_CMD) {
             printf("stream ended\n");
         }

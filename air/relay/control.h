@@ -10,8 +10,9 @@ namespace tspec::air {
 int ask(const std::string &socket, const std::string &command, const std::string &event,
         double seconds);
 
-// Asks for an uplink voice stream and gives it back, so many times. Prints, from the
-// command to the event of the client, "COUNT MEDIAN P99 MAXIMUM" in microseconds.
+// Asks for an uplink voice stream and gives it back, so many times. Prints how many were
+// admitted and, from the command to the client's event, median, 99th percentile and
+// maximum in microseconds.
 int latency(const std::string &socket, int count);
 
 } // namespace tspec::air

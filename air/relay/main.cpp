@@ -1,6 +1,6 @@
 // The process between the simulated radios and the TSPEC daemon:
 //
-//     tspec-air relay [--radios N] [--capture FILE]
+//     tspec-air relay [CAPTURE]
 //     tspec-air tell WORD...                               to the relay, see usage
 //     tspec-air ask SOCKET COMMAND [EVENT [SECONDS]]       to hostapd or wpa_supplicant
 //     tspec-air latency SOCKET COUNT                       set up and give back, timed
@@ -17,7 +17,7 @@ namespace {
 
 int usage()
 {
-    std::fputs("usage: tspec-air relay [--radios N] [--capture FILE]\n"
+    std::fputs("usage: tspec-air relay [CAPTURE]\n"
                "       tspec-air tell leaving before|after|never\n"
                "       tspec-air tell delay MILLISECONDS     answers to frame-duration queries\n"
                "       tspec-air tell answers daemon|hostapd who answers requests\n"
@@ -37,18 +37,8 @@ int run(const std::vector<std::string> &words)
         return usage();
     }
     const std::vector<std::string> rest(words.begin() + 1, words.end());
-    if (words[0] == "relay") {
-        tspec::air::Options options;
-        for (size_t i = 0; i < rest.size(); i += 2) {
-            if (i + 1 < rest.size() && rest[i] == "--radios") {
-                options.radios = static_cast<unsigned>(std::atoi(rest[i + 1].c_str()));
-            } else if (i + 1 < rest.size() && rest[i] == "--capture") {
-                options.capture = rest[i + 1];
-            } else {
-                return usage();
-            }
-        }
-        return tspec::air::relay(options);
+    if (words[0] == "relay" && rest.size() <= 1) {
+        return tspec::air::relay(rest.empty() ? "" : rest[0]);
     }
     if (words[0] == "tell" && !rest.empty()) {
         return tspec::air::tell_relay(rest);

@@ -19,11 +19,6 @@ constexpr uint32_t rates[] = {1000000,  2000000,  5500000,  11000000, 6000000,  
 constexpr int cck_rates = 4;
 constexpr uint32_t cck_preamble = 192; // us, the long one
 
-Mac radio_number(unsigned number)
-{
-    return {0x42, 0, 0, static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number), 0};
-}
-
 int table_index(uint32_t frequency, int rate_index)
 {
     const int first = frequency >= lowest_5ghz_frequency ? cck_rates : 0;
@@ -41,9 +36,9 @@ uint32_t airtime(size_t size, int index)
 
 } // namespace
 
-Medium::Medium(unsigned radios, Observer observer, Witness witness)
-    : radios_([this](const Sent &sent) { pass_on(sent); }), number_(radios),
-      observer_(std::move(observer)), witness_(std::move(witness))
+Medium::Medium(Observer observer, Witness witness)
+    : radios_([this](const Sent &sent) { pass_on(sent); }), observer_(std::move(observer)),
+      witness_(std::move(witness))
 {
 }
 
@@ -51,8 +46,8 @@ void Medium::pass_on(const Sent &sent)
 {
     Frame frame;
     const bool addressed = frame.parse(sent.frame);
+    // Not even told that nobody has acknowledged it: it would try again at once, for ever.
     if (off_.contains(sent.radio)) {
-        radios_.report(sent, false);
         return;
     }
     count(sent.frame, sent.frequency, sent.rate_index());
@@ -60,6 +55,7 @@ void Medium::pass_on(const Sent &sent)
         radios_.report(sent, true);
         return;
     }
+    known_.insert(sent.radio);
     places_[frame.transmitter] = {sent.radio, sent.frequency};
     // Told first: what the frame brings about comes after it, for its sender too.
     if (observer_(frame)) {
@@ -82,8 +78,7 @@ bool Medium::deliver(const Frame &frame, const Mac &from, uint32_t frequency, in
         radios_.deliver(place->second.radio, frame.bytes, frequency, rate_index);
         return true;
     }
-    for (unsigned i = 0; i < number_; i++) {
-        const Mac radio = radio_number(i);
+    for (const Mac &radio : known_) {
         if (radio != from && !off_.contains(radio)) {
             radios_.deliver(radio, frame.bytes, frequency, rate_index);
         }

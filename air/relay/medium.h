@@ -18,7 +18,7 @@ class Medium {
     // Called with every frame on the air, its channel's frequency and its rate (bit/s).
     using Witness = std::function<void(ByteView, uint32_t frequency, uint32_t rate)>;
 
-    Medium(unsigned radios, Observer observer, Witness witness);
+    Medium(Observer observer, Witness witness);
 
     int descriptor() const { return radios_.descriptor(); }
     void read() { radios_.read(); }
@@ -46,11 +46,11 @@ class Medium {
     void count(ByteView frame, uint32_t frequency, int rate_index);
 
     Radios radios_;
-    unsigned number_;
     Observer observer_;
     Witness witness_;
     std::map<Mac, Place> places_; // by the address that frames are sent from
-    std::set<Mac> off_;           // radios
+    std::set<Mac> known_; // radios that have sent: none listens before, as all scan actively
+    std::set<Mac> off_;   // radios
     std::map<uint32_t, uint64_t> busy_;
 };
 

@@ -113,8 +113,6 @@ class Capture {
 
     void datagram(ByteView bytes) { add(lo_, bytes); }
 
-    void flush() { file_.flush(); }
-
   private:
     void add(uint32_t interface, ByteView bytes)
     {
@@ -123,6 +121,7 @@ class Capture {
             std::chrono::time_point_cast<sim::Time::duration>(std::chrono::system_clock::now());
         packet.data.assign(bytes.begin(), bytes.end());
         writer_.add_packet(interface, packet);
+        file_.flush(); // the machine may be switched off at any time
     }
 
     std::ofstream file_;
@@ -133,20 +132,19 @@ class Capture {
 
 class Relay {
   public:
-    explicit Relay(const Options &options)
-        : capture_(options.capture.empty() ? nullptr : std::make_unique<Capture>(options.capture)),
+    explicit Relay(const std::string &capture)
+        : capture_(capture.empty() ? nullptr : std::make_unique<Capture>(capture)),
           hostapd_(hostapd_socket()), commands_(command_socket()),
           tap_(capture_ ? loopback_tap() : -1), driver_(open("/proc/tspec_radio", O_WRONLY)),
           side_(names_, {.to_air = [this](ByteView frame) { medium_.transmit(frame); },
                          .to_daemon = [this](uint16_t port, ByteView bytes) { send(port, bytes); },
                          .to_driver = [this](const std::string &line) { tell_driver(line); }}),
-          medium_(
-              options.radios, [this](const Frame &frame) { return side_.see(frame); },
-              [this](ByteView frame, uint32_t, uint32_t) {
-                  if (capture_) {
-                      capture_->frame(frame);
-                  }
-              })
+          medium_([this](const Frame &frame) { return side_.see(frame); },
+                  [this](ByteView frame, uint32_t, uint32_t) {
+                      if (capture_) {
+                          capture_->frame(frame);
+                      }
+                  })
     {
         if (driver_ < 0) {
             throw failure("/proc/tspec_radio");
@@ -242,9 +240,6 @@ class Relay {
         }
         medium_.forget_busy();
         busy_since_ = now;
-        if (capture_) {
-            capture_->flush();
-        }
     }
 
     // ---- commands of a story
@@ -350,9 +345,9 @@ class Relay {
 
 } // namespace
 
-int relay(const Options &options)
+int relay(const std::string &capture)
 {
-    Relay(options).run();
+    Relay(capture).run();
 }
 
 int tell_relay(const std::vector<std::string> &words)

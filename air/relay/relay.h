@@ -6,15 +6,11 @@
 
 namespace tspec::air {
 
-struct Options {
-    unsigned radios = 12;
-    std::string capture; // empty: none
-};
-
 inline constexpr const char *relay_socket = "/run/tspec-air";
 
-// Until it is ended. Throws std::runtime_error when it cannot begin.
-int relay(const Options &options);
+// Until it is ended; with the path of a capture, or without one. Throws
+// std::runtime_error when it cannot begin.
+int relay(const std::string &capture);
 
 // Sends a command to the relay and prints its answer: 0, or 1 when it was refused.
 int tell_relay(const std::vector<std::string> &words);

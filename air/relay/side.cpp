@@ -16,8 +16,6 @@ constexpr uint8_t ssid_element = 0;
 constexpr std::array<uint8_t, 5> wmm_parameters{0x00, 0x50, 0xf2, 2, 1};
 constexpr uint8_t of_user_priority[] = {TSPEC_AC_BE, TSPEC_AC_BK, TSPEC_AC_BK, TSPEC_AC_BE,
                                         TSPEC_AC_VI, TSPEC_AC_VI, TSPEC_AC_VO, TSPEC_AC_VO};
-constexpr uint8_t eapol[] = {0xaa, 0xaa, 0x03, 0x00, 0x00, 0x00, 0x88, 0x8e};
-constexpr size_t qos_header = 26;
 constexpr auto told_again_after = std::chrono::seconds(1);
 constexpr uint32_t fixed_size = 0x8000;
 
@@ -43,12 +41,6 @@ uint8_t direction_of(const tspec_ie_t &tspec)
 uint8_t user_priority_of(const tspec_ie_t &tspec)
 {
     return (tspec.ts_info[1] & 0x38) >> 3;
-}
-
-bool is_key_exchange(const Frame &frame)
-{
-    return frame.bytes.size() >= qos_header + sizeof eapol &&
-           std::equal(std::begin(eapol), std::end(eapol), frame.bytes.begin() + qos_header);
 }
 
 uint16_t little_endian(ByteView bytes, size_t at)
@@ -230,7 +222,7 @@ void Side::data(const Frame &frame)
 {
     const bool uplink = frame.to_access_point();
     auto found = stations_.find(uplink ? frame.transmitter : frame.receiver);
-    if (found == stations_.end() || found->second.bss == nullptr || is_key_exchange(frame)) {
+    if (found == stations_.end() || found->second.bss == nullptr) {
         return;
     }
     use(found->second, frame, uplink);

@@ -17,7 +17,7 @@ connect phone2 wlan0
 admitted phone2 uplink 631
 roam phone2 wlan1
 admitted phone2 uplink 631
-until_true 5 clean
+until_true 5 told "station disassociated"
 expect_streams
 expect_account wlan0 vo 0
 expect_account wlan1 vo 0

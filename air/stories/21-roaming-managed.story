@@ -15,5 +15,5 @@ connect phone2 wlan0
 admitted phone2 uplink 631
 roam phone2 wlan1
 admitted phone2 uplink 631
-until_true 5 clean
+until_true 5 told "station disassociated"
 expect_streams

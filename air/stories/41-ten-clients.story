@@ -6,6 +6,7 @@ enabled = yes
 voice_mandatory = yes
 voice_limit = 18
 END
+start_phones 3 10
 ten="phone1 phone2 phone3 phone4 phone5 phone6 phone7 phone8 phone9 phone10"
 for phone in $ten; do connect_in_background "$phone" wlan0; done
 wait_for_connections
@@ -20,3 +21,5 @@ expect "eight are admitted" "$(cat /run/phone*.event | grep -c TSPEC-ADDED)" 8
 expect "two are refused" "$(cat /run/phone*.event | grep -c TSPEC-REQ-FAILED)" 2
 expect "tspec-cli streams shows eight" "$(streams | grep -c 'wlan0 6 voice uplink 631')" 8
 expect_account wlan0 vo 5048
+reset
+kill "$(cat /run/phones3)"

@@ -22,8 +22,8 @@ set(completions ${CMAKE_BINARY_DIR}/share/bash-completion/completions)
 install(FILES ${completions}/tspec-cli
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT daemon OPTIONAL)
 
-# The header is the same for every machine, and so is what pkg-config says of it.
-install(FILES include/tspec/message.h
+# The headers are the same for every machine, and so is what pkg-config says of them.
+install(FILES include/tspec/message.h include/tspec/wmm.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tspec COMPONENT dev)
 configure_file(cmake/tspec.pc.in tspec.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/tspec.pc

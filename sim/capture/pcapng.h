@@ -17,6 +17,7 @@ namespace tspec::sim::capture {
 
 enum class LinkType : std::uint16_t {
     raw_ip = 101,              /* packets begin with the IP header */
+    ieee802_11 = 105,          /* packets begin with the MAC header */
     wireshark_upper_pdu = 252, /* "exported PDUs" */
 };
 

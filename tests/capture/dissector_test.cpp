@@ -3,6 +3,7 @@
  * The bytes are the examples of docs/protocol.md.
  */
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <regex>
 #include <set>
@@ -11,8 +12,9 @@
 #include <gmock/gmock.h>
 
 #include "../scenario/sim_command.h"
+#include "sim/capture/pcapng.h"
 #include "tshark.h"
-#include "tspec/message.h"
+#include "tspec/wmm.h"
 
 namespace tspec::tests {
 namespace {
@@ -207,6 +209,63 @@ TEST_F(DissectorTest, HandsTheElementToTheWirelessDissector)
                            "wlan.wfa.ie.wme.tspec.mean_data", "ip.src", "_ws.malformed"}),
                 ElementsAre("17", "0x0000", "02:00:00:00:00:01", "02:00:00:00:0a:00", "0x07", "6",
                             "32976", "83200", "127.0.0.1", ""));
+}
+
+/* An action frame between station and access point, its sender first. */
+Bytes action_frame(const Bytes &body, bool of_station)
+{
+    const Bytes station{2, 0, 0, 0, 0, 1}, access_point{2, 0, 0, 0, 0x0a, 0};
+    Bytes frame{0xd0, 0, 0, 0};
+    for (const Bytes &address :
+         {of_station ? access_point : station, of_station ? station : access_point, access_point}) {
+        frame.insert(frame.end(), address.begin(), address.end());
+    }
+    frame.resize(24);
+    frame.insert(frame.end(), body.begin(), body.end());
+    return frame;
+}
+
+Bytes frame_of(const Bytes &message)
+{
+    tspec_hostapd_msg_t msg;
+    std::memcpy(&msg, message.data(), sizeof msg);
+    Bytes body(TSPEC_WMM_FRAME_SIZE);
+    std::size_t length = 0;
+    EXPECT_EQ(tspec_wmm_write(&msg, body.data(), body.size(), &length), TSPEC_WMM_OK);
+    return action_frame(body, msg.msg_type == TSPEC_HOSTAPD_MSG);
+}
+
+/* Two ways to the same frame: rebuilt by the dissector from the message, and written
+ * by the header that a hostapd uses. */
+TEST_F(DissectorTest, RebuildsTheFrameThatIsOnTheAir)
+{
+    const std::vector<std::string> shown{"wlan.ta",
+                                         "wlan.ra",
+                                         "wlan.fixed.category_code",
+                                         "wlan.fixed.action_code",
+                                         "wlan.fixed.dialog_token",
+                                         "wlan.tag.length",
+                                         "wlan.wfa.ie.wme.tspec.ts_info.tid",
+                                         "wlan.wfa.ie.wme.tspec.ts_info.dir",
+                                         "wlan.wfa.ie.wme.tspec.nor_msdu",
+                                         "wlan.wfa.ie.wme.tspec.max_msdu",
+                                         "wlan.wfa.ie.wme.tspec.mean_data",
+                                         "wlan.wfa.ie.wme.tspec.min_phy",
+                                         "wlan.wfa.ie.wme.tspec.surplus",
+                                         "wlan.wfa.ie.wme.tspec.medium",
+                                         "_ws.malformed"};
+    const std::string file = path("air.pcapng");
+    {
+        std::ofstream out(file, std::ios::binary);
+        capture::PcapngWriter writer(out, "a test");
+        std::uint32_t air = writer.add_interface(capture::LinkType::ieee802_11, "air", "");
+        writer.add_packet(air, {.data = frame_of(addts_request())});
+        writer.add_packet(air, {.data = frame_of(refusal())});
+    }
+
+    EXPECT_THAT(fields(file, "", shown),
+                ElementsAre(fields_of(to_daemon(addts_request()), shown),
+                            fields_of(from_daemon(refusal(), TSPEC_HOSTAPD_PORT), shown)));
 }
 
 TEST_F(DissectorTest, TheWirelessFrameOfMapdsRequestIsRebuiltFromTheBody)

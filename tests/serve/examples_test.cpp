@@ -49,6 +49,60 @@ TEST(Examples, AreRefusedWhereNobodyKnowsTheFrameDuration)
     EXPECT_EQ(request.output(), "ADDTS response: refused, medium time 0\n");
 }
 
+/* hostapd_side with these lines as its input. */
+Command hostapd_side(const std::string &lines)
+{
+    return Command({"/bin/sh", "-c", "exec " TSPEC_HOSTAPD_SIDE " <<'END'\n" + lines + "END\n"});
+}
+
+/* A frame of the same call: category, action, dialog token, status, element. 631 is
+ * 0x0277. */
+std::string frame(const std::string &fixed, const std::string &nominal_size,
+                  const std::string &medium_time)
+{
+    return "02:00:00:00:00:01 " + fixed + "dd3d0050f2020201" + "6c3000" + nominal_size + "d000" +
+           "0000000000000000000000000000000000000000" + "004501000045010000450100" +
+           "0000000000000000" + "808d5b00" + "0020" + medium_time + "\n";
+}
+
+TEST(Examples, CarryACallFromFrameToFrame)
+{
+    Serve serve({"--without", "hostapd"});
+    Command side = hostapd_side(frame("11002a00", "d080", "0000"));
+
+    EXPECT_TRUE(side.says(frame("11012a00", "d080", "7702"))) << side.output();
+    EXPECT_TRUE(serve.says("1262 of 15625 units"));
+}
+
+TEST(Examples, TellThatAStationLeft)
+{
+    Serve serve({"--without", "hostapd"});
+    Command side = hostapd_side("02:00:00:00:00:01 left\n");
+
+    EXPECT_TRUE(serve.says("station disassociated  sta 02:00:00:00:00:01 on wlan0"))
+        << serve.output();
+}
+
+/* The daemon, which it would end, is not asked. */
+TEST(Examples, AnswerARequestWithoutANominalSizeThemselves)
+{
+    Serve serve({"--without", "hostapd"});
+    Command side = hostapd_side(frame("11002a00", "0080", "0000"));
+
+    EXPECT_TRUE(side.says(frame("11012a01", "0080", "0000"))) << side.output();
+}
+
+TEST(Examples, DecideAsAMapd)
+{
+    Serve serve({"--without", "hostapd,mapd"});
+    Command mapd({TSPEC_MAPD, "refuse"});
+    ASSERT_TRUE(mapd.says("managing"));
+    Command side = hostapd_side(frame("11002a00", "d080", "0000"));
+
+    EXPECT_TRUE(mapd.says("request: refused"));
+    EXPECT_TRUE(side.says(frame("11012a03", "d080", "0000"))) << side.output();
+}
+
 TEST(Examples, TellWhenThePortIsTaken)
 {
     Serve serve;

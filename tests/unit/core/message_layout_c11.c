@@ -1,6 +1,7 @@
 #include "message_layout_c11.h"
 
 #include "tspec/message.h"
+#include "tspec/wmm.h"
 
 layout_sizes_t layout_sizes_in_c(void)
 {
@@ -17,4 +18,10 @@ layout_sizes_t layout_sizes_in_c(void)
         .dman_violation_interval_msg = sizeof(tspec_dman_violation_interval_msg_t),
         .driver_req = sizeof(tspec_driver_req_t),
     };
+}
+
+int wmm_write_in_c(const void *msg, uint8_t *body)
+{
+    size_t length;
+    return (int)tspec_wmm_write(msg, body, TSPEC_WMM_FRAME_SIZE, &length);
 }

@@ -1,7 +1,8 @@
-// The wire header as a peer written in C sees it.
+// The wire headers as a peer written in C sees it.
 #pragma once
 
 #include <stddef.h>
+#include <stdint.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -13,6 +14,9 @@ typedef struct {
 } layout_sizes_t;
 
 layout_sizes_t layout_sizes_in_c(void);
+
+// tspec_wmm_write of a tspec_hostapd_msg_t into TSPEC_WMM_FRAME_SIZE bytes: its result.
+int wmm_write_in_c(const void *msg, uint8_t *body);
 
 #ifdef __cplusplus
 }

@@ -291,7 +291,7 @@ TEST(ToolConfigFile, AFileThatCannotBeReadIsNamed)
     EXPECT_EQ(printed([&](FILE *complaints) {
                   EXPECT_FALSE(tspec_tool_config_read("/", &config, complaints));
               }),
-              "/:1: cannot be read: Is a directory\n");
+              "/: not a file\n");
 }
 
 } // namespace

@@ -21,7 +21,7 @@
 static const unsigned ping_timeout_ms = 2000;
 static const int ping_tries = 3;
 
-static const size_t max_found = 16;
+static const size_t max_found = 64;
 
 __attribute__((format(printf, 4, 5))) static void find(tspec_tool_health_t *health,
                                                        const char *subject,
@@ -37,13 +37,24 @@ __attribute__((format(printf, 4, 5))) static void find(tspec_tool_health_t *heal
     va_end(arguments);
 }
 
+// What cannot be seen is taken for the same.
+static bool is_in_our_network(const tspec_tool_process_t *process)
+{
+    char path[64];
+    snprintf(path, sizeof(path), "/proc/%d/ns/net", static_cast<int>(process->pid));
+    struct stat own = {};
+    struct stat other = {};
+    return stat("/proc/self/ns/net", &own) != 0 || stat(path, &other) != 0 ||
+           own.st_ino == other.st_ino;
+}
+
 // The daemon's process, as far as one can be told from others.
 static bool find_daemon(tspec_tool_process_t *daemon)
 {
     tspec_tool_process_t found[max_found];
     const size_t count = tspec_tool_named_processes("tspec-daemon", found, max_found);
     for (size_t i = 0; i < count; i++) {
-        if (tspec_tool_is_trusted_process(&found[i])) {
+        if (tspec_tool_is_trusted_process(&found[i]) && is_in_our_network(&found[i])) {
             *daemon = found[i];
             return true;
         }

@@ -7,7 +7,8 @@ include(GNUInstallDirs)
 
 install(TARGETS tspec-daemon DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT daemon)
 install(TARGETS tspec-cli DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT daemon)
-install(FILES docs/man/tspec-daemon.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT daemon)
+install(FILES docs/man/tspec-daemon.8 docs/man/tspec-filter.8 docs/man/tspec-watch.8
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT daemon)
 install(FILES docs/man/tspec-cli.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT daemon)
 install(PROGRAMS packaging/common/tspec-filter packaging/common/tspec-watch
   DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT daemon)

@@ -7,12 +7,17 @@ include(GNUInstallDirs)
 
 install(TARGETS tspec-daemon DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT daemon)
 install(TARGETS tspec-cli DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT daemon)
-install(FILES docs/man/tspec-daemon.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT daemon)
+install(FILES docs/man/tspec-daemon.8 docs/man/tspec-filter.8 docs/man/tspec-watch.8
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT daemon)
 install(FILES docs/man/tspec-cli.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT daemon)
-install(FILES packaging/systemd/tspec-daemon.service
-  DESTINATION lib/systemd/system COMPONENT daemon)
+install(PROGRAMS packaging/common/tspec-filter packaging/common/tspec-watch
+  DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT daemon)
+file(GLOB units packaging/systemd/tspec-*)
+install(FILES ${units} DESTINATION lib/systemd/system COMPONENT daemon)
+install(DIRECTORY packaging/systemd/examples/
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/systemd COMPONENT daemon)
 # Laid out as in the sources, so that links from page to page lead somewhere.
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon)
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN man EXCLUDE)
 install(FILES tools/tspec-cli/tspec.conf.example

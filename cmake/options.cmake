@@ -25,10 +25,42 @@ target_compile_options(tspec_device INTERFACE ${no_unwind_tables})
 target_link_options(tspec_device INTERFACE ${no_unwind_tables}) # for what the linker compiles
 target_link_options(tspec_device INTERFACE
   -Wl,--as-needed -Wl,--gc-sections -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+# Not every compiler and machine has these: branches end where the program says
+# (x86), the stack grows page by page, and sizes are checked that are known only
+# at run time.
+include(CheckCXXSourceCompiles)
+function(tspec_device_option option variable)
+  set(CMAKE_REQUIRED_FLAGS "-Werror -O2 ${option}")
+  check_cxx_source_compiles("
+    #include <string.h>
+    int main(int count, char **words) { return static_cast<int>(strlen(words[count - 1])); }"
+    ${variable})
+  if(${variable})
+    target_compile_options(tspec_device INTERFACE $<$<NOT:$<CONFIG:Debug>>:${option}>)
+    target_link_options(tspec_device INTERFACE $<$<NOT:$<CONFIG:Debug>>:${option}>) # as above
+  endif()
+endfunction()
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
+  tspec_device_option(-fcf-protection=full TSPEC_HAS_CF_PROTECTION)
+endif()
+tspec_device_option(-fstack-clash-protection TSPEC_HAS_STACK_CLASH_PROTECTION)
 if(NOT TSPEC_SANITIZE)
   # The sanitizers bring their own checks, and both at once hide each other's.
+  set(fortify 2)
+  set(CMAKE_REQUIRED_FLAGS -O2)
+  check_cxx_source_compiles("
+    #define _FORTIFY_SOURCE 3
+    #include <features.h>
+    #if __USE_FORTIFY_LEVEL != 3 && defined __GLIBC__
+    #error
+    #endif
+    int main() { return 0; }" TSPEC_HAS_FORTIFY_3)
+  unset(CMAKE_REQUIRED_FLAGS)
+  if(TSPEC_HAS_FORTIFY_3)
+    set(fortify 3)
+  endif()
   target_compile_options(tspec_device INTERFACE
-    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=${fortify}>)
 endif()
 if(TSPEC_COVERAGE)
   target_compile_options(tspec_device INTERFACE --coverage -fprofile-update=atomic)

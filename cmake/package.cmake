@@ -23,7 +23,8 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_DAEMON_PACKAGE_NAME tspec-daemon)
 set(CPACK_DEBIAN_DAEMON_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_DAEMON_PACKAGE_DEPENDS "init-system-helpers (>= 1.54~)")
+set(CPACK_DEBIAN_DAEMON_PACKAGE_DEPENDS "init-system-helpers (>= 1.54~), adduser")
+set(CPACK_DEBIAN_DAEMON_PACKAGE_RECOMMENDS "nftables")
 set(CPACK_COMPONENT_DAEMON_DESCRIPTION "admission control for wireless access points
 Decides on clients' requests for airtime (TSPEC; IEEE 802.11e, WMM admission
 control) together with hostapd, and keeps account of the medium time of each

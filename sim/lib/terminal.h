@@ -4,10 +4,17 @@
 #ifndef TSPEC_SIM_LIB_TERMINAL_H
 #define TSPEC_SIM_LIB_TERMINAL_H
 
+#include <string>
+#include <string_view>
+
 namespace tspec::sim {
 
 /* Colours: on a terminal, unless the user's option or NO_COLOR forbids them. */
 bool shows_colour(bool forbidden);
+
+/* The text with a question mark for every control character but line ends, as a
+ * terminal takes such for commands. Colours stay where they are wanted. */
+std::string harmless(std::string_view text, bool colour);
 
 } // namespace tspec::sim
 

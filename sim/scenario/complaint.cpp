@@ -1,5 +1,7 @@
 #include "sim/scenario/complaint.h"
 
+#include "sim/lib/terminal.h"
+
 #include <fmt/format.h>
 
 namespace tspec::sim::scenario {
@@ -19,7 +21,7 @@ std::string all_lines(const std::vector<Complaint> &complaints)
 
 std::string Complaint::line() const
 {
-    return fmt::format("{}:{}:{}: {}", file, place.line, place.column, text);
+    return harmless(fmt::format("{}:{}:{}: {}", file, place.line, place.column, text), false);
 }
 
 ScenarioError::ScenarioError(std::vector<Complaint> complaints)

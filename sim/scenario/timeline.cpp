@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "sim/lib/decode.h"
+#include "sim/lib/terminal.h"
 #include "sim/scenario/names.h"
 #include "sim/scenario/step_kind.h"
 #include "sim/scenario/units.h"
@@ -90,7 +91,7 @@ std::string Timeline::paint(Colour colour, const std::string &text) const
 
 void Timeline::line(const std::string &text)
 {
-    fmt::print(out_, "{}\n", text);
+    fmt::print(out_, "{}\n", harmless(text, options_.colour));
 }
 
 /* Long ones go on below their second column, broken after a comma. */

@@ -99,9 +99,13 @@ int apply_all(const ApplyWords &words)
     }
     int worst = 0;
     for (const ApplyRequest &request : requests) {
-        std::optional<int> status = apply(request, [](std::string_view story) {
-            fmt::print("{}", story);
+        std::string unfinished;
+        std::optional<int> status = apply(request, [&](std::string_view story) {
+            unfinished += story;
+            const std::size_t end = unfinished.rfind('\n') + 1;
+            fmt::print("{}", harmless(unfinished.substr(0, end), request.colour));
             std::fflush(stdout);
+            unfinished.erase(0, end);
         });
         if (!status) {
             complain("no \"tspec-sim serve\" of yours runs here, or it has ended");

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <stdexcept>
 #include <system_error>
 
 #include <sys/socket.h>
@@ -37,11 +38,12 @@ Socket stream_socket(int flags)
     return socket;
 }
 
-bool is_trusted(const Socket &client)
+/* Root, or the user of this process. */
+bool is_trusted(const Socket &peer)
 {
     ucred user{};
     socklen_t length = sizeof user;
-    return getsockopt(client.fd(), SOL_SOCKET, SO_PEERCRED, &user, &length) == 0 &&
+    return getsockopt(peer.fd(), SOL_SOCKET, SO_PEERCRED, &user, &length) == 0 &&
            (user.uid == 0 || user.uid == geteuid());
 }
 
@@ -142,6 +144,9 @@ std::optional<int> apply(const ApplyRequest &request,
     sockaddr_un address = control_address();
     if (connect(server.fd(), reinterpret_cast<const sockaddr *>(&address), sizeof address) < 0) {
         return std::nullopt;
+    }
+    if (!is_trusted(server)) {
+        throw std::runtime_error("another user has the name of \"tspec-sim serve\" here");
     }
     std::string head(request.colour ? colour_wish : "");
     head += request.quiet ? quiet_wish : "";

@@ -462,6 +462,9 @@ TEST_F(DissectorTest, ComplainsAboutCodes)
         {from_daemon(refusal(), TSPEC_HOSTAPD_PORT), {"refused"}},
         {from_dman(bytes_of("\2tspec-vap-wlan0vap16")), {"unknown_text"}},
         {from_operator({7}), {"unknown_cmd"}},
+        {from_daemon(bytes_of("ts-vo-num-active=abc\n"), TSPEC_DMAN_REPLY_PORT), {"unknown_text"}},
+        {from_daemon(bytes_of("ts-vo-num-active=99999999999\n"), TSPEC_DMAN_REPLY_PORT),
+         {"unknown_text"}},
         {{.kind = Kind::from_daemon, .data = bytes_of("PANG")}, {"unknown_text"}},
     };
     std::vector<std::vector<std::string>> complaints = complaints_about(events_of(flaws));

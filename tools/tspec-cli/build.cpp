@@ -180,6 +180,21 @@ bool tspec_tool_build_config(const tspec_tool_operands_t *operands, tspec_tool_j
     return true;
 }
 
+bool tspec_tool_build_health(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                             tspec_tool_error_t *)
+{
+    job->view.json = operands->options[TSPEC_TOOL_JSON].given;
+    job->file = operands->count > 0 ? operands->values[0] : nullptr;
+    return true;
+}
+
+bool tspec_tool_build_program(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                              tspec_tool_error_t *)
+{
+    job->file = operands->values[0];
+    return true;
+}
+
 bool tspec_tool_build_completion(const tspec_tool_operands_t *operands, tspec_tool_job_t *,
                                  tspec_tool_error_t *error)
 {

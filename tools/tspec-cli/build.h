@@ -25,6 +25,8 @@ tspec_tool_build_t tspec_tool_build_show;
 tspec_tool_build_t tspec_tool_build_view;
 tspec_tool_build_t tspec_tool_build_metrics;
 tspec_tool_build_t tspec_tool_build_config;
+tspec_tool_build_t tspec_tool_build_health;
+tspec_tool_build_t tspec_tool_build_program;
 tspec_tool_build_t tspec_tool_build_completion;
 
 #endif

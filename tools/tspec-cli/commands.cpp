@@ -1,6 +1,7 @@
 #include "tspec-cli/commands.h"
 
 #include "tspec-cli/build.h"
+#include "tspec-cli/holder.h"
 #include "tspec-cli/run.h"
 
 #include <string.h>
@@ -177,6 +178,73 @@ static const tspec_tool_command_t commands[] = {
         .completed = {"apply check", TSPEC_TOOL_FILES},
         .build = tspec_tool_build_config,
         .run = tspec_tool_run_config,
+    },
+    {
+        .name = "health",
+        .synopsis = "[--json] [FILE]",
+        .summary = "whether the daemon can serve, and what is amiss",
+        .help =
+            "Looks at what can be seen without sending configuration, beside a living dman\n"
+            "too: PONG on three tries, process, descriptors, the dman socket, who else has the\n"
+            "daemon's ports and names. What FILE (/etc/tspec/tspec.conf) asks for is compared\n"
+            "with the statistics where UDP 55265 is free. The stream count cannot be seen.\n"
+            "Exit status: 0 healthy or not known, 1 nothing can be served any more and a\n"
+            "restart helps, 5 a warning. Others' processes show themselves to root alone.\n"
+            "  --json     prints one JSON object on one line\n",
+        .options = {{"--json", nullptr, false, nullptr}},
+        .warning = nullptr,
+        .min_operands = 0,
+        .max_operands = 1,
+        .completed = {TSPEC_TOOL_FILES},
+        .build = tspec_tool_build_health,
+        .run = tspec_tool_run_health,
+    },
+    {
+        .name = "make-way",
+        .synopsis = "",
+        .summary = "for service files: clear what keeps it from starting",
+        .help = "Removes what is at " TSPEC_DMAN_SOCK_PATH " and ends whoever else holds the\n"
+                "daemon's ports and name, and says whose it was. A living daemon of root's or of\n"
+                "the user " TSPEC_TOOL_SERVICE_USER
+                " is left alone, and the exit status is 1. For root.\n",
+        .options = {},
+        .warning = nullptr,
+        .min_operands = 0,
+        .max_operands = 0,
+        .completed = {},
+        .build = tspec_tool_build_nothing,
+        .run = tspec_tool_run_make_way,
+    },
+    {
+        .name = "grant",
+        .synopsis = "",
+        .summary = "for service files: let the service's user write",
+        .help = "Opens /dev/console, and a trap pipe that root has made, to the "
+                "group " TSPEC_TOOL_SERVICE_USER ".\n"
+                "What belongs to other users is left as it is. For root.\n",
+        .options = {},
+        .warning = nullptr,
+        .min_operands = 0,
+        .max_operands = 0,
+        .completed = {},
+        .build = tspec_tool_build_nothing,
+        .run = tspec_tool_run_grant,
+    },
+    {
+        .name = "contained",
+        .synopsis = "PROGRAM",
+        .summary = "for service files: run it with the least rights",
+        .help = "Becomes PROGRAM as the user " TSPEC_TOOL_SERVICE_USER
+                ", with CAP_NET_ADMIN alone, no new privileges,\n"
+                "1024 descriptors and no core dump; says what could not be set. systemd does the\n"
+                "same and more by itself. For root.\n",
+        .options = {},
+        .warning = nullptr,
+        .min_operands = 1,
+        .max_operands = 1,
+        .completed = {TSPEC_TOOL_FILES},
+        .build = tspec_tool_build_program,
+        .run = tspec_tool_run_contained,
     },
     {
         .name = "remove-stale",

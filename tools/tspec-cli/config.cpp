@@ -2,6 +2,7 @@
 #include "tspec-cli/config_file.h"
 #include "tspec-cli/daemon_socket.h"
 #include "tspec-cli/dman_socket.h"
+#include "tspec-cli/holder.h"
 #include "tspec-cli/run.h"
 
 #include <stdio.h>
@@ -44,6 +45,24 @@ static tspec_tool_delivery_t await_daemon(bool may_start)
     }
 }
 
+/* Somebody else has one of the operator's names, or fills the daemon's queue. The
+ * way of dman is open all the same. A silent daemon is another matter. */
+static bool is_obstructed(tspec_tool_delivery_t answer)
+{
+    switch (answer) {
+    case TSPEC_TOOL_NAME_IN_USE:
+    case TSPEC_TOOL_STRANGER:
+    case TSPEC_TOOL_WRONG_ANSWER:
+    case TSPEC_TOOL_QUEUE_FULL:
+    case TSPEC_TOOL_NO_DAEMON:
+        return true;
+    case TSPEC_TOOL_NO_ANSWER:
+        return tspec_tool_name_is_squatted(TSPEC_CLI_SOCK_NAME);
+    default:
+        return false;
+    }
+}
+
 /* The daemon takes one message of dman's socket before each command. Once it has
  * answered the ping after it, the message has been handled. */
 static tspec_tool_delivery_t send_and_confirm(int sock, const void *message, size_t size)
@@ -52,7 +71,7 @@ static tspec_tool_delivery_t send_and_confirm(int sock, const void *message, siz
     return sent == TSPEC_TOOL_DELIVERED ? await_daemon(false) : sent;
 }
 
-static tspec_tool_delivery_t send_sections(int sock, tspec_tool_config_t *config)
+static tspec_tool_delivery_t send_sections(int sock, tspec_tool_config_t *config, bool blindly)
 {
     tspec_tool_delivery_t result = TSPEC_TOOL_DELIVERED;
     for (int i = 0; i < TSPEC_TOOL_NUM_SECTIONS && result == TSPEC_TOOL_DELIVERED; i++) {
@@ -60,23 +79,37 @@ static tspec_tool_delivery_t send_sections(int sock, tspec_tool_config_t *config
         const void *const message =
             tspec_tool_section_message(config, static_cast<tspec_tool_section_t>(i), &size);
         if (config->is_there[i]) {
-            result = send_and_confirm(sock, message, size);
+            result = blindly ? tspec_tool_dman_send(sock, message, size)
+                             : send_and_confirm(sock, message, size);
         }
     }
     return result;
 }
 
+/* What became of the obstacle is told, whatever comes of the messages. */
+static tspec_tool_delivery_t send_blindly(int sock, tspec_tool_config_t *config,
+                                          tspec_tool_delivery_t obstacle)
+{
+    tspec_tool_print_failure(stderr, obstacle, wait_ms);
+    const tspec_tool_delivery_t sent = send_sections(sock, config, true);
+    return sent == TSPEC_TOOL_DELIVERED ? TSPEC_TOOL_SENT_BLINDLY : sent;
+}
+
 static tspec_tool_delivery_t apply(tspec_tool_config_t *config)
 {
     const tspec_tool_delivery_t alive = await_daemon(true);
-    if (alive != TSPEC_TOOL_DELIVERED) {
+    if (alive != TSPEC_TOOL_DELIVERED && !is_obstructed(alive)) {
         return alive;
     }
     const int sock = tspec_tool_dman_connect();
     if (sock < 0) {
-        return TSPEC_TOOL_NO_DMAN_SOCKET;
+        return alive == TSPEC_TOOL_DELIVERED ? TSPEC_TOOL_NO_DMAN_SOCKET : alive;
     }
-    const tspec_tool_delivery_t result = send_sections(sock, config);
+    tspec_tool_delivery_t result =
+        alive == TSPEC_TOOL_DELIVERED ? send_sections(sock, config, false) : alive;
+    if (result == TSPEC_TOOL_NAME_IN_USE || alive != TSPEC_TOOL_DELIVERED) {
+        result = send_blindly(sock, config, result);
+    }
     close(sock);
     return result;
 }
@@ -106,7 +139,7 @@ tspec_tool_status_t tspec_tool_run_config(const tspec_tool_job_t *job)
     const tspec_tool_status_t status = tspec_tool_report(apply(&config), wait_ms);
     if (status == TSPEC_TOOL_DONE) {
         print_sections(&config, job->file, "is in force:");
-    } else {
+    } else if (status != TSPEC_TOOL_NOT_CONFIRMED) {
         fputs("tspec-cli: the configuration is not in force, or not all of it.\n", stderr);
     }
     return status;

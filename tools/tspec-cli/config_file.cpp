@@ -1,9 +1,13 @@
 #include "tspec-cli/config_file.h"
 
+#include <ctype.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <ini.h>
 #include <stdarg.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #if INI_HANDLER_LINENO
 #error "this libinih hands line numbers to its callers, which is not expected here"
@@ -31,16 +35,32 @@ typedef struct {
 
 } // namespace
 
+/* More than a file of these keys can have wrong by mistake. */
+static const unsigned max_complaints = 20;
+static const off_t max_size = 64 * 1024;
+
+/* What a file holds is repeated on terminals, which take escapes for commands. */
+static void make_harmless(char *text)
+{
+    for (char *p = text; *p != '\0'; p++) {
+        *p = isprint(static_cast<unsigned char>(*p)) != 0 ? *p : '?';
+    }
+}
+
 __attribute__((format(printf, 3, 4))) static void complain_at(reading_t *reading, unsigned line,
                                                               const char *format, ...)
 {
     reading->mistakes++;
-    fprintf(reading->complaints, "%s:%u: ", reading->name, line);
+    if (reading->mistakes > max_complaints) {
+        return;
+    }
+    char text[512];
     va_list arguments;
     va_start(arguments, format);
-    vfprintf(reading->complaints, format, arguments);
+    vsnprintf(text, sizeof(text), format, arguments);
     va_end(arguments);
-    fputc('\n', reading->complaints);
+    make_harmless(text);
+    fprintf(reading->complaints, "%s:%u: %s\n", reading->name, line, text);
 }
 
 static const char *skip_blanks(const char *text)
@@ -267,9 +287,38 @@ static void read_lines(reading_t *reading)
         complain_at(reading, static_cast<unsigned>(wrong_line), "cannot be understood");
     }
     check_sums(reading);
+    if (reading->mistakes > max_complaints) {
+        fprintf(reading->complaints, "%s: %u further mistakes\n", reading->name,
+                reading->mistakes - max_complaints);
+    }
     if (reading->mistakes == 0 && !has_section(reading->config)) {
         complain_at(reading, reading->line + 1, "the file configures nothing");
     }
+}
+
+/* A pipe or a device has no end that one could wait for. Null, with what is wrong
+ * with it. */
+static FILE *open_file(const char *name, const char **wrong)
+{
+    const int file = open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    struct stat status = {};
+    if (file < 0 || fstat(file, &status) != 0) {
+        *wrong = strerror(errno);
+    } else if (!S_ISREG(status.st_mode)) {
+        *wrong = "not a file";
+    } else if (status.st_size > max_size) {
+        *wrong = "too large for a configuration";
+    } else {
+        FILE *const stream = fdopen(file, "r");
+        *wrong = stream == nullptr ? strerror(errno) : nullptr;
+        if (stream != nullptr) {
+            return stream;
+        }
+    }
+    if (file >= 0) {
+        close(file);
+    }
+    return nullptr;
 }
 
 bool tspec_tool_config_read(const char *name, tspec_tool_config_t *config, FILE *complaints)
@@ -279,9 +328,10 @@ bool tspec_tool_config_read(const char *name, tspec_tool_config_t *config, FILE 
     reading.complaints = complaints;
     reading.config = config;
     tspec_tool_config_clear(config);
-    reading.file = fopen(name, "re");
+    const char *wrong = nullptr;
+    reading.file = open_file(name, &wrong);
     if (reading.file == nullptr) {
-        fprintf(complaints, "%s: %s\n", name, strerror(errno));
+        fprintf(complaints, "%s: %s\n", name, wrong);
         return false;
     }
     read_lines(&reading);

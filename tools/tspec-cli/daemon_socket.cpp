@@ -1,5 +1,7 @@
 #include "tspec-cli/daemon_socket.h"
 
+#include "tspec-cli/holder.h"
+
 #include <errno.h>
 #include <string.h>
 #include <sys/socket.h>
@@ -55,17 +57,47 @@ static tspec_tool_delivery_t connect_and_send(int sock, const tspec_tool_request
     return sent < 0 ? send_failure() : TSPEC_TOOL_DELIVERED;
 }
 
+/* Receives a datagram; `sender` stays unknown where the kernel does not tell. */
+static ssize_t receive_from(int sock, char *answer, size_t size, uid_t *sender)
+{
+    alignas(struct cmsghdr) char control[CMSG_SPACE(sizeof(struct ucred))];
+    struct iovec part = {answer, size};
+    struct msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof(control);
+    const ssize_t received = recvmsg(sock, &message, MSG_CMSG_CLOEXEC);
+    const struct cmsghdr *const head = received < 0 ? nullptr : CMSG_FIRSTHDR(&message);
+    if (head != nullptr && head->cmsg_type == SCM_CREDENTIALS) {
+        struct ucred credentials = {};
+        memcpy(&credentials, CMSG_DATA(head), sizeof(credentials));
+        *sender = credentials.uid;
+    }
+    return received;
+}
+
+/* Whoever runs a daemon of his own may ask it. */
+static bool may_answer(uid_t sender)
+{
+    return sender == geteuid() || tspec_tool_is_trusted(sender);
+}
+
 static tspec_tool_delivery_t await_answer(int sock)
 {
     static const char expected[] = TSPEC_CLI_PING_REPLY;
     char answer[TSPEC_CLI_BUF_SIZE];
+    uid_t sender = TSPEC_TOOL_UNKNOWN_UID;
     ssize_t received = 0;
     do {
-        received = recv(sock, answer, sizeof(answer), 0);
+        received = receive_from(sock, answer, sizeof(answer), &sender);
     } while (received < 0 && errno == EINTR);
     if (received < 0) {
         const bool timed_out = errno == EAGAIN || errno == ECONNRESET;
         return timed_out ? TSPEC_TOOL_NO_ANSWER : TSPEC_TOOL_SYSTEM_FAILED;
+    }
+    if (!may_answer(sender)) {
+        return TSPEC_TOOL_STRANGER;
     }
     const size_t length = strlen(expected);
     const bool is_expected =
@@ -75,7 +107,11 @@ static tspec_tool_delivery_t await_answer(int sock)
 
 static tspec_tool_delivery_t bind_reply_name(int sock)
 {
+    static const int on = 1;
     const struct sockaddr_un own = abstract_address(TSPEC_CLI_REPLY_NAME);
+    if (setsockopt(sock, SOL_SOCKET, SO_PASSCRED, &on, sizeof(on)) != 0) {
+        return TSPEC_TOOL_SYSTEM_FAILED;
+    }
     if (bind(sock, reinterpret_cast<const struct sockaddr *>(&own), sizeof(own)) == 0) {
         return TSPEC_TOOL_DELIVERED;
     }

@@ -32,6 +32,11 @@ static const char *sentence_of(tspec_tool_delivery_t delivery)
                "socket \"" TSPEC_CLI_REPLY_NAME "\" that the answer comes to";
     case TSPEC_TOOL_WRONG_ANSWER:
         return "the daemon's answer is not what was asked for";
+    case TSPEC_TOOL_STRANGER:
+        return "whoever answers on the abstract socket \"" TSPEC_CLI_SOCK_NAME
+               "\" is neither root nor the daemon's user";
+    case TSPEC_TOOL_SENT_BLINDLY:
+        return "sent, but not confirmed";
     case TSPEC_TOOL_REPLY_PORT_TAKEN:
         return port_taken;
     case TSPEC_TOOL_UNSTEADY:
@@ -65,6 +70,8 @@ tspec_tool_status_t tspec_tool_status_of(tspec_tool_delivery_t delivery)
         return TSPEC_TOOL_DONE;
     case TSPEC_TOOL_REPLY_PORT_TAKEN:
         return TSPEC_TOOL_PORT_TAKEN;
+    case TSPEC_TOOL_SENT_BLINDLY:
+        return TSPEC_TOOL_NOT_CONFIRMED;
     default:
         return TSPEC_TOOL_FAILED;
     }

@@ -19,6 +19,8 @@ typedef enum {
     TSPEC_TOOL_SYSTEM_FAILED,    /* errno says why */
     TSPEC_TOOL_NO_DMAN_SOCKET,   /* dman's way to the daemon is closed; errno says why */
     TSPEC_TOOL_REPLY_PORT_TAKEN, /* statistics go to somebody else */
+    TSPEC_TOOL_STRANGER,         /* the answer came from another user than the daemon's */
+    TSPEC_TOOL_SENT_BLINDLY,     /* sent; whether it was taken cannot be asked */
     TSPEC_TOOL_UNSTEADY,         /* the streams changed during every walk over them */
 } tspec_tool_delivery_t;
 

@@ -21,6 +21,10 @@ tspec_tool_status_t tspec_tool_run_streams(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_metrics(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_config(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_completion(const tspec_tool_job_t *job);
+tspec_tool_status_t tspec_tool_run_health(const tspec_tool_job_t *job);
+tspec_tool_status_t tspec_tool_run_make_way(const tspec_tool_job_t *job);
+tspec_tool_status_t tspec_tool_run_grant(const tspec_tool_job_t *job);
+tspec_tool_status_t tspec_tool_run_contained(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_remove_stale(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_wait_loopback(const tspec_tool_job_t *job);
 

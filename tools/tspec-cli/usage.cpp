@@ -3,15 +3,15 @@
 static const char tool_help[] =
     "Speaks to the tspec-daemon of this access point.\n"
     "\n"
-    "ping, stats, streams, metrics and config answer here. The answers to all other\n"
-    "commands appear on the access point's console, /dev/console.\n";
+    "ping, health, stats, streams, metrics and config answer here. The answers to all\n"
+    "other commands appear on the access point's console, /dev/console.\n";
 
 static const char tool_notes[] =
     "\n"
     "tspec-cli COMMAND --help says more of a command.\n"
     "\n"
     "Exit status: 0 done, 1 no daemon or no answer, 2 wrong usage or configuration,\n"
-    "3 dman has the port that statistics are sent to.\n";
+    "3 dman has the port that statistics are sent to, 4 sent but not confirmed, 5 a warning.\n";
 
 /* A command that is longer than its column has its summary on the next line. */
 static void print_command_line(FILE *out, const tspec_tool_command_t *command)

@@ -710,6 +710,12 @@ local function show_request(tvb, pinfo, tree)
     info(pinfo, "Status request  " .. text)
 end
 
+-- The daemon prints 32-bit numbers, and nothing else fits into their fields.
+local function is_int32(text)
+    local value = text:match("^%-?%d+$") and tonumber(text)
+    return value and value >= -0x80000000 and value <= 0x7fffffff
+end
+
 local function add_line(tree, range, line)
     local key, value = line:match("^([^=]+)=(.*)$")
     local field = key and F[key]
@@ -719,7 +725,13 @@ local function add_line(tree, range, line)
     end
     local kind = key:match("^ts%-%l%l%-(%l+)") or key:match("^tspec%-%l%l%-(%l+)") or
         key:match("^ts%-(%l+)")
-    tree:add(field, range, is_number[kind] and tonumber(value) or value)
+    if not is_number[kind] then
+        tree:add(field, range, value)
+    elseif is_int32(value) then
+        tree:add(field, range, tonumber(value))
+    else
+        tree:add(F.text, range, line):add_proto_expert_info(E.unknown_text)
+    end
 end
 
 local function show_report(tvb, pinfo, tree)

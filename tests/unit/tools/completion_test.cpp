@@ -31,8 +31,9 @@ TEST(ToolCompletion, BeginsWithCommands)
     EXPECT_THAT(offered({""}),
                 UnorderedElementsAre("ping", "debug", "delete-client", "delete-stream",
                                      "disassociation-mode", "show", "stats", "streams", "metrics",
-                                     "config", "remove-stale", "wait-loopback", "completion",
-                                     "--help", "--version"));
+                                     "config", "health", "make-way", "grant", "contained",
+                                     "remove-stale", "wait-loopback", "completion", "--help",
+                                     "--version"));
     EXPECT_THAT(offered({"st"}), ElementsAre("stats", "streams"));
     EXPECT_THAT(offered({"delete-"}), ElementsAre("delete-client", "delete-stream"));
     EXPECT_THAT(offered({"x"}), IsEmpty());

@@ -291,7 +291,24 @@ TEST(ToolConfigFile, AFileThatCannotBeReadIsNamed)
     EXPECT_EQ(printed([&](FILE *complaints) {
                   EXPECT_FALSE(tspec_tool_config_read("/", &config, complaints));
               }),
-              "/:1: cannot be read: Is a directory\n");
+              "/: not a file\n");
+    EXPECT_EQ(printed([&](FILE *complaints) {
+                  EXPECT_FALSE(tspec_tool_config_read("/dev/zero", &config, complaints));
+              }),
+              "/dev/zero: not a file\n");
+}
+
+TEST(ToolConfigFile, ManyMistakesAreCountedAndEscapesAreNotRepeated)
+{
+    std::string text = "[wlan0]\n";
+    for (int i = 0; i < 25; i++) {
+        text += "\x1b[2J = 1\n";
+    }
+    const std::string complaints = read_text(text).complaints;
+    EXPECT_EQ(complaints.find('\x1b'), std::string::npos);
+    EXPECT_THAT(complaints, HasSubstr("21:"));
+    EXPECT_EQ(complaints.find("22:"), std::string::npos);
+    EXPECT_THAT(complaints, ::testing::EndsWith("5 further mistakes\n"));
 }
 
 } // namespace

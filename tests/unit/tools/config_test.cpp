@@ -78,5 +78,27 @@ TEST(ToolConfigApply, FailsWhenTheDaemonGoesAwayAfterAMessage)
     apply_until(2, TSPEC_TOOL_FAILED, "the configuration is not in force, or not all of it");
 }
 
+// The names and what goes to dman's socket, while a stranger has the reply name.
+TEST(ToolConfigApply, SendsAllTheSameWhereTheReplyNameIsTaken)
+{
+    in_private_network([] {
+        std::ofstream("/tmp/one-radio.conf") << "[wlan0]\nvoice_limit = 3\n";
+        const int commands = bound_socket(std::string(1, '\0') + "tspec-cli");
+        const int dman = bound_socket("/tmp/tspec_dman_config");
+        const int taken = bound_socket(std::string(1, '\0') + "cli-tspec");
+        tspec_tool_job_t job{};
+        job.file = "/tmp/one-radio.conf";
+        job.apply = true;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(tspec_tool_run_config(&job), TSPEC_TOOL_NOT_CONFIRMED);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("sent, but not confirmed"));
+        char message[100];
+        EXPECT_EQ(recv(dman, message, sizeof(message), MSG_DONTWAIT), 64);
+        close(taken);
+        close(dman);
+        close(commands);
+    });
+}
+
 } // namespace
 #endif

@@ -44,7 +44,8 @@ class Service {
     void tell(const Events &events);
     void say(const std::string &who, const std::string &what);
     void clear();
-    void lend_operator();
+    void borrow_from_tool();
+    void return_to_tool();
     void apply(ApplyRequest request);
     int play(const ApplyRequest &request);
     void watch_for(std::vector<Interrupt> more);

@@ -50,7 +50,8 @@ static const tspec_tool_command_t commands[] = {
         .summary = "drop a client's record, and nothing else",
         .help =
             "Takes the record of a client out of the daemon's memory. hostapd and mapd are not\n"
-            "told. For ordinary removals use delete-stream, once for each stream.\n",
+            "told. For ordinary removals use delete-stream, once for each stream. What is said\n"
+            "of the outcome is seen as with delete-stream.\n",
         .options = {{"--force", nullptr, false, nullptr}},
         .warning = "delete-client removes the bare record: neither the medium time nor the stream "
                    "count\nof the client's streams comes back before the daemon is restarted. Use "
@@ -59,21 +60,24 @@ static const tspec_tool_command_t commands[] = {
         .max_operands = 1,
         .completed = {},
         .build = tspec_tool_build_delete_client,
-        .run = nullptr,
+        .run = tspec_tool_run_delete_client,
     },
     {
         .name = "delete-stream",
         .synopsis = "MAC TID",
         .summary = "tear one stream of a client down",
         .help = "Sends a DELTS to hostapd, gives the medium time back (through mapd while it\n"
-                "manages the access point) and deletes the stream. TID is 0 to 15.\n",
+                "manages the access point) and deletes the stream. TID is 0 to 15. The streams\n"
+                "are listed before and after, as \"streams\" does, to say what was removed: that\n"
+                "takes them from a walk of dman's that is under way, and needs its port. Where it\n"
+                "cannot be seen (exit status 5), the console has the daemon's word.\n",
         .options = {},
         .warning = nullptr,
         .min_operands = 2,
         .max_operands = 2,
         .completed = {nullptr, "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15"},
         .build = tspec_tool_build_delete_stream,
-        .run = nullptr,
+        .run = tspec_tool_run_delete_stream,
     },
     {
         .name = "disassociation-mode",

@@ -59,7 +59,7 @@ typedef struct {
                   tspec_tool_error_t *error);
 
     /* Carries the job out and says what went wrong; null for a command whose
-     * request is sent to the daemon, which answers on its console. */
+     * request the daemon answers on its console. */
     tspec_tool_status_t (*run)(const tspec_tool_job_t *job);
 } tspec_tool_command_t;
 

@@ -6,9 +6,11 @@
 
 typedef enum {
     TSPEC_TOOL_DONE = 0,
-    TSPEC_TOOL_FAILED = 1,     /* no daemon, no answer, or the answer cannot be shown */
-    TSPEC_TOOL_WRONG_USE = 2,  /* wrong arguments or a wrong configuration; nothing was sent */
-    TSPEC_TOOL_PORT_TAKEN = 3, /* dman has the port that statistics are sent to */
+    TSPEC_TOOL_FAILED = 1,        /* no daemon, no answer, or the answer cannot be shown */
+    TSPEC_TOOL_WRONG_USE = 2,     /* wrong arguments or a wrong configuration; nothing was sent */
+    TSPEC_TOOL_PORT_TAKEN = 3,    /* dman has the port that statistics are sent to */
+    TSPEC_TOOL_NOTHING_THERE = 4, /* what was to be removed is not there; nothing was sent */
+    TSPEC_TOOL_NOT_CONFIRMED = 5, /* sent, but what came of it cannot be seen from here */
 } tspec_tool_status_t;
 
 #endif

@@ -294,5 +294,21 @@ TEST(ToolConfigFile, AFileThatCannotBeReadIsNamed)
               "/:1: cannot be read: Is a directory\n");
 }
 
+TEST(ToolConfigFile, WarnsOfACategoryThatRefusesEverything)
+{
+    const Reading reading = read_text("[wlan0]\nenabled = yes\nvoice_mandatory = yes\n"
+                                      "video_mandatory = yes\nvideo_limit = 5\n");
+    EXPECT_TRUE(reading.right);
+    EXPECT_EQ(reading.complaints, "3: warning: voice_mandatory with a voice_limit of 0: every "
+                                  "call is refused\n");
+    EXPECT_EQ(read_text("[wlan0]\nenabled = no\nvoice_mandatory = yes\n").complaints, "");
+}
+
+TEST(ToolConfigFile, TakesLinesThatBeginWithAHashForComments)
+{
+    EXPECT_TRUE(read_text("# a\n[wlan0]\n  # b = c\n").right);
+    EXPECT_FALSE(read_text("[wlan0]\nvoice_limit = 3 # c\n").right);
+}
+
 } // namespace
 #endif

@@ -1,6 +1,10 @@
 /*
  * tspec-sim's command line: options, exit statuses, what is printed.
  */
+#include <fstream>
+#include <iterator>
+#include <regex>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -178,6 +182,21 @@ TEST_F(OnATerminal, UsesNoneWithNoColorSet)
 {
     EXPECT_THAT(play("env NO_COLOR=1", ""),
                 AllOf(HasSubstr("ok  the daemon"), Not(HasSubstr("\033["))));
+}
+
+TEST(Manual, NamesEveryOption)
+{
+    std::ifstream file(TSPEC_SIM_MANUAL);
+    const std::string manual{std::istreambuf_iterator<char>(file), {}};
+    for (const char *command : {"run", "serve", "apply", "capacity"}) {
+        const std::string help = run_sim({command, "--help"}).output;
+        const std::regex option("\n  --([a-z-]+)");
+        for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at) {
+            EXPECT_THAT(manual, testing::ContainsRegex("[FO]l -" + (*at)[1].str() + "|, -" +
+                                                       (*at)[1].str()))
+                << command;
+        }
+    }
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "tspec-cli/config_file.h"
 
+#include "tspec-cli/suggest.h"
+
 #include <errno.h>
 #include <ini.h>
 #include <stdarg.h>
@@ -199,7 +201,13 @@ static int take_key(void *user, const char *section_name, const char *name, cons
             return 1;
         }
     }
-    complain_at(reading, reading->line, "there is no key \"%s\" in [%s]", name, section_name);
+    tspec_tool_suggestion_t suggestion = {};
+    for (size_t place = 0; place < count; place++) {
+        tspec_tool_consider(&suggestion, name, keys[place].name);
+    }
+    char meant[64];
+    complain_at(reading, reading->line, "there is no key \"%s\" in [%s]%s", name, section_name,
+                tspec_tool_did_you_mean(&suggestion, meant, sizeof(meant)));
     return 1;
 }
 

@@ -7,10 +7,13 @@
 #include "tspec-cli/usage.h"
 
 #include <stdio.h>
+#include <string.h>
 
 static tspec_tool_status_t report_rejected(const tspec_tool_invocation_t *invocation)
 {
-    fprintf(stderr, "tspec-cli: %s.\n", invocation->error.text);
+    const char *const text = invocation->error.text;
+    const bool is_question = text[0] != '\0' && text[strlen(text) - 1] == '?';
+    fprintf(stderr, "tspec-cli: %s%s\n", text, is_question ? "" : ".");
     tspec_tool_print_usage(stderr, invocation->command);
     return TSPEC_TOOL_WRONG_USE;
 }

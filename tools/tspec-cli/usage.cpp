@@ -8,7 +8,7 @@ static const char tool_help[] =
 
 static const char tool_notes[] =
     "\n"
-    "tspec-cli COMMAND --help says more of a command.\n"
+    "tspec-cli help COMMAND says more of a command.\n"
     "\n"
     "Exit status: 0 done, 1 no daemon or no answer, 2 wrong usage or configuration,\n"
     "3 dman has the port that statistics are sent to, 4 nothing there to remove, 5 sent,\n"
@@ -32,6 +32,7 @@ static void print_command_list(FILE *out)
     size_t count = 0;
     const tspec_tool_command_t *commands = tspec_tool_commands(&count);
     fputs("Usage: tspec-cli COMMAND [ARGUMENT...]\n"
+          "       tspec-cli help [COMMAND]\n"
           "       tspec-cli --help | --version\n"
           "\n"
           "Commands:\n",

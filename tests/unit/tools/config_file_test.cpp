@@ -213,6 +213,8 @@ const Mistake mistakes[] = {
     {"section_open", "[wlan0\n", "1: a section is written"},
     {"section_of_a_long_name", "[" + std::string(60, 'w') + "]\n", "1: a section is written"},
     {"key_behind_section", "[wlan0] enabled = yes\n", "1: \"enabled = yes\" after [wlan0]"},
+    {"misspelt_key", in_wlan0("voice_limt = 3"),
+     "2: there is no key \"voice_limt\" in [wlan0]; did you mean \"voice_limit\"?"},
     {"unknown_key", in_wlan0("limit = 3"), "2: there is no key \"limit\" in [wlan0]"},
     {"key_of_another_section", in_wlan0("violation_interval = 3"),
      "2: there is no key \"violation_interval\" in [wlan0]"},

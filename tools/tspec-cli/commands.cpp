@@ -111,18 +111,25 @@ static const tspec_tool_command_t commands[] = {
     },
     {
         .name = "stats",
-        .synopsis = "[--radio R | --vap R.V] [--json] [--watch [SECONDS]]",
+        .synopsis = "[--radio R | --vap R.V] [--ac AC] [--units] [--json] [--watch [SECONDS]]",
         .summary = "show streams, clients and airtime of each access category",
         .help = "Shows the access point and its two radios, or one radio (0 or 1), or one VAP of\n"
-                "a radio (0.0 to 1.15): streams, clients, decisions, and the medium time that is\n"
-                "admitted and free, in units of 32 microseconds per second. roaming counts the\n"
-                "clients that roam, or the requests and the medium time of such clients.\n"
-                "  --json     prints one JSON object on one line\n"
-                "  --watch    shows it again every 2 seconds, or every SECONDS (1 to 3600)\n"
+                "a radio (0.0 to 1.15): streams, clients, decisions, and the air: what is\n"
+                "admitted, the limit as far as the figures tell it (~, whole per cent, what is\n"
+                "set aside for fast transitions included), and how much of it is used. roaming\n"
+                "counts the clients that roam, or the requests of such clients.\n"
+                "  --ac       shows one access category: voice, video, best-effort, background\n"
+                "  --units    shows medium time instead, as the daemon counts it: admitted and\n"
+                "             free, in units of 32 microseconds per second\n"
+                "  --json     prints one JSON object on one line, in units\n"
+                "  --watch    shows it again every 2 seconds, or every SECONDS (1 to 3600), with\n"
+                "             what has changed since the look before\n"
                 "Colours only on a terminal, and not with NO_COLOR in the environment.\n",
         .options = {{"--json", nullptr, false, nullptr},
                     {"--watch", "SECONDS", true, nullptr},
                     {"--radio", "R", false, "0 1"},
+                    {"--ac", "AC", false, "voice video best-effort background"},
+                    {"--units", nullptr, false, nullptr},
                     {"--vap", "R.V", false,
                      "0.0 0.1 0.2 0.3 0.4 0.5 0.6 0.7 0.8 0.9 0.10 0.11 0.12 0.13 0.14 "
                      "0.15 1.0 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8 1.9 1.10 1.11 1.12 1.13 "
@@ -131,23 +138,32 @@ static const tspec_tool_command_t commands[] = {
         .min_operands = 0,
         .max_operands = 0,
         .completed = {},
-        .build = tspec_tool_build_view,
+        .build = tspec_tool_build_stats,
         .run = tspec_tool_run_stats,
     },
     {
         .name = "streams",
-        .synopsis = "[--json] [--watch [SECONDS]]",
+        .synopsis = "[--sta MAC] [--radio R] [--ac AC] [--units] [--json] [--watch [SECONDS]]",
         .summary = "list the streams here, not on the console",
         .help = "Walks over the streams on TIDs 0 to 7, admitted and pending. Those on TIDs 8 to\n"
                 "15 are in the list of \"show\" alone.\n"
-                "  --json     prints one JSON object on one line\n"
+                "  --sta, --radio, --ac\n"
+                "             list the streams of one station, radio, access category\n"
+                "  --units    shows medium time in units of 32 microseconds per second, not in\n"
+                "             per cent of the air\n"
+                "  --json     prints one JSON object on one line, in units\n"
                 "  --watch    shows it again every 2 seconds, or every SECONDS (1 to 3600)\n",
-        .options = {{"--json", nullptr, false, nullptr}, {"--watch", "SECONDS", true, nullptr}},
+        .options = {{"--json", nullptr, false, nullptr},
+                    {"--watch", "SECONDS", true, nullptr},
+                    {"--radio", "R", false, "0 1"},
+                    {"--ac", "AC", false, "voice video best-effort background"},
+                    {"--units", nullptr, false, nullptr},
+                    {"--sta", "MAC", false, nullptr}},
         .warning = nullptr,
         .min_operands = 0,
         .max_operands = 0,
         .completed = {},
-        .build = tspec_tool_build_view,
+        .build = tspec_tool_build_streams,
         .run = tspec_tool_run_streams,
     },
     {

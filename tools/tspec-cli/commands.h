@@ -16,7 +16,7 @@
 /* As many levels as fit behind the code and the count of a debug command. */
 #define TSPEC_TOOL_MAX_OPERANDS (TSPEC_CLI_BUF_SIZE - 2)
 
-#define TSPEC_TOOL_MAX_OPTIONS 4
+#define TSPEC_TOOL_MAX_OPTIONS 6
 #define TSPEC_TOOL_MAX_COMPLETED 2
 
 /* File names, where words are offered for completion. */

@@ -165,12 +165,19 @@ Status Service::end()
 
 void Service::tell(const Events &events)
 {
+    auto tell_why = [this](const std::optional<std::string> &why) {
+        if (why) {
+            timeline_.remark("why  " + *why);
+        }
+    };
     for (const Event &event : events) {
+        tell_why(refusals_.before(event));
         if (!load_watch_.takes(event)) {
             timeline_.events({event}, ap_.options().start_time);
         } else if (auto change = load_watch_.change()) {
             timeline_.load_changes(change->first, change->second);
         }
+        tell_why(refusals_.after(event));
     }
     ap_.forget();
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "sim/lib/access_point.h"
+#include "sim/scenario/refusal.h"
 #include "sim/scenario/timeline.h"
 #include "sim/serve/control_socket.h"
 #include "sim/serve/load_watch.h"
@@ -56,6 +57,7 @@ class Service {
     AccessPoint ap_;
     scenario::Timeline timeline_;
     LoadWatch load_watch_;
+    scenario::Refusals refusals_;
     ControlServer control_;
 };
 

@@ -27,7 +27,7 @@ class Refusals {
   private:
     /* A request that the daemon has read and not ended. */
     struct Request {
-        std::string who; /* "station 02:..., TID 6" */
+        std::string who;        /* "station 02:..., TID 6" */
         bool other_tid = false; /* in TS Info than in the message */
         bool asked_driver = false;
         bool asked_duration = false;

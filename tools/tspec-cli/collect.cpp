@@ -93,8 +93,10 @@ static bool is_listed(const tspec_tool_streams_t *streams, const tspec_tool_stre
 {
     for (size_t i = 0; i < streams->count; i++) {
         const tspec_tool_stream_t *const listed = &streams->streams[i];
-        if (strcmp(listed->values[TSPEC_TOOL_STREAM_STATION], stream->values[TSPEC_TOOL_STREAM_STATION]) == 0 &&
-            strcmp(listed->values[TSPEC_TOOL_STREAM_TID], stream->values[TSPEC_TOOL_STREAM_TID]) == 0) {
+        if (strcmp(listed->values[TSPEC_TOOL_STREAM_STATION],
+                   stream->values[TSPEC_TOOL_STREAM_STATION]) == 0 &&
+            strcmp(listed->values[TSPEC_TOOL_STREAM_TID], stream->values[TSPEC_TOOL_STREAM_TID]) ==
+                0) {
             return true;
         }
     }

@@ -252,7 +252,8 @@ static void print_stream(FILE *out, const tspec_tool_stream_t *stream,
         char share[16];
         const char *value = stream->values[i];
         if (i == TSPEC_TOOL_STREAM_MEDIUM_TIME && !style->units) {
-            snprintf(share, sizeof(share), "%.2f%%", atoi(value) / units_per_percent);
+            snprintf(share, sizeof(share), "%.2f%%",
+                     static_cast<double>(strtoul(value, nullptr, 10)) / units_per_percent);
             value = share;
         }
         print_cell(out, field->width, value);

@@ -16,12 +16,22 @@ file(GLOB units packaging/systemd/tspec-*)
 install(FILES ${units} DESTINATION lib/systemd/system COMPONENT daemon)
 install(DIRECTORY packaging/systemd/examples/
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/systemd COMPONENT daemon)
-# Laid out as in the sources, so that links from page to page lead somewhere.
+# Laid out as in the sources, so that the links in the pages lead somewhere: what
+# is installed elsewhere is linked to, in the component that it belongs to.
+function(install_link place target component)
+  get_filename_component(folder ${place} DIRECTORY)
+  get_filename_component(name ${place} NAME)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/links/${folder})
+  file(CREATE_LINK ${target} ${CMAKE_BINARY_DIR}/links/${place} SYMBOLIC)
+  install(FILES ${CMAKE_BINARY_DIR}/links/${place}
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder} COMPONENT ${component})
+endfunction()
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN man EXCLUDE)
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN "*.[18]")
 install(FILES tools/tspec-cli/tspec.conf.example
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT daemon OPTIONAL)
+install_link(tools/tspec-cli/tspec.conf.example ../../tspec.conf.example daemon)
 
 set(completions ${CMAKE_BINARY_DIR}/share/bash-completion/completions)
 install(FILES ${completions}/tspec-cli
@@ -30,6 +40,7 @@ install(FILES ${completions}/tspec-cli
 # The headers are the same for every machine, and so is what pkg-config says of them.
 install(FILES include/tspec/message.h include/tspec/wmm.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tspec COMPONENT dev)
+install_link(include/tspec/message.h ../../../../../include/tspec/message.h dev)
 configure_file(cmake/tspec.pc.in tspec.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/tspec.pc
   DESTINATION ${CMAKE_INSTALL_DATADIR}/pkgconfig COMPONENT dev)
@@ -42,8 +53,10 @@ if(TARGET tspec-sim)
   install(DIRECTORY scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tspec COMPONENT sim)
   install(FILES ${completions}/tspec-sim
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT sim OPTIONAL)
+  install_link(scenarios ../../tspec/scenarios sim)
   install(FILES tools/wireshark/tspec.lua
     DESTINATION ${CMAKE_INSTALL_DATADIR}/tspec/wireshark COMPONENT sim OPTIONAL)
+  install_link(tools/wireshark/tspec.lua ../../../../tspec/wireshark/tspec.lua sim)
 endif()
 if(TARGET tspec-sim-driver)
   # Where tspec-sim looks: beside its own folder, whatever the machine's folder

@@ -48,6 +48,7 @@ enum class RequestType : uint32_t {
     continue_trap,
     kernel_calls,   /* ioctl and proc file also reach the kernel */
     own_system_log, /* answer for the system log instead of calling it */
+    note_receivers, /* tell of each datagram to a UDP port whether somebody had it */
     quit,
 };
 
@@ -119,6 +120,9 @@ enum class ReportType : uint32_t {
 inline constexpr uint32_t flag_held = 1;
 inline constexpr uint32_t flag_stopped = 2; /* advance ended before its time was up */
 inline constexpr uint32_t flag_busy = 4;    /* barrier: the daemon is not waiting, ask again */
+
+/* Flags of sent, where receivers are noted. */
+inline constexpr uint32_t flag_bound = 8;
 
 /* Flags of station_query: low byte as the daemon set it. */
 inline constexpr uint32_t flag_clean = 256;

@@ -14,6 +14,7 @@ void apply_setting(const control::Request &request);
 struct Settings {
     bool kernel_calls;
     bool own_system_log;
+    bool note_receivers;
     bool trap_rendezvous;
     int console_error;
 };

@@ -49,6 +49,9 @@ void apply_setting(const control::Request &request)
     case RequestType::own_system_log:
         settings().own_system_log = true;
         return;
+    case RequestType::note_receivers:
+        settings().note_receivers = true;
+        return;
     default:
         return;
     }

@@ -2,6 +2,7 @@
  * The daemon's calls on its sockets: made for real, reported, failing where asked.
  */
 #include <errno.h>
+#include <stdio.h>
 #include <string.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include "sim/driver/endpoints.h"
 #include "sim/driver/faults.h"
 #include "sim/driver/real.h"
+#include "sim/driver/settings.h"
 #include "sim/driver/wait.h"
 #include "tspec/message.h"
 
@@ -34,8 +36,32 @@ void report_received(int fd, const void *data, ssize_t size)
     send_report(report);
 }
 
+bool is_bound_in(const char *table, int port)
+{
+    FILE *file = TSPEC_REAL(fopen)(table, "re");
+    if (!file) {
+        return false;
+    }
+    bool found = false;
+    char line[256];
+    while (!found && fgets(line, sizeof line, file)) {
+        unsigned local = 0;
+        found = sscanf(line, " %*u: %*[0-9A-F]:%4X", &local) == 1 && local == unsigned(port);
+    }
+    fclose(file);
+    return found;
+}
+
+/* To be asked before the datagram leaves: its receiver may end as soon as he has it. */
+bool has_receiver(int port)
+{
+    KeepErrno keep;
+    return settings().note_receivers && port > 0 &&
+           (is_bound_in("/proc/self/net/udp", port) || is_bound_in("/proc/self/net/udp6", port));
+}
+
 void report_sent(int fd, const sockaddr *to, socklen_t to_length, const void *data, size_t size,
-                 ssize_t result)
+                 ssize_t result, bool bound)
 {
     KeepErrno keep;
     int error = result < 0 ? errno : 0;
@@ -47,6 +73,7 @@ void report_sent(int fd, const sockaddr *to, socklen_t to_length, const void *da
     report.port = static_cast<uint32_t>(port < 0 ? 0 : port);
     report.result = static_cast<int32_t>(result);
     report.error = error;
+    report.flags = bound ? control::flag_bound : 0;
     name_of(to, to_length, report.name);
     report_data(report, data, size);
     send_report(report);
@@ -164,13 +191,14 @@ TSPEC_INTERPOSE ssize_t sendto(int fd, const void *data, size_t size, int flags,
                   .family = to ? to->sa_family : -1,
                   .path = name};
     const control::FaultRule *rule = fault_for(site);
+    bool bound = has_receiver(site.port);
     ssize_t result = -1;
     if (rule && rule->error != 0) {
         errno = rule->error;
     } else {
         result = TSPEC_REAL(sendto)(fd, data, size, flags, to, to_length);
     }
-    report_sent(fd, to, to_length, data, size, result);
+    report_sent(fd, to, to_length, data, size, result, bound);
     return rule && rule->error == 0 ? rule->result : result;
 }
 

@@ -136,6 +136,19 @@ std::string mandatory_text(const tspec_dman_config_msg_t &message)
     return mandatory.empty() ? "none" : fmt::format("{}", fmt::join(mandatory, ", "));
 }
 
+/* What comes on top of the limits; nothing where there is none. */
+std::string fast_transition_text(const tspec_dman_config_msg_t &message)
+{
+    std::vector<std::string> shares;
+    if (message.fbt_limit_vo != 0) {
+        shares.push_back(fmt::format("voice {} %", message.fbt_limit_vo));
+    }
+    if (message.fbt_limit_vi != 0) {
+        shares.push_back(fmt::format("video {} %", message.fbt_limit_vi));
+    }
+    return shares.empty() ? "" : fmt::format("; fast transition: {}", fmt::join(shares, ", "));
+}
+
 Decoded decode_config(ByteView bytes)
 {
     auto message = wire_of<tspec_dman_config_msg_t>(bytes);
@@ -143,9 +156,9 @@ Decoded decode_config(ByteView bytes)
     decoded.title = "configuration";
     decoded.name = "config";
     decoded.summary =
-        fmt::format("configuration of {}: admission control {}, mandatory: {}",
+        fmt::format("configuration of {}: admission control {}, mandatory: {}{}",
                     text_of_field(decoded, "radio_if"), message.tspec_enabled & 0xff ? "on" : "off",
-                    mandatory_text(message));
+                    mandatory_text(message), fast_transition_text(message));
     return decoded;
 }
 

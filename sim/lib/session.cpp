@@ -63,6 +63,9 @@ AccessPoint::Session::Session(AccessPoint &access_point,
     if (!PrivateWorld::current().isolated()) {
         apply(make_request(control::RequestType::own_system_log));
     }
+    if (!options.away.empty()) {
+        apply(make_request(control::RequestType::note_receivers));
+    }
     if (options.kernel_calls) {
         apply(make_request(control::RequestType::kernel_calls));
     }

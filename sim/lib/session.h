@@ -117,7 +117,7 @@ class AccessPoint::Session {
 
     Event new_event(Kind kind, Peer peer) const;
     void add(Event event);
-    void match_receiver(Event &event);
+    void match_receiver(Event &event, bool bound);
     void answer_frame_duration(const Event &query);
     void call_reaction(const Event &event);
     bool any_reaction() const;

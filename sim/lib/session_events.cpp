@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <string_view>
 
-#include "sim/lib/probe.h"
-
 namespace tspec::sim {
 
 namespace {
@@ -184,7 +182,7 @@ void AccessPoint::Session::on_sent(const control::Report &report)
         event.peer = Peer::cli;
     }
     if (event.delivered) {
-        match_receiver(event);
+        match_receiver(event, (report.flags & control::flag_bound) != 0);
     }
     add(event);
     if (event.peer == Peer::hostapd) {
@@ -199,18 +197,18 @@ bool AccessPoint::Session::is_anothers(const UdpPeer &peer) const
 }
 
 /* Takes the datagram out of the receiver's socket, where it has arrived if
- * anybody is there: datagrams on one host are handed over at once. */
-void AccessPoint::Session::match_receiver(Event &event)
+ * anybody is there: datagrams on one host are handed over at once. Of a socket
+ * that is not ours no more is known than whether somebody had the port. */
+void AccessPoint::Session::match_receiver(Event &event, bool bound)
 {
     const Socket *socket = nullptr;
     UdpPeer *peer = udp_peer(event.destination_port);
-    if (peer && is_anothers(*peer)) {
-        event.delivered = is_bound(peer->port());
+    if (peer && !peer->is_on()) {
+        event.delivered = bound;
         return;
     }
     if (peer) {
         socket = &peer->socket_;
-        event.delivered = socket->is_open();
     } else if (event.peer == Peer::cli) {
         socket = &ap_.operator_.socket_;
     }

@@ -228,45 +228,55 @@ function steps(series, figure, where, end) {
 
 /* ---- charts from left to right ---------------------------------------------------- */
 
-const chart = { width: 640, height: 150, left: 46, right: 12, top: 14, bottom: 26, labelWidth: 56 };
+const chart = { height: 172, left: 46, right: 12, top: 26, bottom: 40, letter: 6.2 };
 
-function chartOf(series) {
+/* How much later the story goes on, in two lines below the chart: what fits in
+ * neither is told when its line is pointed at. */
+function laterLabel(text, x, ends, width, ground) {
+  const long = text.length * chart.letter;
+  const from = Math.min(Math.max(x - long / 2, chart.left), width - chart.right - long);
+  const line = ends.findIndex((end) => end + chart.letter < from);
+  if (line < 0) {
+    return [];
+  }
+  ends[line] = from + long;
+  return [draw("text", { x: from, y: ground + 16 + 14 * line }, text)];
+}
+
+/* As wide as it is shown, so that its letters keep their size. */
+function chartOf(series, width) {
   const count = Math.max(1, run.items.length);
-  const across = (item) => chart.left + item / count * (chart.width - chart.left - chart.right);
+  const across = (item) => chart.left + item / count * (width - chart.left - chart.right);
   const ground = chart.height - chart.bottom;
   const most = highest(series) * 1.08;
   const up = (units) => ground - units / most * (ground - chart.top);
   const path = (figure) => "M" + steps(series, figure, across, across(count))
     .map(([x, units]) => x.toFixed(1) + " " + up(units).toFixed(1)).join("L");
-  const svg = draw("svg", { viewBox: `0 0 ${chart.width} ${chart.height}`, role: "img",
+  const svg = draw("svg", { viewBox: `0 0 ${width} ${chart.height}`, role: "img",
     "aria-label": chartInWords(series) });
   const limit = series.points[series.points.length - 1].limit;
+  svg.append(draw("text", { x: 0, y: 12 }, "units of 32 µs each second"));
   for (const units of new Set([0, limit])) {
     svg.append(draw("line", { class: "axis", x1: chart.left, x2: across(count), y1: up(units),
       y2: up(units) }), draw("text", { x: chart.left - 6, y: up(units) + 4, "text-anchor": "end" },
       String(units)));
   }
-  let labelled = 0;
+  const ends = [0, 0];
   run.items.forEach((item, i) => {
     if (item.kind !== "clock") {
       return;
     }
     svg.append(draw("line", { class: "later", x1: across(i), x2: across(i), y1: chart.top,
-      y2: ground }));
-    if (across(i) - labelled > chart.labelWidth && across(i) < chart.width - 30) {
-      labelled = across(i);
-      svg.append(draw("text", { x: labelled, y: ground + 16, "text-anchor": "middle" },
-        item.text));
-    }
+      y2: ground }, draw("title", {}, item.text)),
+      ...laterLabel(item.text, across(i), ends, width, ground));
   });
   svg.append(
     draw("path", { class: "area", d: path("admitted") + `L${across(count)} ${ground}Z` }),
     draw("path", { class: "step", d: path("admitted") }),
     draw("path", { class: "limit", d: path("limit") }));
   svg.addEventListener("click", (event) => {
-    const box = svg.getBoundingClientRect();
-    const x = (event.clientX - box.left) / box.width * chart.width;
-    goTo(Math.round((x - chart.left) / (chart.width - chart.left - chart.right) * count));
+    const x = event.clientX - svg.getBoundingClientRect().left;
+    goTo(Math.round((x - chart.left) / (width - chart.left - chart.right) * count));
   });
   return svg;
 }
@@ -282,9 +292,17 @@ function showCharts() {
     const last = series.points[series.points.length - 1];
     return make("div", { className: "chart " + series.ac },
       make("h3", {}, labelOf(series), make("span", {}, "at the end " + last.admitted + " of "
-        + last.limit + " units, " + percent(last.admitted) + " of " + percent(last.limit))),
-      chartOf(series));
+        + last.limit + " units, " + percent(last.admitted) + " of " + percent(last.limit))));
   }));
+  drawCharts();
+}
+
+function drawCharts() {
+  [...byId("charts").children].forEach((box, i) => {
+    const style = getComputedStyle(box);
+    const width = box.clientWidth - parseFloat(style.paddingLeft) - parseFloat(style.paddingRight);
+    box.replaceChildren(box.firstChild, chartOf(run.airtime[i], Math.round(width)));
+  });
 }
 
 /* The nearest row at or after an item that is there to be seen. */
@@ -306,7 +324,8 @@ function messageRow(item, index) {
   const to = spot(item.to);
   const left = Math.min(from, to);
   const plain = inPlainWords(item);
-  const label = make("span", { className: "label" }, make("b", {}, item.title));
+  const label = make("span", { className: "label" }, make("span", { className: "route" },
+    item.from + " → " + item.to), make("b", {}, item.title));
   if (plain) {
     label.append(make("span", { className: "plain" }, " – " + plain));
   }
@@ -315,8 +334,7 @@ function messageRow(item, index) {
       label.append(make("span", { className: "fate" }, "  [" + trouble + "]"));
     }
   }
-  label.style.marginLeft = `calc(${left}% + 0.5rem)`;
-  label.style.maxWidth = `calc(${100 - left}% - 0.5rem)`;
+  label.style.setProperty("--left", left + "%");
   const line = make("span", { className: "line " + (to > from ? "right" : "left") });
   line.style.left = left + "%";
   line.style.width = Math.abs(to - from) + "%";
@@ -328,6 +346,7 @@ function messageRow(item, index) {
   button.addEventListener("click", () => {
     button.focus();
     chosen === index ? close() : open(index);
+    rows[index].scrollIntoView({ block: "nearest" });
   });
   return wide(button);
 }
@@ -407,14 +426,8 @@ function showHeads() {
   const series = make("span", { className: "series" }, ...run.airtime.map((one) =>
     make("span", { className: one.ac }, labelOf(one), make("small", {}, "airtime, limit "
       + one.points[one.points.length - 1].limit))));
-  const outputs = make("span", { className: "outputs" });
-  const hasOutput = run.items.some((item) => item.kind === "output");
-  if (hasOutput) {
-    outputs.append("console and logs");
-  }
-  byId("lanes").replaceChildren(make("span"), heads, series, outputs);
+  byId("lanes").replaceChildren(make("span"), heads, series);
   byId("board").style.setProperty("--series", run.airtime.length);
-  byId("board").classList.toggle("with-output", hasOutput);
 }
 
 /* Where an item's row begins, from the top of the board; rows that are hidden are
@@ -534,7 +547,13 @@ function open(item) {
   buttonOf(item).setAttribute("aria-expanded", "true");
   byId("details").replaceChildren(...detailsOf(run.items[item]));
   byId("details").hidden = false;
+  document.body.classList.add("with-details");
   byId("details").scrollTop = 0;
+}
+
+function hideDetails() {
+  byId("details").hidden = true;
+  document.body.classList.remove("with-details");
 }
 
 function close() {
@@ -543,7 +562,7 @@ function close() {
   }
   const button = buttonOf(chosen);
   button.setAttribute("aria-expanded", "false");
-  byId("details").hidden = true;
+  hideDetails();
   chosen = -1;
   button.focus();
 }
@@ -619,6 +638,47 @@ function showFilters() {
   }));
 }
 
+/* Of whom a message is; the answer on a frame's length does not say, and is of
+ * whom the question was. */
+function stationsOfItems() {
+  let asked = "";
+  return run.items.map((item) => {
+    if (item.kind !== "message") {
+      return "";
+    }
+    const fields = fieldsOf(item);
+    const field = fields.get("sta_mac") || fields.get("station-mac");
+    asked = field ? field.value : item.name === "frame-duration" ? asked : "";
+    return asked;
+  });
+}
+
+let stationsByItem;
+
+function showStations() {
+  stationsByItem = stationsOfItems();
+  const all = [...new Set(stationsByItem)].filter((address) => address).sort();
+  byId("stations").replaceChildren(make("option", { value: "" }, "all"),
+    ...all.map((address) => make("option", { value: address }, station(address))));
+  byId("search").value = "";
+  find();
+}
+
+/* Hides the rows that lack the words, and messages of other stations. */
+function find() {
+  const words = byId("search").value.trim().toLowerCase();
+  const wanted = byId("stations").value;
+  let found = 0;
+  rows.forEach((row, i) => {
+    const isOther = wanted && run.items[i].kind === "message" && stationsByItem[i] !== wanted;
+    const matches = !isOther && row.textContent.toLowerCase().includes(words);
+    row.classList.toggle("unmatched", !matches);
+    found += matches ? 1 : 0;
+  });
+  byId("found").textContent = words || wanted ? found + " of " + rows.length + " lines" : "";
+  drawUnder();
+}
+
 /* ---- all of it ---------------------------------------------------------------------------------- */
 
 function showVerdict() {
@@ -632,7 +692,7 @@ function showVerdict() {
 function show(index) {
   run = data.runs[index];
   chosen = -1;
-  byId("details").hidden = true;
+  hideDetails();
   const used = new Set(run.items.flatMap((item) => item.kind === "message" ? [item.from, item.to]
     : []));
   lanes = lanesInOrder.filter((lane) => lane !== "other" || used.has(lane));
@@ -643,7 +703,7 @@ function show(index) {
   showCharts();
   showHeads();
   showStory();
-  drawUnder();
+  showStations();
 }
 
 /* "page.html#2.17" is message 17 of run 2, both counted from 0. */
@@ -662,6 +722,8 @@ function begin() {
   byId("glossary").append(...glossary.flatMap(([word, text]) => [make("dt", {}, word),
     make("dd", {}, text)]));
   showFilters();
+  byId("search").addEventListener("input", find);
+  byId("stations").addEventListener("change", find);
   byId("picker").hidden = data.runs.length < 2;
   byId("run").append(...data.runs.map((one, i) => make("option", { value: i },
     (one.failures ? "✗ " : "✓ ") + one.name)));
@@ -669,6 +731,7 @@ function begin() {
   showAddressed();
   window.addEventListener("hashchange", showAddressed);
   new ResizeObserver(drawUnder).observe(byId("board"));
+  new ResizeObserver(drawCharts).observe(byId("charts"));
 }
 
 begin();

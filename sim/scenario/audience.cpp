@@ -28,7 +28,17 @@ void Audiences::note(const std::string &text)
 
 void Audiences::events(const Events &events, Time start)
 {
-    all([&](Audience &member) { member.events(events, start); });
+    auto tell_why = [this](const std::optional<std::string> &why) {
+        if (why) {
+            remark("why  " + *why);
+        }
+    };
+    for (const Event &event : events) {
+        tell_why(refusals_.before(event));
+        all([&](Audience &member) { member.events({event}, start); });
+        tell_why(refusals_.after(event));
+    }
+    tell_why(refusals_.settled());
 }
 
 void Audiences::act(Duration since_start, const std::string &who, const std::string &what)

@@ -12,6 +12,7 @@
 #include "sim/lib/event.h"
 #include "sim/scenario/comparison.h"
 #include "sim/scenario/load.h"
+#include "sim/scenario/refusal.h"
 #include "sim/scenario/scenario.h"
 
 namespace tspec::sim::scenario {
@@ -44,7 +45,7 @@ class Audience {
     virtual void end(const Scenario &scenario, std::size_t expectations, std::size_t failures);
 };
 
-/* Several as one; they outlive it. */
+/* Several as one; they outlive it. Of a request that comes to nothing it remarks why. */
 class Audiences final : public Audience {
   public:
     explicit Audiences(std::vector<Audience *> members = {}) : members_(std::move(members)) {}
@@ -75,6 +76,7 @@ class Audiences final : public Audience {
     }
 
     std::vector<Audience *> members_;
+    Refusals refusals_;
 };
 
 } // namespace tspec::sim::scenario

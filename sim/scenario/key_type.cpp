@@ -8,6 +8,7 @@
 #include "sim/scenario/figures.h"
 #include "sim/scenario/suggestion.h"
 #include "sim/scenario/units.h"
+#include "tspec/message.h"
 
 namespace tspec::sim::scenario {
 
@@ -191,6 +192,11 @@ bool read_status_flags(const YAML::Node &node, Reader &reader, Value &value)
                               return bit || unknown_word(item, reader, word, words);
                           });
     value = flags;
+    if (good && flags == TSPEC_CLIENT_ROAMING && node.IsSequence()) {
+        reader.complain(node, "a station that is roaming alone is not associated; write "
+                              "[associated, roaming], or the flag word 0x40 where that is meant");
+        return false;
+    }
     return good;
 }
 
@@ -309,8 +315,8 @@ const KeyType microseconds = from_word(
     "a time with its unit (us, ms, s, min, h), below 2^32 us, such as 400us", microseconds_of);
 const KeyType mac =
     from_word("a MAC address such as 02:00:00:00:00:01, or \"station 1\" for that", station);
-const KeyType radio = from_word(
-    "a radio such as wlan0, or \"unit 3\" for that number in the radio's place", radio_unit_of);
+const KeyType radio =
+    from_word("wlan0 or wlan1, or \"unit 3\" for that number in the radio's place", radio_unit_of);
 const KeyType interface_name = from_word("an interface such as wlan0 or wlan1vap3", interface_of);
 const KeyType direction = choice(direction_names());
 const KeyType result = from_word(one_of(result_names()) + ", or a number 0 to 255", result_code);

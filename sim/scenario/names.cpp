@@ -92,8 +92,8 @@ std::optional<std::int64_t> radio_unit_of(std::string_view word)
 {
     for (std::string_view prefix : {"wlan", "unit "}) {
         if (word.starts_with(prefix)) {
-            std::optional<std::int64_t> number =
-                whole_number(word.substr(prefix.size()), 0, prefix == "wlan" ? 254 : 255);
+            std::optional<std::int64_t> number = whole_number(
+                word.substr(prefix.size()), 0, prefix == "wlan" ? TSPEC_NUM_RADIOS - 1 : 255);
             return number && prefix == "wlan" ? std::optional(*number + 1) : number;
         }
     }

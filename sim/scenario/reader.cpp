@@ -10,6 +10,9 @@ namespace {
 
 Place place_of(const YAML::Mark &mark)
 {
+    if (mark.is_null()) { /* of an empty file, which has no place */
+        return {1, 1};
+    }
     return {mark.line + 1, mark.column + 1};
 }
 

@@ -39,10 +39,42 @@ bool is_part_of(std::string_view word, std::string_view candidate)
     return word.size() >= 3 && candidate.find(word) != std::string_view::npos;
 }
 
+/* Other names of the same thing, which letters do not bring together. */
+struct Synonym {
+    std::string_view word;
+    std::string_view meant;
+};
+constexpr Synonym synonyms[] = {
+    {"station", "sta"},
+    {"client", "sta"},
+    {"mac", "sta"},
+    {"user_priority", "up"},
+    {"priority", "up"},
+    {"hostapd.ft_addts", "hostapd.fast_transition_addts"},
+    {"hostapd.fbt_addts", "hostapd.fast_transition_addts"},
+    {"hostapd.disassociation", "hostapd.disassoc"},
+    {"hostapd.disassociated", "hostapd.disassoc"},
+};
+
+std::string synonym_of(std::string_view word, const std::vector<std::string> &candidates)
+{
+    for (const Synonym &synonym : synonyms) {
+        bool offered =
+            std::find(candidates.begin(), candidates.end(), synonym.meant) != candidates.end();
+        if (word == synonym.word && offered) {
+            return std::string(synonym.meant);
+        }
+    }
+    return "";
+}
+
 } // namespace
 
 std::string nearest(std::string_view word, const std::vector<std::string> &candidates)
 {
+    if (std::string meant = synonym_of(word, candidates); !meant.empty()) {
+        return meant;
+    }
     std::string best;
     std::size_t best_distance = std::max<std::size_t>(word.size() / 3, 1) + 1;
     for (const std::string &candidate : candidates) {

@@ -86,6 +86,8 @@ Service::Service(const ServeRequest &request, int signals)
         driver.set_station(station.mac, StationAnswer::flags(station.flags));
     }
     ap_.mapd().answer_requests(TSPEC_RESULT_ACCEPTED);
+    return_to_tool();
+
     watch_for({});
 }
 
@@ -164,12 +166,19 @@ Status Service::end()
 
 void Service::tell(const Events &events)
 {
+    auto tell_why = [this](const std::optional<std::string> &why) {
+        if (why) {
+            timeline_.remark("why  " + *why);
+        }
+    };
     for (const Event &event : events) {
+        tell_why(refusals_.before(event));
         if (!load_watch_.takes(event)) {
             timeline_.events({event}, ap_.options().start_time);
         } else if (auto change = load_watch_.change()) {
             timeline_.load_changes(change->first, change->second);
         }
+        tell_why(refusals_.after(event));
     }
     ap_.forget();
 }
@@ -189,23 +198,32 @@ void Service::clear()
     tell(ap_.settle());
 }
 
-/* The name at which the operator is answered belongs to the real tool; a scenario
- * has it while it is played, unless the tool is just at work. */
-void Service::lend_operator()
+/* Where answers to the operator and to dman come in belongs to the real tool; a
+ * scenario has it while it is played, unless the tool is just at work. */
+void Service::borrow_from_tool()
 {
     try {
         ap_.cli().turn_on();
+        if (!has(request_.away, Peer::dman)) {
+            ap_.dman().turn_on();
+        }
     } catch (const std::system_error &) {
-        say("operator", "tspec-cli is at work: pings of the scenario are not answered");
+        say("operator", "tspec-cli is at work: the scenario misses the answers that it takes");
     }
+}
+
+void Service::return_to_tool()
+{
+    ap_.cli().turn_off();
+    ap_.dman().turn_off();
 }
 
 void Service::apply(ApplyRequest request)
 {
     tell(ap_.settle());
-    lend_operator();
+    borrow_from_tool();
     int status = play(request);
-    ap_.cli().turn_off();
+    return_to_tool();
     send_status(request.client, status);
     watch_for({});
     if (!ap_.running()) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "sim/lib/access_point.h"
+#include "sim/scenario/refusal.h"
 #include "sim/scenario/timeline.h"
 #include "sim/serve/control_socket.h"
 #include "sim/serve/load_watch.h"
@@ -44,7 +45,8 @@ class Service {
     void tell(const Events &events);
     void say(const std::string &who, const std::string &what);
     void clear();
-    void lend_operator();
+    void borrow_from_tool();
+    void return_to_tool();
     void apply(ApplyRequest request);
     int play(const ApplyRequest &request);
     void watch_for(std::vector<Interrupt> more);
@@ -55,6 +57,7 @@ class Service {
     AccessPoint ap_;
     scenario::Timeline timeline_;
     LoadWatch load_watch_;
+    scenario::Refusals refusals_;
     ControlServer control_;
 };
 

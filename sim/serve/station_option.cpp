@@ -28,7 +28,7 @@ std::optional<std::uint32_t> flags_of(const std::string &states)
         }
         flags |= static_cast<std::uint32_t>(*flag);
     }
-    return flags == 0 ? std::nullopt : std::optional(flags);
+    return (flags & TSPEC_CLIENT_ASSOCIATED) == 0 ? std::nullopt : std::optional(flags);
 }
 
 } // namespace

@@ -118,7 +118,8 @@ TEST_F(ConfigTool, AWrongFileSendsNothing)
         EXPECT_EQ(result.status, 2);
         EXPECT_EQ(result.output, "");
         EXPECT_THAT(result.error, ::testing::StartsWith(name + ":4: voice_limit: \"101\" is not"));
-        EXPECT_THAT(result.error, HasSubstr("nothing was sent"));
+        EXPECT_EQ(result.error.find("nothing was sent") != std::string::npos,
+                  std::string(action) == "apply");
     }
     EXPECT_TRUE(of_kind(ap().settle(), Kind::to_daemon).empty());
 }

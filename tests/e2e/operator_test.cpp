@@ -5,7 +5,15 @@
 #include "stimulus.h"
 #include "tool.h"
 
+#include <csignal>
 #include <ostream>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace tspec::e2e {
 namespace {
@@ -89,16 +97,21 @@ TEST_F(OperatorTool, ListsStreams)
                                           totals + figures));
 }
 
-TEST_F(OperatorTool, DeletesAStream)
+const std::string client = "02:00:00:00:00:01";
+
+TEST_F(OperatorTool, DeletesAStreamAndSaysWhich)
 {
+    ap().dman().turn_off();
     associate(ap());
     configure_voice_and_video(ap());
     admit(ap());
-    EXPECT_EQ(console_of({"delete-stream", "02:00:00:00:00:01", "5"}),
-              console_lines({"tspec_process_cli_cmd:02:00:00:00:00:01,tid=5\r\n",
-                             "\r\nTID 0 does not exist for client "}));
     ap().settle();
-    EXPECT_EQ(run_tool({"delete-stream", "02:00:00:00:00:01", "6"}).status, 0);
+
+    ToolRun result = run_tool({"delete-stream", client, "6"});
+
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.output,
+              "Removed: 02:00:00:00:00:01 wlan0 TID 6 voice uplink, medium time 625\n");
     Bytes delts = only_sent_to(ap().settle(), Peer::hostapd);
     EXPECT_EQ(delts.at(1), TSPEC_DELTS_CMD);
     EXPECT_EQ(delts.at(140), 6);
@@ -106,26 +119,144 @@ TEST_F(OperatorTool, DeletesAStream)
     EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("wlan0: vo=0/15625 "));
 }
 
-TEST_F(OperatorTool, DropsAClientWhenForced)
+/* A fast transition brings a TID along that another category has already. */
+TEST_F(OperatorTool, SaysThatAnotherStreamOfTheTidIsLeft)
 {
+    ap().dman().turn_off();
+    associate(ap());
+    for (std::uint8_t priority : {up_voice, up_video}) {
+        request(ap(),
+                from_hostapd(TSPEC_FBT_ADDTS_CMD, {.user_priority = priority, .medium_time = 500}));
+    }
+
+    ToolRun result = run_tool({"delete-stream", client, "6"});
+
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.output,
+              "Removed: 02:00:00:00:00:01 wlan0 TID 6 video uplink, medium time 500\n"
+              "Another one on this TID is left: 02:00:00:00:00:01 wlan0 TID 6 voice uplink, "
+              "medium time 500\n");
+}
+
+TEST_F(OperatorTool, SaysThatThereIsNoSuchStream)
+{
+    ap().dman().turn_off();
     associate(ap());
     configure_voice_and_video(ap());
     admit(ap());
     ap().settle();
-    ToolRun held_back = run_tool({"delete-client", "02:00:00:00:00:01"});
+
+    for (const Words &nobody :
+         {Words{"delete-stream", client, "5"}, Words{"delete-stream", "02:00:00:00:00:02", "6"}}) {
+        ToolRun result = run_tool(nobody);
+        EXPECT_EQ(result.status, 6);
+        EXPECT_EQ(result.output, "");
+        EXPECT_THAT(result.error, ::testing::HasSubstr("; nothing was sent."));
+    }
+    EXPECT_THAT(show(ap()), ::testing::HasSubstr("tid=6 "));
+}
+
+/* The list shows TIDs 0 to 7, and nothing beside a dman. */
+TEST_F(OperatorTool, ClaimsNothingThatTheListCannotShow)
+{
+    associate(ap());
+    configure_voice_and_video(ap());
+    admit(ap(), {.tid = 9});
+    ap().settle();
+    for (const char *tid : {"5", "9"}) {
+        ToolRun result;
+        std::string console = console_during(ap(), [&] {
+            result = run_tool({"delete-stream", client, tid});
+        });
+        EXPECT_EQ(result.status, 4) << tid;
+        EXPECT_EQ(result.output, "");
+        EXPECT_THAT(result.error, ::testing::HasSubstr("tspec-cli: sent, not confirmed: "));
+        EXPECT_THAT(console, ::testing::HasSubstr(std::string(client) + ",tid=" + tid));
+    }
+    ap().dman().turn_off();
+    EXPECT_EQ(run_tool({"delete-stream", client, "9"}).status, 4);
+    EXPECT_EQ(run_tool({"delete-client", "--force", "02:00:00:00:00:02"}).status, 4);
+}
+
+TEST_F(OperatorTool, DropsAClientWhenForced)
+{
+    ap().dman().turn_off();
+    associate(ap());
+    configure_voice_and_video(ap());
+    admit(ap());
+    ap().settle();
+    ToolRun held_back = run_tool({"delete-client", client});
     EXPECT_EQ(held_back.status, 2);
     EXPECT_NE(held_back.error, "");
     expect_nothing_received();
-    EXPECT_EQ(console_of({"delete-client", "--force", "02:00:00:00:00:01"}),
-              console_line("tspec_process_cli_cmd:02:00:00:00:00:01\r\n"));
+    ToolRun forced = run_tool({"delete-client", "--force", client});
+    EXPECT_EQ(forced.status, 0) << forced.error;
+    EXPECT_EQ(forced.output,
+              "Removed: 02:00:00:00:00:01 wlan0 TID 6 voice uplink, medium time 625\n");
     EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("No TS records found."));
     /* Nothing but the record has gone. */
     EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("wlan0: vo=625/15625 "));
 }
 
+/* The daemon alone, on the machine's own console, which root may turn. */
+class MachineConsole : public DaemonTest {
+  protected:
+    void SetUp() override
+    {
+        std::string daemon = prepare().options().daemon;
+        expect_no_daemon();
+        mknod("/dev/console", S_IFCHR | 0600, makedev(5, 1));
+        if (geteuid() != 0 || close(open("/dev/console", O_WRONLY | O_NOCTTY)) != 0) {
+            GTEST_SKIP() << "no console here";
+        }
+        daemon_ = fork();
+        if (daemon_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            execl(daemon.c_str(), daemon.c_str(), nullptr);
+            _exit(127);
+        }
+        ap().cli().turn_off();
+        ap().dman().turn_off();
+        while (run_tool({"ping"}).status != 0) {
+            ASSERT_EQ(waitpid(daemon_, nullptr, WNOHANG), 0) << "the daemon has ended";
+        }
+    }
+
+    void TearDown() override
+    {
+        if (daemon_ > 0) {
+            kill(daemon_, SIGKILL);
+            waitpid(daemon_, nullptr, 0);
+        }
+    }
+
+  private:
+    pid_t daemon_ = -1;
+};
+
+TEST_F(MachineConsole, IsSeenByTheCaller)
+{
+    ToolRun levels = run_tool({"debug"});
+    if (levels.output.empty()) {
+        GTEST_SKIP() << "the console cannot be turned here: " << levels.error;
+    }
+    EXPECT_EQ(levels.output, "Tspec(1,1): tspec debug: off\n");
+    EXPECT_EQ(run_tool({"debug", "2", "3"}).output, "");
+    EXPECT_EQ(run_tool({"debug"}).output, "Tspec(1,1): tspec debug: 2 3 \n");
+    EXPECT_EQ(run_tool({"disassociation-mode", "1"}).output,
+              "Tspec(1,1): The disassociation mode has been set to 1 \n");
+    EXPECT_EQ(run_tool({"show"}).output,
+              "Tspec(1,1): No TS records found.\n"
+              "Tspec(1,1): Admit Current/Limit:  wlan0: vo=0/0 vi=0/0 be=0/0 bk=0/0  "
+              "wlan1: vo=0/0 vi=0/0 be=0/0 bk=0/0\n");
+}
+
 TEST_F(OperatorTool, TakesAddressesInEitherCase)
 {
-    EXPECT_EQ(console_of({"delete-client", "AB:cd:EF:01:23:45", "--force"}),
+    EXPECT_EQ(console_during(ap(),
+                             [] {
+                                 run_tool({"delete-client", "AB:cd:EF:01:23:45", "--force"});
+                             }),
               console_line("tspec_process_cli_cmd:ab:cd:ef:01:23:45\r\n"));
 }
 

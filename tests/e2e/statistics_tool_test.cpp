@@ -53,7 +53,7 @@ TEST_F(StatisticsTool, StatsShowsAccessPointAndRadios)
 {
     configure_voice_and_video(ap());
     admit(ap());
-    EXPECT_EQ(output_of({"stats"}),
+    EXPECT_EQ(output_of({"stats", "--units"}),
               "access-point streams clients roaming accepted rejected roam-acc roam-rej\n"
               "voice              1       1       0        1        0        0        0\n"
               "video              0       0       0        0        0        0        0\n"
@@ -105,7 +105,7 @@ TEST_F(StatisticsTool, StatsShowsOneRadioOrVapAsJson)
 TEST_F(StatisticsTool, StreamsListsThemInTheOrderOfTheWalk)
 {
     admit_three_streams();
-    EXPECT_EQ(output_of({"streams"}),
+    EXPECT_EQ(output_of({"streams", "--units"}),
               "station           interface   tid category    direction      prio medium excess\n"
               "02:00:00:00:00:01 wlan0       5   video       bidirectional     5    625      0\n"
               "02:00:00:00:00:01 wlan0       6   voice       uplink            6    625      0\n"
@@ -115,6 +115,27 @@ TEST_F(StatisticsTool, StreamsListsThemInTheOrderOfTheWalk)
                 HasSubstr(R"({"station_mac":"02:00:00:00:00:02","interface":"wlan1vap3","tid":6,)"
                           R"("ac":"voice","direction":"uplink","user_priority":6,)"
                           R"("medium_time":0,"excess_usage_events":0}]})"));
+}
+
+TEST_F(StatisticsTool, ShowsWhatIsAskedForAlone)
+{
+    admit_three_streams();
+    EXPECT_EQ(
+        output_of({"stats", "--radio", "0", "--ac", "video"}),
+        "wlan0        state streams clients roaming      air   limit  used airtime\n"
+        "video           up       1       1       0    4.00%    ~50%    8% "
+        "[#...................]\n"
+        "\n"
+        "air: of all airtime. limit: ~ rounded from what is left of it. used: of the limit.\n");
+    for (const Words &filter : {Words{"--radio", "wlan1"}, Words{"--sta", "02:00:00:00:00:02"}}) {
+        Words words{"streams"};
+        words.insert(words.end(), filter.begin(), filter.end());
+        std::string streams = output_of(words);
+        EXPECT_THAT(streams, HasSubstr("02:00:00:00:00:02 wlan1vap3"));
+        EXPECT_THAT(streams, HasSubstr("\n1 stream on TIDs 0 to 7."));
+    }
+    EXPECT_THAT(output_of({"streams", "--ac", "video", "--json"}),
+                ::testing::AllOf(HasSubstr("\"tid\":5,"), ::testing::Not(HasSubstr("\"tid\":6,"))));
 }
 
 TEST_F(StatisticsTool, StreamsOfNobody)

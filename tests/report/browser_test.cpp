@@ -68,8 +68,14 @@ class PageInChromium : public testing::Test {
 
     /* Adds a script to the page that calls tell(value), and yields the value. What
      * goes wrong in the page comes before everything else. */
-    json ask(const std::string &script, const std::string &options = "") const
+    json ask(const std::string &script, const std::string &options = "", bool framed = false) const
     {
+        /* A window is never as narrow as a telephone; a frame may be. */
+        std::ofstream(path("frame.html"))
+            << "<iframe src='asked.html' width='390' height='800' style='border: 0'></iframe>"
+               "<script>addEventListener('message', (event) => { const box = "
+               "document.createElement('pre'); box.id = 'told'; box.textContent = event.data; "
+               "document.body.append(box); })</script>";
         std::string page = page_;
         const std::string watch =
             "<script>const troubles = []; "
@@ -78,11 +84,13 @@ class PageInChromium : public testing::Test {
             "troubles.push(event.blockedURI)); "
             "function tell(value) { const box = document.createElement('pre'); box.id = 'told'; "
             "box.textContent = btoa(unescape(encodeURIComponent("
-            "JSON.stringify({troubles, value})))); document.body.append(box); }</script>";
+            "JSON.stringify({troubles, value})))); document.body.append(box); "
+            "parent.postMessage(box.textContent, '*'); }</script>";
         page.insert(page.find("<title>"), watch);
         page.insert(page.rfind("</body>"), "<script>" + script + "</script>");
         std::ofstream(path("asked.html")) << page;
-        std::string dom = chromium("--dump-dom " + options, path("asked.html"));
+        std::string dom =
+            chromium("--dump-dom " + options, path(framed ? "frame.html" : "asked.html"));
         const std::string begin = "<pre id=\"told\">";
         std::size_t from = dom.find(begin);
         if (from == std::string::npos) {
@@ -243,6 +251,102 @@ TEST_F(PageInChromium, IsReadableInLightAndDark)
     EXPECT_LT(dark["paper"], 0.1);
     EXPECT_GE(light["worst"], 4.5);
     EXPECT_GE(dark["worst"], 4.5);
+}
+
+/* 390 pixels: letters that can be read, nothing that is cut off. */
+TEST_F(PageInChromium, FitsATelephone)
+{
+    json told = ask("const page = document.documentElement;"
+                    "const svg = document.querySelector('#charts svg');"
+                    "const size = parseFloat(getComputedStyle(svg.querySelector('text')).fontSize)"
+                    " * svg.clientWidth / svg.viewBox.baseVal.width;"
+                    "const right = Math.max(...[...document.querySelectorAll("
+                    "'.note p, .label, .held .wide')].map((one) =>"
+                    " one.getBoundingClientRect().right));"
+                    "tell({width: page.clientWidth, needed: page.scrollWidth, size, right,"
+                    " route: document.querySelector('.route').offsetHeight});",
+                    "--virtual-time-budget=3000", true);
+
+    EXPECT_EQ(told["width"], 390);
+    EXPECT_EQ(told["needed"], 390);
+    EXPECT_GE(told["size"], 10);
+    EXPECT_LE(told["right"], 390);
+    EXPECT_GT(told["route"], 0);
+}
+
+TEST_F(PageInChromium, DetailsStandBesideTheLanes)
+{
+    json told = ask("const right = (id) => byId(id).getBoundingClientRect().right;"
+                    "const before = right('board');"
+                    "document.querySelector('.message').click();"
+                    "tell({before, lanes: right('board'),"
+                    " details: byId('details').getBoundingClientRect().left});",
+                    "--window-size=1400,900");
+
+    EXPECT_GT(told["before"], 1300);
+    EXPECT_LE(told["lanes"], told["details"]);
+}
+
+TEST_F(PageInChromium, TheChartNamesItsUnitAndEveryStepInTime)
+{
+    json told = ask("const texts = [...document.querySelectorAll('#charts text')]"
+                    ".map((text) => text.textContent);"
+                    "tell({unit: texts[0], missing: run.items.filter((item) =>"
+                    " item.kind === 'clock' && !texts.includes(item.text)).length});");
+
+    EXPECT_EQ(told["unit"], "units of 32 µs each second");
+    EXPECT_EQ(told["missing"], 0);
+}
+
+/* As the browser tells them to a screen reader. */
+TEST_F(PageInChromium, EverythingThatCanBeUsedHasARoleAndAName)
+{
+    json told = ask("document.querySelector('.message').click();"
+                    "const all = [...document.querySelectorAll('button, input, select, summary, "
+                    "a, svg[role], aside, nav, section')].filter((one) => one.offsetParent "
+                    "|| one.matches('svg, aside, a'));"
+                    "const roles = {}; for (const one of all) {"
+                    " (roles[one.computedRole] ||= []).push(one.computedName); }"
+                    "tell({roles, nameless: all.filter((one) => !one.computedName).length,"
+                    " list: byId('story').computedRole, found: byId('found').computedRole});",
+                    "--enable-blink-features=ComputedAccessibilityInfo");
+
+    EXPECT_EQ(told["nameless"], 0);
+    EXPECT_EQ(told["list"], "list");
+    EXPECT_EQ(told["found"], "status");
+    for (const char *role : {"button", "checkbox", "searchbox", "complementary", "navigation"}) {
+        EXPECT_TRUE(told["roles"].contains(role)) << told["roles"].dump();
+    }
+    EXPECT_EQ(told["roles"]["complementary"], json{"configuration"});
+    EXPECT_EQ(told["roles"]["searchbox"], json{"Search"});
+}
+
+TEST_F(PageInChromium, FindsWordsAndAStation)
+{
+    json told = ask("const seen = () => [...document.querySelectorAll('#story > li')]"
+                    ".filter((row) => row.offsetParent);"
+                    "const use = (id, value, event) => { byId(id).value = value;"
+                    " byId(id).dispatchEvent(new Event(event)); };"
+                    "use('search', 'no room', 'input');"
+                    "const words = seen().map((row) => row.textContent);"
+                    "const found = byId('found').textContent; use('search', '', 'input');"
+                    "use('stations', '02:00:00:00:00:02', 'change');"
+                    "const titles = [...document.querySelectorAll('.message')]"
+                    ".filter((one) => one.offsetParent).map((one) => one.ariaLabel);"
+                    "use('stations', '', 'change');"
+                    "tell({words, found, titles, all: seen().length, rows: rows.length});");
+
+    ASSERT_FALSE(told["words"].empty());
+    for (const json &text : told["words"]) {
+        EXPECT_THAT(text.get<std::string>(), HasSubstr("no room"));
+    }
+    EXPECT_EQ(told["found"],
+              fmt::format("{} of {} lines", told["words"].size(), told["rows"].get<int>()));
+    ASSERT_FALSE(told["titles"].empty());
+    for (const json &title : told["titles"]) {
+        EXPECT_THAT(title.get<std::string>(), testing::Not(HasSubstr("station 1")));
+    }
+    EXPECT_EQ(told["all"], told["rows"]);
 }
 
 } // namespace

@@ -1,6 +1,10 @@
 /*
  * tspec-sim's command line: options, exit statuses, what is printed.
  */
+#include <fstream>
+#include <iterator>
+#include <regex>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -178,6 +182,84 @@ TEST_F(OnATerminal, UsesNoneWithNoColorSet)
 {
     EXPECT_THAT(play("env NO_COLOR=1", ""),
                 AllOf(HasSubstr("ok  the daemon"), Not(HasSubstr("\033["))));
+}
+
+struct Cause {
+    const char *name;
+    const char *steps;
+    const char *why;
+};
+
+void PrintTo(const Cause &cause, std::ostream *out)
+{
+    *out << cause.name;
+}
+
+class WhyRefused : public testing::TestWithParam<Cause> {};
+
+/* The only line of its kind. */
+TEST_P(WhyRefused, IsToldInTheStory)
+{
+    CommandResult result = play_steps(GetParam().steps);
+
+    EXPECT_THAT(result.output, HasSubstr("          why  " + std::string(GetParam().why) + "\n"));
+    EXPECT_EQ(result.output.find("why  "), result.output.rfind("why  ")) << result.output;
+}
+
+#define STATION_1 "station 02:00:00:00:00:01, TID 6"
+#define STATION_2 "station 02:00:00:00:00:02, TID 6"
+#define THERE "- driver.station: {status: [associated]}\n"
+#define LIMIT "- dman.config: {radio: wlan0, mandatory: [voice], limit: {voice: 3}}\n"
+#define CALL "- hostapd.addts: {sta: station 1}\n"
+
+const Cause causes[] = {
+    {"not_associated", CALL,
+     "dropped: " STATION_1 ": the driver does not say that it is associated; hostapd gets no "
+     "answer"},
+    {"driver_fails", "- driver.fails: {}\n" CALL,
+     "dropped: " STATION_1 ": the driver does not say that it is associated; hostapd gets no "
+     "answer"},
+    {"no_radio", THERE "- hostapd.addts: {sta: station 1, radio: unit 3}\n",
+     "dropped: " STATION_1 ": the message names no radio of this access point; hostapd gets no "
+     "answer"},
+    {"pending", THERE "- mapd.ap_state: managed\n" CALL CALL,
+     "dropped: " STATION_1 " has an earlier request that is still pending; hostapd gets no "
+     "answer"},
+    {"other_tid", THERE "- hostapd.addts: {sta: station 1, tid: 6, ts_info_tid: 5}\n",
+     "dropped: " STATION_1 ": its TS Info names another TID; hostapd gets no answer"},
+    {"no_frame_duration", THERE LIMIT "- hostapd.frame_duration: {answer: none}\n" CALL,
+     "result 3: " STATION_1 ": hostapd gave no frame duration in 2 s"},
+    {"wrong_frame_duration", THERE LIMIT "- hostapd.frame_duration: {answer: wrong-marker}\n" CALL,
+     "result 3: " STATION_1 ": hostapd's answer was no frame duration"},
+    {"limit_or_count", THERE LIMIT CALL "- hostapd.addts: {sta: station 2}\n",
+     "result 3: " STATION_2 ": limit or count"},
+    {"limit_as_traced",
+     THERE LIMIT CALL "- operator.debug: [1]\n- hostapd.addts: {sta: station 2}\n",
+     "result 3: " STATION_2 ": limit: 1250 units would be admitted, 937 may be"},
+    {"other_category", THERE CALL "- hostapd.addts: {sta: station 1, tid: 6, up: 5}\n",
+     "result 1: " STATION_1 ": other category: the TID has a stream on another one"},
+    {"no_airtime", THERE LIMIT "- hostapd.addts: {sta: station 1, mean_data_rate: 0}\n",
+     "result 1: " STATION_1 ": no airtime: it comes to a medium time of 0"},
+    {"mapd", THERE "- mapd.ap_state: managed\n- mapd.answers: refused\n" CALL,
+     "result 3: " STATION_1 ": mapd says so"},
+};
+
+INSTANTIATE_TEST_SUITE_P(By, WhyRefused, testing::ValuesIn(causes),
+                         [](const auto &cause) { return std::string(cause.param.name); });
+
+TEST(Manual, NamesEveryOption)
+{
+    std::ifstream file(TSPEC_SIM_MANUAL);
+    const std::string manual{std::istreambuf_iterator<char>(file), {}};
+    for (const char *command : {"run", "serve", "apply", "capacity"}) {
+        const std::string help = run_sim({command, "--help"}).output;
+        const std::regex option("\n  --([a-z-]+)");
+        for (std::sregex_iterator at(help.begin(), help.end(), option), end; at != end; ++at) {
+            EXPECT_THAT(manual, testing::ContainsRegex("[FO]l -" + (*at)[1].str() + "|, -" +
+                                                       (*at)[1].str()))
+                << command;
+        }
+    }
 }
 
 } // namespace

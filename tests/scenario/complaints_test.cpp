@@ -54,6 +54,7 @@ const Wrong wrong_scenarios[] = {
     {"not_a_map", "- note: x\n",
      "a.yaml:1:1: expected a scenario: a map with the keys name, "
      "about and steps, got a list"},
+    {"empty_file", "", "a.yaml:1:1: expected a scenario: a map with the keys name"},
     {"no_name", "steps: []\n", "a.yaml:1:1: the scenario lacks the key \"name\""},
     {"no_steps", "name: x\n", "a.yaml:1:1: the scenario lacks the key \"steps\""},
     {"steps_no_list", "name: x\nsteps: 5\n", "a.yaml:2:8: expected a list of steps, got \"5\""},
@@ -64,6 +65,9 @@ const Wrong wrong_scenarios[] = {
      "a.yaml:2:1: the scenario: the key \"name\" is given twice"},
     {"unknown_step", "name: x\nsteps:\n  - hostapd.adts: {sta: station 1}\n",
      "a.yaml:3:5: there is no step \"hostapd.adts\"; did you mean \"hostapd.addts\"?"},
+    {"unknown_step_of_another_name", "name: x\nsteps:\n  - hostapd.ft_addts: {sta: station 1}\n",
+     "a.yaml:3:5: there is no step \"hostapd.ft_addts\"; did you mean "
+     "\"hostapd.fast_transition_addts\"?"},
     {"unknown_step_without_likeness", "name: x\nsteps:\n  - qqqqqqqq: 1\n",
      "a.yaml:3:5: there is no step \"qqqqqqqq\""},
     {"two_steps_in_one", "name: x\nsteps:\n  - note: a\n    operator.ping:\n",
@@ -74,6 +78,16 @@ const Wrong wrong_scenarios[] = {
     {"unknown_key", "name: x\nsteps:\n  - hostapd.delts: {sta: station 1, tidd: 6}\n",
      "a.yaml:3:37: hostapd.delts has no key \"tidd\"; did you mean \"tid\"? (keys: sta, radio, "
      "vap, bssid, "},
+    {"unknown_key_of_another_name", "name: x\nsteps:\n  - hostapd.delts: {station: station 1}\n",
+     "a.yaml:3:21: hostapd.delts has no key \"station\"; did you mean \"sta\"?"},
+    {"radio_that_is_not_there", "name: x\nsteps:\n  - dman.config: {radio: wlan2}\n",
+     "a.yaml:3:26: dman.config.radio: expected wlan0 or wlan1, or \"unit 3\" for that number"},
+    {"limit_above_the_whole_medium",
+     "name: x\nsteps:\n  - dman.config: {radio: wlan0, limit: {voice: 110}}\n",
+     "a.yaml:3:5: dman.config: a share is above 100 %; with \"unchecked: true\" it is sent"},
+    {"roaming_but_not_associated",
+     "name: x\nsteps:\n  - driver.station: {mac: station 1, status: [roaming]}\n",
+     "a.yaml:3:46: driver.station.status: a station that is roaming alone is not associated"},
     {"key_twice", "name: x\nsteps:\n  - hostapd.delts: {sta: station 1, tid: 6, tid: 7}\n",
      "a.yaml:3:45: hostapd.delts: the key \"tid\" is given twice"},
     {"missing_key", "name: x\nsteps:\n  - hostapd.delts: {tid: 6}\n",
@@ -126,7 +140,7 @@ const Wrong wrong_scenarios[] = {
      "name: x\nsteps:\n  - dman.config: {radio: wlan0, fast_transition: {best-effort: 3}}\n",
      "a.yaml:3:5: dman.config: only voice and video have a fast-transition share"},
     {"bad_radio", "name: x\nsteps:\n  - dman.config: {radio: eth0}\n",
-     "a.yaml:3:26: dman.config.radio: expected a radio such as wlan0, or \"unit 3\""},
+     "a.yaml:3:26: dman.config.radio: expected wlan0 or wlan1, or \"unit 3\""},
     {"bad_interface", "name: x\nsteps:\n  - dman.status: wlan0vap\n",
      "a.yaml:3:18: dman.status.of: expected an interface such as wlan0 or wlan1vap3, got "
      "\"wlan0vap\""},
@@ -178,14 +192,14 @@ const Wrong wrong_scenarios[] = {
     {"status_of_nothing", "name: x\nsteps:\n  - expect.status: {radio: wlan0}\n",
      "a.yaml:3:5: expect.status: name at least one figure of a category"},
     {"unknown_stream_key", "name: x\nsteps:\n  - expect.streams: [{mac: station 1}]\n",
-     "a.yaml:3:23: expect.streams.list: a stream has no key \"mac\"; did you mean \"ac\"? (keys: "
+     "a.yaml:3:23: expect.streams.list: a stream has no key \"mac\"; did you mean \"sta\"? (keys: "
      "sta, interface, tid"},
     {"streams_no_list", "name: x\nsteps:\n  - expect.streams: {count: 1, list: []}\n",
      "a.yaml:3:5: expect.streams: give either list or count"},
     {"bad_share", "name: x\nsteps:\n  - expect.admitted: {voice: 625 of 937}\n",
      "a.yaml:3:30: expect.admitted.voice: expected medium time admitted, or admitted/limit, such "
      "as 625/937, got \"625 of 937\""},
-    {"admitted_on_no_radio", "name: x\nsteps:\n  - expect.admitted: {radio: wlan2, voice: 0}\n",
+    {"admitted_on_no_radio", "name: x\nsteps:\n  - expect.admitted: {radio: unit 3, voice: 0}\n",
      "a.yaml:3:5: expect.admitted: radio is wlan0 or wlan1"},
     {"unknown_receiver", "name: x\nsteps:\n  - expect.nothing: [hostap]\n",
      "a.yaml:3:22: expect.nothing.from: expected hostapd, frame-duration-query, mapd, dman, "

@@ -24,6 +24,12 @@ TEST(Suggestion, IsAWordThatHoldsTheOther)
     EXPECT_EQ(nearest("addts", words), "hostapd.addts");
 }
 
+TEST(Suggestion, IsTheSameThingByItsNameHere)
+{
+    EXPECT_EQ(nearest("station", {"sta", "direction"}), "sta");
+    EXPECT_EQ(nearest("station", {"statuses"}), "");
+}
+
 TEST(Suggestion, IsNoneWhenNothingIsNear)
 {
     EXPECT_EQ(nearest("zebra", words), "");

@@ -94,7 +94,7 @@ TEST(RadioWord, IsTheUnitOfItsMessages)
     EXPECT_EQ(radio_unit_of("wlan1"), 2);
     EXPECT_EQ(radio_unit_of("unit 0"), 0);
     EXPECT_EQ(radio_unit_of("unit 255"), 255);
-    for (const char *word : {"wlan", "wlan255", "wlan0vap1", "unit 256", "eth0", "1"}) {
+    for (const char *word : {"wlan", "wlan2", "wlan255", "wlan0vap1", "unit 256", "eth0", "1"}) {
         EXPECT_EQ(radio_unit_of(word), std::nullopt) << word;
     }
 }

@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -107,6 +108,26 @@ TEST(Follow, TellsSendersThatOthersPlayByTheTypeOfTheirDatagrams)
     }
 
     EXPECT_THAT(senders, testing::ElementsAre(Peer::mapd, Peer::dman, Peer::other));
+}
+
+/* The story may be told later than it happened. */
+TEST(Follow, KnowsWhoReceivedThoughHeHasEnded)
+{
+    AccessPoint ap(in_real_time({Peer::hostapd}));
+    ap.driver().set_default(StationAnswer::flags(TSPEC_CLIENT_ASSOCIATED));
+    ASSERT_TRUE(ap.start());
+    ap.settle();
+    {
+        Socket hostapd = Socket::udp(TSPEC_HOSTAPD_PORT);
+        send_udp(hostapd, TSPEC_UDP_PORT, HostapdMessage{}.bytes());
+        pollfd source{hostapd.fd(), POLLIN, 0};
+        ASSERT_EQ(poll(&source, 1, 30'000), 1);
+    }
+
+    Events sent = with_peer(ap.settle(), Peer::hostapd, Kind::from_daemon);
+
+    ASSERT_EQ(sent.size(), 1U);
+    EXPECT_TRUE(sent.front().delivered);
 }
 
 /* The report interval is 300 seconds at the start. The real time that passes

@@ -259,6 +259,19 @@ TEST(Serve, LeavesTheOperatorsNameToTheRealTool)
     EXPECT_TRUE(serve.says("daemon -> cli           PONG"));
 }
 
+/* The port for statistics belongs to dman, which is played here. */
+TEST(Serve, LendsThePortForStatisticsToTheRealTool)
+{
+    Serve serve;
+    for (const char *command : {"stats", "streams", "metrics"}) {
+        Command tool({TSPEC_CLI, command});
+        EXPECT_EQ(tool.end(), 0) << tool.output();
+        EXPECT_THAT(tool.output(), HasSubstr("stream"));
+    }
+    EXPECT_TRUE(serve.says("tspec-ap-stats"));
+    EXPECT_THAT(serve.output(), Not(HasSubstr("not delivered")));
+}
+
 /* Its own questions for the load must not show among what the daemon prints. */
 TEST(Serve, ShowsTheConsoleButNotItsOwnQuestions)
 {

@@ -131,6 +131,13 @@ TEST(DecodeTest, Configuration)
               "configuration of wlan1: admission control on, mandatory: voice 50 %, video 50 %");
 }
 
+TEST(DecodeTest, ConfigurationWithFastTransition)
+{
+    DmanConfig config{.fbt_limit_voice = 5};
+    EXPECT_TRUE(decode_datagram(Kind::to_daemon, Peer::dman, config.bytes())
+                    .summary.ends_with("video 50 %; fast transition: voice 5 %"));
+}
+
 TEST(DecodeTest, TextAnswersOfDman)
 {
     Decoded stream =

@@ -1,6 +1,7 @@
 #include "tspec-cli/build.h"
 
 #include "tspec-cli/args.h"
+#include "tspec-cli/fields.h"
 
 #include <stdarg.h>
 #include <stdio.h>
@@ -128,36 +129,91 @@ static bool build_period(const tspec_tool_operands_t *operands, tspec_tool_view_
     return true;
 }
 
-static bool build_scope(const tspec_tool_operands_t *operands, tspec_tool_view_t *view,
+static bool build_radio(const tspec_tool_operands_t *operands, tspec_tool_view_t *view,
                         tspec_tool_error_t *error)
 {
     const char *radio = operands->options[TSPEC_TOOL_RADIO].value;
+    if (radio == nullptr) {
+        return true;
+    }
+    view->scope = TSPEC_TOOL_ONE_RADIO;
+    return tspec_tool_parse_radio(radio, &view->radio) ||
+           refuse(error, "\"%s\" is not a radio; radios are 0 and 1, or wlan0 and wlan1", radio);
+}
+
+static bool build_vap(const tspec_tool_operands_t *operands, tspec_tool_view_t *view,
+                      tspec_tool_error_t *error)
+{
     const char *vap = operands->options[TSPEC_TOOL_VAP].value;
-    if (radio != nullptr && vap != nullptr) {
+    if (vap == nullptr) {
+        return true;
+    }
+    if (view->scope == TSPEC_TOOL_ONE_RADIO) {
         return refuse(error, "--radio and --vap cannot go together");
     }
-    if (radio != nullptr) {
-        view->scope = TSPEC_TOOL_ONE_RADIO;
-        return tspec_tool_parse_radio(radio, &view->radio) ||
-               refuse(error, "\"%s\" is not a radio; radios are 0 and 1, or wlan0 and wlan1",
-                      radio);
+    view->scope = TSPEC_TOOL_ONE_VAP;
+    return tspec_tool_parse_vap(vap, &view->radio, &view->vap) ||
+           refuse(error,
+                  "\"%s\" is not a VAP; VAPs are 0.0 to 0.15 and 1.0 to 1.15, or wlan0vap0 "
+                  "and so on",
+                  vap);
+}
+
+static bool build_category(const tspec_tool_operands_t *operands, tspec_tool_view_t *view,
+                           tspec_tool_error_t *error)
+{
+    const char *name = operands->options[TSPEC_TOOL_AC].value;
+    if (name == nullptr) {
+        return true;
     }
-    if (vap != nullptr) {
-        view->scope = TSPEC_TOOL_ONE_VAP;
-        return tspec_tool_parse_vap(vap, &view->radio, &view->vap) ||
-               refuse(error,
-                      "\"%s\" is not a VAP; VAPs are 0.0 to 0.15 and 1.0 to 1.15, or wlan0vap0 "
-                      "and so on",
-                      vap);
+    for (const tspec_tool_category_t &category : tspec_tool_categories) {
+        if (strcmp(name, category.name) == 0) {
+            view->category = category.name;
+            return true;
+        }
     }
+    return refuse(error,
+                  "\"%s\" is not an access category; they are voice, video, best-effort and "
+                  "background",
+                  name);
+}
+
+static bool build_station(const tspec_tool_operands_t *operands, tspec_tool_view_t *view,
+                          tspec_tool_error_t *error)
+{
+    const char *text = operands->options[TSPEC_TOOL_STA].value;
+    tspec_tool_request_t address = {};
+    if (text == nullptr) {
+        return true;
+    }
+    if (!put_mac(&address, text, error)) {
+        return false;
+    }
+    const uint8_t *const mac = address.bytes;
+    snprintf(view->station, sizeof(view->station), "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1],
+             mac[2], mac[3], mac[4], mac[5]);
     return true;
 }
 
-bool tspec_tool_build_view(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
-                           tspec_tool_error_t *error)
+static bool build_view(const tspec_tool_operands_t *operands, tspec_tool_view_t *view,
+                       tspec_tool_error_t *error)
 {
-    job->view.json = operands->options[TSPEC_TOOL_JSON].given;
-    return build_period(operands, &job->view, error) && build_scope(operands, &job->view, error);
+    view->json = operands->options[TSPEC_TOOL_JSON].given;
+    view->units = operands->options[TSPEC_TOOL_UNITS].given;
+    return build_period(operands, view, error) && build_radio(operands, view, error) &&
+           build_category(operands, view, error);
+}
+
+bool tspec_tool_build_stats(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                            tspec_tool_error_t *error)
+{
+    return build_view(operands, &job->view, error) && build_vap(operands, &job->view, error);
+}
+
+bool tspec_tool_build_streams(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,
+                              tspec_tool_error_t *error)
+{
+    return build_view(operands, &job->view, error) && build_station(operands, &job->view, error);
 }
 
 bool tspec_tool_build_metrics(const tspec_tool_operands_t *operands, tspec_tool_job_t *job,

@@ -8,7 +8,9 @@
 #include "tspec-cli/commands.h"
 
 /* Places of the options in `tspec_tool_operands_t`. */
-enum { TSPEC_TOOL_JSON, TSPEC_TOOL_WATCH, TSPEC_TOOL_RADIO, TSPEC_TOOL_VAP };
+enum { TSPEC_TOOL_JSON, TSPEC_TOOL_WATCH, TSPEC_TOOL_RADIO, TSPEC_TOOL_AC, TSPEC_TOOL_UNITS };
+enum { TSPEC_TOOL_VAP = TSPEC_TOOL_UNITS + 1 }; /* of stats */
+enum { TSPEC_TOOL_STA = TSPEC_TOOL_UNITS + 1 }; /* of streams */
 enum { TSPEC_TOOL_ALL };
 enum { TSPEC_TOOL_STREAMS };
 
@@ -22,7 +24,8 @@ tspec_tool_build_t tspec_tool_build_delete_client;
 tspec_tool_build_t tspec_tool_build_delete_stream;
 tspec_tool_build_t tspec_tool_build_disassociation_mode;
 tspec_tool_build_t tspec_tool_build_show;
-tspec_tool_build_t tspec_tool_build_view;
+tspec_tool_build_t tspec_tool_build_stats;
+tspec_tool_build_t tspec_tool_build_streams;
 tspec_tool_build_t tspec_tool_build_metrics;
 tspec_tool_build_t tspec_tool_build_config;
 tspec_tool_build_t tspec_tool_build_health;

@@ -6,10 +6,6 @@
 
 static const int walk_attempts = 4;
 
-/* Station and TID name a stream. */
-static const int station_field = 0;
-static const int tid_field = 2;
-
 static tspec_tool_delivery_t ask_for_sheet(const tspec_tool_session_t *session, const char *request,
                                            tspec_tool_sheet_t *sheet)
 {
@@ -92,12 +88,15 @@ tspec_tool_delivery_t tspec_tool_collect_statistics(const tspec_tool_view_t *vie
     return result;
 }
 
+/* Station and TID name a stream. */
 static bool is_listed(const tspec_tool_streams_t *streams, const tspec_tool_stream_t *stream)
 {
     for (size_t i = 0; i < streams->count; i++) {
         const tspec_tool_stream_t *const listed = &streams->streams[i];
-        if (strcmp(listed->values[station_field], stream->values[station_field]) == 0 &&
-            strcmp(listed->values[tid_field], stream->values[tid_field]) == 0) {
+        if (strcmp(listed->values[TSPEC_TOOL_STREAM_STATION],
+                   stream->values[TSPEC_TOOL_STREAM_STATION]) == 0 &&
+            strcmp(listed->values[TSPEC_TOOL_STREAM_TID], stream->values[TSPEC_TOOL_STREAM_TID]) ==
+                0) {
             return true;
         }
     }

@@ -51,7 +51,8 @@ static const tspec_tool_command_t commands[] = {
         .summary = "drop a client's record, and nothing else",
         .help =
             "Takes the record of a client out of the daemon's memory. hostapd and mapd are not\n"
-            "told. For ordinary removals use delete-stream, once for each stream.\n",
+            "told. For ordinary removals use delete-stream, once for each stream. What is said\n"
+            "of the outcome is seen as with delete-stream.\n",
         .options = {{"--force", nullptr, false, nullptr}},
         .warning = "delete-client removes the bare record: neither the medium time nor the stream "
                    "count\nof the client's streams comes back before the daemon is restarted. Use "
@@ -60,21 +61,24 @@ static const tspec_tool_command_t commands[] = {
         .max_operands = 1,
         .completed = {},
         .build = tspec_tool_build_delete_client,
-        .run = nullptr,
+        .run = tspec_tool_run_delete_client,
     },
     {
         .name = "delete-stream",
         .synopsis = "MAC TID",
         .summary = "tear one stream of a client down",
         .help = "Sends a DELTS to hostapd, gives the medium time back (through mapd while it\n"
-                "manages the access point) and deletes the stream. TID is 0 to 15.\n",
+                "manages the access point) and deletes the stream. TID is 0 to 15. The streams\n"
+                "are listed before and after, as \"streams\" does, to say what was removed: that\n"
+                "takes them from a walk of dman's that is under way, and needs its port. Where it\n"
+                "cannot be seen (exit status 4), the console has the daemon's word.\n",
         .options = {},
         .warning = nullptr,
         .min_operands = 2,
         .max_operands = 2,
         .completed = {nullptr, "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15"},
         .build = tspec_tool_build_delete_stream,
-        .run = nullptr,
+        .run = tspec_tool_run_delete_stream,
     },
     {
         .name = "disassociation-mode",
@@ -108,18 +112,25 @@ static const tspec_tool_command_t commands[] = {
     },
     {
         .name = "stats",
-        .synopsis = "[--radio R | --vap R.V] [--json] [--watch [SECONDS]]",
+        .synopsis = "[--radio R | --vap R.V] [--ac AC] [--units] [--json] [--watch [SECONDS]]",
         .summary = "show streams, clients and airtime of each access category",
         .help = "Shows the access point and its two radios, or one radio (0 or 1), or one VAP of\n"
-                "a radio (0.0 to 1.15): streams, clients, decisions, and the medium time that is\n"
-                "admitted and free, in units of 32 microseconds per second. roaming counts the\n"
-                "clients that roam, or the requests and the medium time of such clients.\n"
-                "  --json     prints one JSON object on one line\n"
-                "  --watch    shows it again every 2 seconds, or every SECONDS (1 to 3600)\n"
+                "a radio (0.0 to 1.15): streams, clients, decisions, and the air: what is\n"
+                "admitted, the limit as far as the figures tell it (~, whole per cent, what is\n"
+                "set aside for fast transitions included), and how much of it is used. roaming\n"
+                "counts the clients that roam, or the requests of such clients.\n"
+                "  --ac       shows one access category: voice, video, best-effort, background\n"
+                "  --units    shows medium time instead, as the daemon counts it: admitted and\n"
+                "             free, in units of 32 microseconds per second\n"
+                "  --json     prints one JSON object on one line, in units\n"
+                "  --watch    shows it again every 2 seconds, or every SECONDS (1 to 3600), with\n"
+                "             what has changed since the look before\n"
                 "Colours only on a terminal, and not with NO_COLOR in the environment.\n",
         .options = {{"--json", nullptr, false, nullptr},
                     {"--watch", "SECONDS", true, nullptr},
                     {"--radio", "R", false, "0 1"},
+                    {"--ac", "AC", false, "voice video best-effort background"},
+                    {"--units", nullptr, false, nullptr},
                     {"--vap", "R.V", false,
                      "0.0 0.1 0.2 0.3 0.4 0.5 0.6 0.7 0.8 0.9 0.10 0.11 0.12 0.13 0.14 "
                      "0.15 1.0 1.1 1.2 1.3 1.4 1.5 1.6 1.7 1.8 1.9 1.10 1.11 1.12 1.13 "
@@ -128,23 +139,32 @@ static const tspec_tool_command_t commands[] = {
         .min_operands = 0,
         .max_operands = 0,
         .completed = {},
-        .build = tspec_tool_build_view,
+        .build = tspec_tool_build_stats,
         .run = tspec_tool_run_stats,
     },
     {
         .name = "streams",
-        .synopsis = "[--json] [--watch [SECONDS]]",
+        .synopsis = "[--sta MAC] [--radio R] [--ac AC] [--units] [--json] [--watch [SECONDS]]",
         .summary = "list the streams here, not on the console",
         .help = "Walks over the streams on TIDs 0 to 7, admitted and pending. Those on TIDs 8 to\n"
                 "15 are in the list of \"show\" alone.\n"
-                "  --json     prints one JSON object on one line\n"
+                "  --sta, --radio, --ac\n"
+                "             list the streams of one station, radio, access category\n"
+                "  --units    shows medium time in units of 32 microseconds per second, not in\n"
+                "             per cent of the air\n"
+                "  --json     prints one JSON object on one line, in units\n"
                 "  --watch    shows it again every 2 seconds, or every SECONDS (1 to 3600)\n",
-        .options = {{"--json", nullptr, false, nullptr}, {"--watch", "SECONDS", true, nullptr}},
+        .options = {{"--json", nullptr, false, nullptr},
+                    {"--watch", "SECONDS", true, nullptr},
+                    {"--radio", "R", false, "0 1"},
+                    {"--ac", "AC", false, "voice video best-effort background"},
+                    {"--units", nullptr, false, nullptr},
+                    {"--sta", "MAC", false, nullptr}},
         .warning = nullptr,
         .min_operands = 0,
         .max_operands = 0,
         .completed = {},
-        .build = tspec_tool_build_view,
+        .build = tspec_tool_build_streams,
         .run = tspec_tool_run_streams,
     },
     {

@@ -16,7 +16,7 @@
 /* As many levels as fit behind the code and the count of a debug command. */
 #define TSPEC_TOOL_MAX_OPERANDS (TSPEC_CLI_BUF_SIZE - 2)
 
-#define TSPEC_TOOL_MAX_OPTIONS 4
+#define TSPEC_TOOL_MAX_OPTIONS 6
 #define TSPEC_TOOL_MAX_COMPLETED 2
 
 /* File names, where words are offered for completion. */
@@ -59,7 +59,7 @@ typedef struct {
                   tspec_tool_error_t *error);
 
     /* Carries the job out and says what went wrong; null for a command whose
-     * request is sent to the daemon, which answers on its console. */
+     * request the daemon answers on its console. */
     tspec_tool_status_t (*run)(const tspec_tool_job_t *job);
 } tspec_tool_command_t;
 

@@ -129,7 +129,8 @@ tspec_tool_status_t tspec_tool_run_config(const tspec_tool_job_t *job)
 {
     tspec_tool_config_t config;
     if (!tspec_tool_config_read(job->file, &config, stderr)) {
-        fputs("tspec-cli: the configuration is wrong; nothing was sent.\n", stderr);
+        fprintf(stderr, "tspec-cli: the configuration is wrong%s.\n",
+                job->apply ? "; nothing was sent" : "");
         return TSPEC_TOOL_WRONG_USE;
     }
     if (!job->apply) {

@@ -1,5 +1,7 @@
 #include "tspec-cli/config_file.h"
 
+#include "tspec-cli/suggest.h"
+
 #include <ctype.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -219,7 +221,13 @@ static int take_key(void *user, const char *section_name, const char *name, cons
             return 1;
         }
     }
-    complain_at(reading, reading->line, "there is no key \"%s\" in [%s]", name, section_name);
+    tspec_tool_suggestion_t suggestion = {};
+    for (size_t place = 0; place < count; place++) {
+        tspec_tool_consider(&suggestion, name, keys[place].name);
+    }
+    char meant[64];
+    complain_at(reading, reading->line, "there is no key \"%s\" in [%s]%s", name, section_name,
+                tspec_tool_did_you_mean(&suggestion, meant, sizeof(meant)));
     return 1;
 }
 
@@ -263,6 +271,29 @@ static void check_sums(reading_t *reading)
     for (const tspec_tool_sum_t &sum : tspec_tool_sums) {
         check_sum(reading, TSPEC_TOOL_WLAN0_SECTION, &sum);
         check_sum(reading, TSPEC_TOOL_WLAN1_SECTION, &sum);
+    }
+}
+
+/* Right, but hardly meant: without a limit nothing fits. */
+static void warn_of(reading_t *reading, tspec_tool_section_t radio, const tspec_tool_pair_t *pair)
+{
+    size_t count = 0;
+    const tspec_tool_key_t *const keys = tspec_tool_keys(radio, &count);
+    const tspec_dman_config_msg_t *const message = &reading->config->radio[radio];
+    const size_t mandatory = place_of(keys, pair->mandatory);
+    if (message->tspec_enabled == 0 || value_at(message, &keys[mandatory]) == 0 ||
+        value_at(message, &keys[place_of(keys, pair->limit)]) != 0) {
+        return;
+    }
+    fprintf(reading->complaints, "%s:%u: warning: %s with a %s of 0: every call is refused\n",
+            reading->name, reading->key_line[radio][mandatory], pair->mandatory, pair->limit);
+}
+
+static void warn(reading_t *reading)
+{
+    for (const tspec_tool_pair_t &pair : tspec_tool_pairs) {
+        warn_of(reading, TSPEC_TOOL_WLAN0_SECTION, &pair);
+        warn_of(reading, TSPEC_TOOL_WLAN1_SECTION, &pair);
     }
 }
 
@@ -336,5 +367,9 @@ bool tspec_tool_config_read(const char *name, tspec_tool_config_t *config, FILE 
     }
     read_lines(&reading);
     fclose(reading.file);
-    return reading.mistakes == 0;
+    if (reading.mistakes != 0) {
+        return false;
+    }
+    warn(&reading);
+    return true;
 }

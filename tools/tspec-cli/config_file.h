@@ -11,7 +11,7 @@
 
 /* Reads the file of that name. False, with `config` undefined, when it cannot be
  * read or anything in it is wrong; each mistake is then a line "NAME:LINE: ..."
- * in `complaints`. */
+ * in `complaints`. So is what is right but hardly meant, as a warning. */
 bool tspec_tool_config_read(const char *name, tspec_tool_config_t *config, FILE *complaints);
 
 #endif

@@ -83,6 +83,12 @@ static const tspec_tool_key_t daemon_keys[] = {
 const tspec_tool_sum_t tspec_tool_sums[2] = {{"voice_limit", "voice_fast_transition"},
                                              {"video_limit", "video_fast_transition"}};
 
+const tspec_tool_pair_t tspec_tool_pairs[TSPEC_NUM_ACS] = {
+    {"voice_mandatory", "voice_limit"},
+    {"video_mandatory", "video_limit"},
+    {"best_effort_mandatory", "best_effort_limit"},
+    {"background_mandatory", "background_limit"}};
+
 static const char *const section_names[TSPEC_TOOL_NUM_SECTIONS] = {"wlan0", "wlan1", "daemon"};
 
 const char *tspec_tool_section_name(tspec_tool_section_t section)

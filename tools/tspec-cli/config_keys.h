@@ -57,4 +57,12 @@ typedef struct {
 
 extern const tspec_tool_sum_t tspec_tool_sums[2];
 
+/* The keys of one access category that only make sense together. */
+typedef struct {
+    const char *mandatory;
+    const char *limit;
+} tspec_tool_pair_t;
+
+extern const tspec_tool_pair_t tspec_tool_pairs[TSPEC_NUM_ACS];
+
 #endif

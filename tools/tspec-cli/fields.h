@@ -38,7 +38,22 @@ extern const tspec_tool_field_t tspec_tool_entry_fields[TSPEC_TOOL_NUM_FIELDS]; 
 extern const tspec_tool_field_t tspec_tool_stream_fields[TSPEC_TOOL_NUM_STREAM_FIELDS];
 
 /* Places in tspec_tool_entry_fields that more than the tables have to know. */
-enum { TSPEC_TOOL_ADMITTED_FIELD = 4, TSPEC_TOOL_UNALLOCATED_FIELD = 5 };
+enum {
+    TSPEC_TOOL_ADMITTED_FIELD = 4,
+    TSPEC_TOOL_UNALLOCATED_FIELD = 5,
+    TSPEC_TOOL_ROAM_UNALLOCATED_FIELD = 6,
+};
+
+/* The same of tspec_tool_stream_fields; what stands before its figures names a stream. */
+enum {
+    TSPEC_TOOL_STREAM_STATION,
+    TSPEC_TOOL_STREAM_INTERFACE,
+    TSPEC_TOOL_STREAM_TID,
+    TSPEC_TOOL_STREAM_CATEGORY,
+    TSPEC_TOOL_STREAM_DIRECTION,
+    TSPEC_TOOL_STREAM_PRIORITY,
+    TSPEC_TOOL_STREAM_MEDIUM_TIME,
+};
 
 typedef struct {
     const char *key; /* in the keys of the reports */

@@ -21,6 +21,9 @@ typedef struct {
     uint8_t radio; /* 0 = wlan0, 1 = wlan1 */
     uint8_t vap;
     bool json;
+    bool units;           /* medium time as the daemon counts it, not in per cent */
+    const char *category; /* its name; null: all */
+    char station[20];     /* as the daemon writes it; empty: all */
     bool with_streams; /* metrics of each stream, too */
     uint16_t period_s; /* shown again after so many seconds; 0: shown once */
 } tspec_tool_view_t;

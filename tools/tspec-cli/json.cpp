@@ -21,22 +21,29 @@ static void print_figures(FILE *out, const tspec_tool_field_t *fields, const uin
     putc('}', out);
 }
 
-static void print_sheet(FILE *out, const tspec_tool_sheet_t *sheet)
+static void print_sheet(FILE *out, const tspec_tool_sheet_t *sheet, const char *wanted)
 {
     putc('{', out);
+    bool is_first = true;
     for (int category = 0; category < TSPEC_NUM_ACS; category++) {
-        print_key(out, tspec_tool_categories[category].name, category == 0);
+        const char *const name = tspec_tool_categories[category].name;
+        if (wanted != nullptr && name != wanted) {
+            continue;
+        }
+        print_key(out, name, is_first);
         print_figures(out, sheet->fields, sheet->figures.values[category]);
+        is_first = false;
     }
     putc('}', out);
 }
 
-void tspec_tool_print_statistics_json(FILE *out, const tspec_tool_statistics_t *statistics)
+void tspec_tool_print_statistics_json(FILE *out, const tspec_tool_statistics_t *statistics,
+                                      const char *category)
 {
     putc('{', out);
     for (size_t i = 0; i < statistics->count; i++) {
         print_key(out, statistics->sheets[i].name, i == 0);
-        print_sheet(out, &statistics->sheets[i]);
+        print_sheet(out, &statistics->sheets[i], category);
     }
     fputs("}\n", out);
 }

@@ -2,19 +2,18 @@
  * tspec-cli: reads the command line, carries out what it says, and tells in the
  * exit status and in a sentence what became of it.
  */
-#include "tspec-cli/daemon_socket.h"
+#include "tspec-cli/console.h"
 #include "tspec-cli/parse.h"
 #include "tspec-cli/usage.h"
 
 #include <stdio.h>
-#include <unistd.h>
-
-/* The daemon reads no commands for up to two seconds at a time. */
-static const unsigned send_timeout_ms = 3000;
+#include <string.h>
 
 static tspec_tool_status_t report_rejected(const tspec_tool_invocation_t *invocation)
 {
-    fprintf(stderr, "tspec-cli: %s.\n", invocation->error.text);
+    const char *const text = invocation->error.text;
+    const bool is_question = text[0] != '\0' && text[strlen(text) - 1] == '?';
+    fprintf(stderr, "tspec-cli: %s%s\n", text, is_question ? "" : ".");
     tspec_tool_print_usage(stderr, invocation->command);
     return TSPEC_TOOL_WRONG_USE;
 }
@@ -26,31 +25,14 @@ static tspec_tool_status_t report_unconfirmed(const tspec_tool_command_t *comman
     return TSPEC_TOOL_WRONG_USE;
 }
 
-/* A script that collects standard error is not told: it cannot look there. */
-static void point_to_console()
-{
-    if (isatty(STDERR_FILENO)) {
-        fputs("Sent. What the daemon has to say appears on the console, /dev/console.\n", stderr);
-    }
-}
-
-static tspec_tool_status_t send_request(const tspec_tool_invocation_t *invocation)
+static tspec_tool_status_t carry_out(const tspec_tool_invocation_t *invocation)
 {
     if (invocation->command->warning != nullptr) {
         fputs(invocation->command->warning, stderr);
     }
-    const tspec_tool_delivery_t delivery =
-        tspec_tool_send(&invocation->job.request, send_timeout_ms);
-    if (delivery == TSPEC_TOOL_DELIVERED) {
-        point_to_console();
-    }
-    return tspec_tool_report(delivery, send_timeout_ms);
-}
-
-static tspec_tool_status_t carry_out(const tspec_tool_invocation_t *invocation)
-{
-    return invocation->command->run != nullptr ? invocation->command->run(&invocation->job)
-                                               : send_request(invocation);
+    return invocation->command->run != nullptr
+               ? invocation->command->run(&invocation->job)
+               : tspec_tool_send_to_console(&invocation->job.request);
 }
 
 /* What was shown in vain, on a full disk for instance, was not shown. */

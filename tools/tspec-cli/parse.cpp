@@ -1,5 +1,7 @@
 #include "tspec-cli/parse.h"
 
+#include "tspec-cli/suggest.h"
+
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -34,6 +36,31 @@ __attribute__((format(printf, 2, 3))) static void reject(tspec_tool_invocation_t
     va_start(arguments, format);
     vsnprintf(invocation->error.text, sizeof(invocation->error.text), format, arguments);
     va_end(arguments);
+}
+
+static void reject_command(tspec_tool_invocation_t *invocation, const char *name)
+{
+    tspec_tool_suggestion_t suggestion = {};
+    size_t count = 0;
+    const tspec_tool_command_t *const commands = tspec_tool_commands(&count);
+    for (size_t i = 0; i < count; i++) {
+        tspec_tool_consider(&suggestion, name, commands[i].name);
+    }
+    char meant[64];
+    reject(invocation, "there is no command \"%s\"%s", name,
+           tspec_tool_did_you_mean(&suggestion, meant, sizeof(meant)));
+}
+
+static void reject_option(tspec_tool_invocation_t *invocation, const char *argument)
+{
+    const tspec_tool_command_t *const command = invocation->command;
+    tspec_tool_suggestion_t suggestion = {};
+    for (int i = 0; i < TSPEC_TOOL_MAX_OPTIONS && command->options[i].name != nullptr; i++) {
+        tspec_tool_consider(&suggestion, argument, command->options[i].name);
+    }
+    char meant[64];
+    reject(invocation, "%s has no option \"%s\"%s", command->name, argument,
+           tspec_tool_did_you_mean(&suggestion, meant, sizeof(meant)));
 }
 
 static bool wants_help(int count, const char *const *arguments)
@@ -88,7 +115,7 @@ static bool collect_operand(const char *argument, tspec_tool_invocation_t *invoc
 {
     const tspec_tool_command_t *command = invocation->command;
     if (looks_like_option(argument)) {
-        reject(invocation, "%s has no option \"%s\"", command->name, argument);
+        reject_option(invocation, argument);
         return false;
     }
     if (operands->count == command->max_operands) {
@@ -148,6 +175,23 @@ static void parse_command(int count, const char *const *arguments,
     invocation->outcome = has_consent ? TSPEC_TOOL_RUN : TSPEC_TOOL_UNCONFIRMED;
 }
 
+/* "help" and "help COMMAND", as --help. */
+static void parse_help(int count, const char *const *arguments, tspec_tool_invocation_t *invocation)
+{
+    if (count > 1) {
+        reject(invocation, "\"%s\" is one argument too many for help", arguments[1]);
+        return;
+    }
+    invocation->outcome = TSPEC_TOOL_HELP;
+    if (count == 0) {
+        return;
+    }
+    invocation->command = tspec_tool_command_find(arguments[0]);
+    if (invocation->command == nullptr) {
+        reject_command(invocation, arguments[0]);
+    }
+}
+
 void tspec_tool_parse(int argc, const char *const *argv, tspec_tool_invocation_t *invocation)
 {
     *invocation = {};
@@ -168,9 +212,13 @@ void tspec_tool_parse(int argc, const char *const *argv, tspec_tool_invocation_t
         reject(invocation, "there is no option \"%s\"", first);
         return;
     }
+    if (strcmp(first, "help") == 0) {
+        parse_help(argc - 2, argv + 2, invocation);
+        return;
+    }
     invocation->command = tspec_tool_command_find(first);
     if (invocation->command == nullptr) {
-        reject(invocation, "there is no command \"%s\"", first);
+        reject_command(invocation, first);
         return;
     }
     parse_command(argc - 2, argv + 2, invocation);

@@ -15,6 +15,8 @@
 #define TSPEC_TOOL_CONFIG_SUMMARY "not in this build, which had no libinih"
 #endif
 
+tspec_tool_status_t tspec_tool_run_delete_client(const tspec_tool_job_t *job);
+tspec_tool_status_t tspec_tool_run_delete_stream(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_ping(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_stats(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_streams(const tspec_tool_job_t *job);

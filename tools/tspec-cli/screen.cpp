@@ -82,7 +82,9 @@ static char *text_of_look(tspec_tool_look_t *look, const tspec_tool_view_t *view
     if (out == nullptr) {
         return nullptr;
     }
-    const tspec_tool_style_t style = tspec_tool_style_of_output();
+    tspec_tool_style_t style = tspec_tool_style_of_output();
+    style.units = view->units;
+    style.category = view->category;
     *delivery = look(out, view, &style);
     if (*delivery != TSPEC_TOOL_DELIVERED) {
         tspec_tool_print_failure(out, *delivery, TSPEC_TOOL_ANSWER_MS);

@@ -11,6 +11,7 @@ typedef enum {
     TSPEC_TOOL_PORT_TAKEN = 3,    /* dman has the port that statistics are sent to */
     TSPEC_TOOL_NOT_CONFIRMED = 4, /* sent, and nobody could say what became of it */
     TSPEC_TOOL_WARNED = 5,        /* the daemon serves, and something is not as it should be */
+    TSPEC_TOOL_NOTHING_THERE = 6, /* what was to be removed is not there; nothing was sent */
 } tspec_tool_status_t;
 
 #endif

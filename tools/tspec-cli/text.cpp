@@ -1,9 +1,12 @@
 #include "tspec-cli/text.h"
 
+#include <stdlib.h>
+
 static const int category_width = 12;
 
 /* What stands beside a bar, and how wide the bar itself is. */
 static const unsigned bar_offset = 71;
+static const unsigned percent_bar_offset = 68;
 static const unsigned min_bar = 8;
 static const unsigned max_bar = 40;
 static const unsigned usual_bar = 20;
@@ -24,13 +27,14 @@ static void paint(FILE *out, const tspec_tool_style_t *style, const char *colour
 
 static unsigned bar_width(const tspec_tool_style_t *style)
 {
+    const unsigned offset = style->units ? bar_offset : percent_bar_offset;
     if (style->columns == 0) {
         return usual_bar;
     }
-    if (style->columns < bar_offset + min_bar) {
+    if (style->columns < offset + min_bar) {
         return min_bar;
     }
-    const unsigned room = style->columns - bar_offset;
+    const unsigned room = style->columns - offset;
     return room < max_bar ? room : max_bar;
 }
 
@@ -89,12 +93,58 @@ static void print_cell(FILE *out, int width, const char *text)
     }
 }
 
+/* What stands in place of the medium times where people read. */
+typedef struct {
+    const char *title;
+    int width;
+    void (*print)(const uint32_t *figures, char *text, size_t size);
+} share_t;
+
+static const double units_per_percent = TSPEC_MEDIUM_TIME_PER_SECOND / 100.0;
+
+static void print_air(const uint32_t *figures, char *text, size_t size)
+{
+    snprintf(text, size, "%.2f%%", figures[TSPEC_TOOL_ADMITTED_FIELD] / units_per_percent);
+}
+
+/* The daemon does not tell the limit, only what is left of it; that ends at 0, so
+ * where nothing is left the limit may be lower. */
+static void print_limit(const uint32_t *figures, char *text, size_t size)
+{
+    const uint32_t left = figures[TSPEC_TOOL_ROAM_UNALLOCATED_FIELD];
+    const uint32_t admitted = figures[TSPEC_TOOL_ADMITTED_FIELD];
+    const char *const mark = left == 0 && admitted > 0 ? "<=" : "~";
+    snprintf(text, size, "%s%.0f%%", mark, (double{1} * admitted + left) / units_per_percent);
+}
+
+static void print_used(const uint32_t *figures, char *text, size_t size)
+{
+    const double admitted = figures[TSPEC_TOOL_ADMITTED_FIELD];
+    const double whole = admitted + figures[TSPEC_TOOL_ROAM_UNALLOCATED_FIELD];
+    snprintf(text, size, "%.0f%%", whole > 0 ? 100 * admitted / whole : 0);
+}
+
+static const share_t shares[] = {
+    {"air", 9, print_air}, {"limit", 8, print_limit}, {"used", 6, print_used}};
+
+/* Columns of a sheet before those of its medium time. */
+static int plain_fields(const tspec_tool_sheet_t *sheet, const tspec_tool_style_t *style)
+{
+    return has_airtime(sheet) && !style->units ? TSPEC_TOOL_ADMITTED_FIELD : TSPEC_TOOL_NUM_FIELDS;
+}
+
 static void print_head(FILE *out, const tspec_tool_sheet_t *sheet, const tspec_tool_style_t *style)
 {
+    const int plain_columns = plain_fields(sheet, style);
     paint(out, style, bold);
     fprintf(out, "%-*s", category_width, sheet->name);
-    for (int i = 0; i < TSPEC_TOOL_NUM_FIELDS; i++) {
+    for (int i = 0; i < plain_columns; i++) {
         print_cell(out, sheet->fields[i].width, sheet->fields[i].title);
+    }
+    for (const share_t &share : shares) {
+        if (plain_columns < TSPEC_TOOL_NUM_FIELDS) {
+            print_cell(out, share.width, share.title);
+        }
     }
     if (has_airtime(sheet)) {
         fputs(" airtime", out);
@@ -103,12 +153,22 @@ static void print_head(FILE *out, const tspec_tool_sheet_t *sheet, const tspec_t
     putc('\n', out);
 }
 
+static void print_shares(FILE *out, const uint32_t *figures)
+{
+    for (const share_t &share : shares) {
+        char text[24];
+        share.print(figures, text, sizeof(text));
+        print_cell(out, share.width, text);
+    }
+}
+
 static void print_category(FILE *out, const tspec_tool_sheet_t *sheet, int category,
                            const tspec_tool_style_t *style)
 {
     const uint32_t *const figures = sheet->figures.values[category];
+    const int plain_columns = plain_fields(sheet, style);
     fprintf(out, "%-*s", category_width, tspec_tool_categories[category].name);
-    for (int i = 0; i < TSPEC_TOOL_NUM_FIELDS; i++) {
+    for (int i = 0; i < plain_columns; i++) {
         const tspec_tool_field_t *const field = &sheet->fields[i];
         if (field->kind == TSPEC_TOOL_STATE) {
             paint(out, style, figures[i] != 0 ? green : dim);
@@ -120,10 +180,18 @@ static void print_category(FILE *out, const tspec_tool_sheet_t *sheet, int categ
             print_cell(out, field->width, number);
         }
     }
+    if (plain_columns < TSPEC_TOOL_NUM_FIELDS) {
+        print_shares(out, figures);
+    }
     if (has_airtime(sheet)) {
         print_bar(out, figures, style);
     }
     putc('\n', out);
+}
+
+static bool is_wanted(const tspec_tool_style_t *style, int category)
+{
+    return style->category == nullptr || style->category == tspec_tool_categories[category].name;
 }
 
 void tspec_tool_print_statistics(FILE *out, const tspec_tool_statistics_t *statistics,
@@ -133,18 +201,62 @@ void tspec_tool_print_statistics(FILE *out, const tspec_tool_statistics_t *stati
         const tspec_tool_sheet_t *const sheet = &statistics->sheets[i];
         print_head(out, sheet, style);
         for (int category = 0; category < TSPEC_NUM_ACS; category++) {
-            print_category(out, sheet, category, style);
+            if (is_wanted(style, category)) {
+                print_category(out, sheet, category, style);
+            }
         }
         putc('\n', out);
     }
-    fprintf(out, "Medium time: units of 32 microseconds per second, %d being the whole medium.\n",
-            TSPEC_MEDIUM_TIME_PER_SECOND);
+    if (style->units) {
+        fprintf(out,
+                "Medium time: units of 32 microseconds per second, %d being the whole medium.\n",
+                TSPEC_MEDIUM_TIME_PER_SECOND);
+    } else {
+        fputs(
+            "air: of all airtime. limit: ~ rounded from what is left of it. used: of the limit.\n",
+            out);
+    }
 }
 
-static void print_stream(FILE *out, const tspec_tool_stream_t *stream)
+static void print_change(FILE *out, const tspec_tool_sheet_t *sheet, int category, int field,
+                         uint32_t before)
+{
+    const uint32_t now = sheet->figures.values[category][field];
+    const long long change = static_cast<long long>(now) - before;
+    if (change != 0) {
+        fprintf(out, "%s %s %s %+lld\n", sheet->name, tspec_tool_categories[category].name,
+                sheet->fields[field].name, change);
+    }
+}
+
+void tspec_tool_print_changes(FILE *out, const tspec_tool_statistics_t *before,
+                              const tspec_tool_statistics_t *now, const tspec_tool_style_t *style)
+{
+    for (size_t i = 0; i < now->count && i < before->count; i++) {
+        for (int category = 0; category < TSPEC_NUM_ACS; category++) {
+            for (int field = 0; field < TSPEC_TOOL_NUM_FIELDS; field++) {
+                if (is_wanted(style, category)) {
+                    print_change(out, &now->sheets[i], category, field,
+                                 before->sheets[i].figures.values[category][field]);
+                }
+            }
+        }
+    }
+}
+
+static void print_stream(FILE *out, const tspec_tool_stream_t *stream,
+                         const tspec_tool_style_t *style)
 {
     for (int i = 0; i < TSPEC_TOOL_NUM_STREAM_FIELDS; i++) {
-        print_cell(out, tspec_tool_stream_fields[i].width, stream->values[i]);
+        const tspec_tool_field_t *const field = &tspec_tool_stream_fields[i];
+        char share[16];
+        const char *value = stream->values[i];
+        if (i == TSPEC_TOOL_STREAM_MEDIUM_TIME && !style->units) {
+            snprintf(share, sizeof(share), "%.2f%%",
+                     static_cast<double>(strtoul(value, nullptr, 10)) / units_per_percent);
+            value = share;
+        }
+        print_cell(out, field->width, value);
     }
     putc('\n', out);
 }
@@ -153,15 +265,18 @@ void tspec_tool_print_streams(FILE *out, const tspec_tool_streams_t *streams,
                               const tspec_tool_style_t *style)
 {
     paint(out, style, bold);
-    for (const tspec_tool_field_t &field : tspec_tool_stream_fields) {
-        print_cell(out, field.width, field.title);
+    for (int i = 0; i < TSPEC_TOOL_NUM_STREAM_FIELDS; i++) {
+        const tspec_tool_field_t *const field = &tspec_tool_stream_fields[i];
+        const bool is_share = i == TSPEC_TOOL_STREAM_MEDIUM_TIME && !style->units;
+        print_cell(out, field->width, is_share ? "air" : field->title);
     }
     paint(out, style, plain);
     putc('\n', out);
     for (size_t i = 0; i < streams->count; i++) {
-        print_stream(out, &streams->streams[i]);
+        print_stream(out, &streams->streams[i], style);
     }
-    fprintf(out,
-            "\n%zu stream%s on TIDs 0 to 7. Medium time: units of 32 microseconds per second.\n",
-            streams->count, streams->count == 1 ? "" : "s");
+    fprintf(out, "\n%zu stream%s on TIDs 0 to 7. %s\n", streams->count,
+            streams->count == 1 ? "" : "s",
+            style->units ? "Medium time: units of 32 microseconds per second."
+                         : "air: of all airtime; a bidirectional stream takes it twice.");
 }

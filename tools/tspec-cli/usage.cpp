@@ -3,15 +3,16 @@
 static const char tool_help[] =
     "Speaks to the tspec-daemon of this access point.\n"
     "\n"
-    "ping, health, stats, streams, metrics and config answer here. The answers to all\n"
-    "other commands appear on the access point's console, /dev/console.\n";
+    "debug, disassociation-mode and show are answered on the access point's console,\n"
+    "/dev/console; root sees the answer here, too, where the kernel turns the console.\n";
 
 static const char tool_notes[] =
     "\n"
-    "tspec-cli COMMAND --help says more of a command.\n"
+    "tspec-cli help COMMAND says more of a command.\n"
     "\n"
     "Exit status: 0 done, 1 no daemon or no answer, 2 wrong usage or configuration,\n"
-    "3 dman has the port that statistics are sent to, 4 sent but not confirmed, 5 a warning.\n";
+    "3 dman has the port that statistics are sent to, 4 sent, not confirmed, 5 a warning,\n"
+    "6 nothing there to remove.\n";
 
 /* A command that is longer than its column has its summary on the next line. */
 static void print_command_line(FILE *out, const tspec_tool_command_t *command)
@@ -31,6 +32,7 @@ static void print_command_list(FILE *out)
     size_t count = 0;
     const tspec_tool_command_t *commands = tspec_tool_commands(&count);
     fputs("Usage: tspec-cli COMMAND [ARGUMENT...]\n"
+          "       tspec-cli help [COMMAND]\n"
           "       tspec-cli --help | --version\n"
           "\n"
           "Commands:\n",
@@ -63,7 +65,8 @@ void tspec_tool_print_help(FILE *out, const tspec_tool_command_t *command)
                 command->options[0].name);
     }
     if (command->run == nullptr) {
-        fputs("\nThe daemon answers on the access point's console, not here.\n", out);
+        fputs("\nThe daemon answers on the access point's console, which root sees here, too.\n",
+              out);
     }
 }
 

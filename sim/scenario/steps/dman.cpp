@@ -1,6 +1,8 @@
 /*
  * Steps of the device manager: configuration and requests for statistics.
  */
+#include <algorithm>
+
 #include "sim/lib/messages.h"
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
@@ -47,11 +49,23 @@ void configure(Run &run, const Args &args)
     run.ap().dman().send(with_length(config.bytes(), args));
 }
 
+bool exceeds_medium(const AcNumbers &percentages)
+{
+    return std::any_of(percentages.begin(), percentages.end(),
+                       [](const auto &percent) { return percent.value_or(0) > 100; });
+}
+
 std::string check_configuration(const Args &args)
 {
     AcNumbers fast_transition = args.maybe<AcNumbers>("fast_transition").value_or(AcNumbers{});
-    bool other = fast_transition[TSPEC_AC_BE] || fast_transition[TSPEC_AC_BK];
-    return other ? "only voice and video have a fast-transition share" : "";
+    if (fast_transition[TSPEC_AC_BE] || fast_transition[TSPEC_AC_BK]) {
+        return "only voice and video have a fast-transition share";
+    }
+    bool exceeds = exceeds_medium(args.maybe<AcNumbers>("limit").value_or(AcNumbers{})) ||
+                   exceeds_medium(fast_transition) || args.number("roam_reserve") > 100;
+    return exceeds && !args.flag("unchecked")
+               ? "a share is above 100 %; with \"unchecked: true\" it is sent all the same"
+               : "";
 }
 
 std::string request_text(const std::string &of)
@@ -104,6 +118,7 @@ const StepGroup &dman_steps()
                   with_default("uplink_inactivity", types::whole_seconds, "0s",
                                "time-out of idle uplink streams"),
                   with_default("radio_param", types::u32, "0", "stored, without effect"),
+                  with_default("unchecked", types::flag, "false", "shares above 100 % are meant"),
                   length_key()},
          .run = configure,
          .changes_load = true,

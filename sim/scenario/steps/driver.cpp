@@ -27,7 +27,7 @@ void answer(Run &run, const Args &args, const StationAnswer &station_answer,
 
 std::string words_of_flags(std::int64_t flags)
 {
-    std::string text;
+    std::string text = (flags & TSPEC_CLIENT_ASSOCIATED) != 0 ? "" : "not associated";
     for (const Name &flag : status_flag_names()) {
         if ((flags & flag.value) != 0) {
             text += (text.empty() ? "" : ", ") + std::string(flag.word);
@@ -37,7 +37,7 @@ std::string words_of_flags(std::int64_t flags)
     if (flags != 0) {
         text += fmt::format("{}0x{:x}", text.empty() ? "" : ", ", flags);
     }
-    return text.empty() ? "not associated" : text;
+    return text;
 }
 
 void set_station(Run &run, const Args &args)

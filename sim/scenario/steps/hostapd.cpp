@@ -18,7 +18,8 @@ std::vector<Key> station_keys()
     return {required("sta", types::mac, "the station"),
             with_default("radio", types::radio, "wlan0", "the radio"),
             with_default("vap", types::u8, "0", "number of the VAP on the radio"),
-            with_default("bssid", types::mac, "02:aa:00:00:00:02", "address of the VAP"),
+            optional("bssid", types::mac,
+                     "address of the VAP; one of its own for each radio and VAP when left out"),
             with_default("peer_addr1", types::mac, "02:aa:00:00:00:01",
                          "another address, stored and echoed"),
             with_default("ssid", types::text, "tspec-sim", "name of the network"),
@@ -28,6 +29,15 @@ std::vector<Key> station_keys()
             with_default("aux_flag", types::u8, "0", "a byte stored with the TSPEC")};
 }
 
+/* 02:aa:00:00:00:02 for wlan0, and others for the rest. */
+Mac bssid_of(const Args &args)
+{
+    Mac address = Mac::parse("02:aa:00:00:00:02");
+    address.octets[4] = static_cast<std::uint8_t>(args.number("radio") - 1);
+    address.octets[5] = static_cast<std::uint8_t>(2 + args.number("vap"));
+    return args.maybe<Mac>("bssid").value_or(address);
+}
+
 HostapdMessage message_of(const Args &args, std::uint8_t cmd, const TrafficSpec &traffic)
 {
     HostapdMessage message;
@@ -35,7 +45,7 @@ HostapdMessage message_of(const Args &args, std::uint8_t cmd, const TrafficSpec 
     message.sta = args.mac("sta");
     message.radio_unit = args.narrow<std::uint8_t>("radio");
     message.vap = args.narrow<std::uint8_t>("vap");
-    message.peer_addr2 = args.mac("bssid");
+    message.peer_addr2 = bssid_of(args);
     message.peer_addr1 = args.mac("peer_addr1");
     message.ssid = args.text("ssid");
     message.aux_byte = args.narrow<std::uint8_t>("aux_byte");

@@ -191,7 +191,10 @@ TEST(ToolCollect, TakesNoOtherAnswerForAStream)
 TEST(ToolCollect, AsksForOneVap)
 {
     in_private_network([] {
-        const tspec_tool_view_t view = {TSPEC_TOOL_ONE_VAP, 1, 15, false, false, 0};
+        tspec_tool_view_t view{};
+        view.scope = TSPEC_TOOL_ONE_VAP;
+        view.radio = 1;
+        view.vap = 15;
         tspec_tool_statistics_t statistics{};
         with_answers({"tspec-vap-wlan1vap15"}, {radio_report(7)}, [&] {
             EXPECT_EQ(tspec_tool_collect_statistics(&view, &statistics), TSPEC_TOOL_DELIVERED);
@@ -216,7 +219,8 @@ TEST(ToolCollect, StopsAtAWrongAnswer)
 TEST(ToolCollect, TakesAnswersFromTheDaemonsPortAlone)
 {
     in_private_network([] {
-        const tspec_tool_view_t view = {TSPEC_TOOL_ONE_RADIO, 0, 0, false, false, 0};
+        tspec_tool_view_t view{};
+        view.scope = TSPEC_TOOL_ONE_RADIO;
         tspec_tool_statistics_t statistics{};
         const int stranger = bound_udp(55999);
         const int udp = bound_udp(55263);

@@ -41,8 +41,9 @@ TEST(ToolCompletion, BeginsWithCommands)
 
 TEST(ToolCompletion, KnowsTheOptionsOfACommand)
 {
-    EXPECT_THAT(offered({"stats", ""}),
-                UnorderedElementsAre("--help", "--json", "--watch", "--radio", "--vap"));
+    EXPECT_THAT(
+        offered({"stats", ""}),
+        UnorderedElementsAre("--help", "--json", "--watch", "--radio", "--ac", "--units", "--vap"));
     EXPECT_THAT(offered({"stats", "--json", "--w"}), ElementsAre("--watch"));
     EXPECT_THAT(offered({"show", ""}), UnorderedElementsAre("--help", "--all"));
     EXPECT_THAT(offered({"nonsense", ""}), IsEmpty());

@@ -213,6 +213,8 @@ const Mistake mistakes[] = {
     {"section_open", "[wlan0\n", "1: a section is written"},
     {"section_of_a_long_name", "[" + std::string(60, 'w') + "]\n", "1: a section is written"},
     {"key_behind_section", "[wlan0] enabled = yes\n", "1: \"enabled = yes\" after [wlan0]"},
+    {"misspelt_key", in_wlan0("voice_limt = 3"),
+     "2: there is no key \"voice_limt\" in [wlan0]; did you mean \"voice_limit\"?"},
     {"unknown_key", in_wlan0("limit = 3"), "2: there is no key \"limit\" in [wlan0]"},
     {"key_of_another_section", in_wlan0("violation_interval = 3"),
      "2: there is no key \"violation_interval\" in [wlan0]"},
@@ -309,6 +311,22 @@ TEST(ToolConfigFile, ManyMistakesAreCountedAndEscapesAreNotRepeated)
     EXPECT_THAT(complaints, HasSubstr("21:"));
     EXPECT_EQ(complaints.find("22:"), std::string::npos);
     EXPECT_THAT(complaints, ::testing::EndsWith("5 further mistakes\n"));
+}
+
+TEST(ToolConfigFile, WarnsOfACategoryThatRefusesEverything)
+{
+    const Reading reading = read_text("[wlan0]\nenabled = yes\nvoice_mandatory = yes\n"
+                                      "video_mandatory = yes\nvideo_limit = 5\n");
+    EXPECT_TRUE(reading.right);
+    EXPECT_EQ(reading.complaints, "3: warning: voice_mandatory with a voice_limit of 0: every "
+                                  "call is refused\n");
+    EXPECT_EQ(read_text("[wlan0]\nenabled = no\nvoice_mandatory = yes\n").complaints, "");
+}
+
+TEST(ToolConfigFile, TakesLinesThatBeginWithAHashForComments)
+{
+    EXPECT_TRUE(read_text("# a\n[wlan0]\n  # b = c\n").right);
+    EXPECT_FALSE(read_text("[wlan0]\nvoice_limit = 3 # c\n").right);
 }
 
 } // namespace

@@ -27,11 +27,12 @@ std::string down(const std::string &category)
 TEST(ToolJson, OfARadioIsOneLine)
 {
     const tspec_tool_statistics_t statistics = one_sheet(radio_sheet("wlan0", 625, 312));
-    EXPECT_EQ(printed([&](FILE *out) { tspec_tool_print_statistics_json(out, &statistics); }),
-              R"({"wlan0":{"voice":{"oper_status":"up","num_active":2,"num_clients":1,)"
-              R"("num_roam_clients":0,"med_time_admitted":625,"med_time_unalloc":312,)"
-              R"("med_time_roam_unalloc":313},)" +
-                  down("video") + "," + down("best_effort") + "," + down("background") + "}}\n");
+    EXPECT_EQ(
+        printed([&](FILE *out) { tspec_tool_print_statistics_json(out, &statistics, nullptr); }),
+        R"({"wlan0":{"voice":{"oper_status":"up","num_active":2,"num_clients":1,)"
+        R"("num_roam_clients":0,"med_time_admitted":625,"med_time_unalloc":312,)"
+        R"("med_time_roam_unalloc":313},)" +
+            down("video") + "," + down("best_effort") + "," + down("background") + "}}\n");
 }
 
 TEST(ToolJson, OfTheAccessPointHasItsNameAndTheRadiosBeside)
@@ -39,7 +40,7 @@ TEST(ToolJson, OfTheAccessPointHasItsNameAndTheRadiosBeside)
     tspec_tool_statistics_t statistics = one_sheet(ap_sheet());
     statistics.sheets[statistics.count++] = radio_sheet("wlan1", 0, 0);
     const std::string json =
-        printed([&](FILE *out) { tspec_tool_print_statistics_json(out, &statistics); });
+        printed([&](FILE *out) { tspec_tool_print_statistics_json(out, &statistics, nullptr); });
     EXPECT_EQ(json.find(R"({"access_point":{"voice":{"num_active":0,"num_clients":1,)"
                         R"("num_roam_clients":2,"tot_accepted":4294967295,"tot_rejected":4,)"
                         R"("tot_roam_accepted":5,"tot_roam_rejected":6},"video":)"),

@@ -249,4 +249,22 @@ TEST(ToolCommandLine, VersionIsAsked)
     EXPECT_EQ(parse({"-V"}).outcome, TSPEC_TOOL_VERSION);
 }
 
+TEST(ToolCommandLine, SuggestsWhatWasMeant)
+{
+    expect_rejected({"stast"}, "there is no command \"stast\"; did you mean \"stats\"?");
+    expect_rejected({"disassoc"}, "did you mean \"disassociation-mode\"?");
+    expect_rejected({"stats", "--jsn"}, "has no option \"--jsn\"; did you mean \"--json\"?");
+    EXPECT_EQ(std::string(parse({"zebra"}).error.text), "there is no command \"zebra\"");
+}
+
+TEST(ToolCommandLine, HelpsWithACommand)
+{
+    EXPECT_EQ(parse({"help"}).outcome, TSPEC_TOOL_HELP);
+    EXPECT_EQ(parse({"help"}).command, nullptr);
+    EXPECT_EQ(parse({"help", "stats"}).outcome, TSPEC_TOOL_HELP);
+    EXPECT_STREQ(parse({"help", "stats"}).command->name, "stats");
+    expect_rejected({"help", "stat"}, "did you mean \"stats\"?");
+    expect_rejected({"help", "stats", "x"}, "\"x\" is one argument too many for help");
+}
+
 } // namespace

@@ -15,8 +15,8 @@ using namespace tspec::test;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-const tspec_tool_style_t without_terminal = {false, 0};
-const tspec_tool_style_t with_colour = {true, 80};
+const tspec_tool_style_t without_terminal = {false, 0, true, nullptr};
+const tspec_tool_style_t with_colour = {true, 80, true, nullptr};
 
 std::string shown(const tspec_tool_sheet_t &sheet,
                   const tspec_tool_style_t &style = without_terminal)
@@ -74,14 +74,20 @@ TEST(ToolText, ABarShowsThatThereIsALittle)
 
 TEST(ToolText, ABarTakesTheRoomThatTheTerminalHas)
 {
-    EXPECT_EQ(bar_of(1, 1, {false, 80}).size(), 11U);
-    EXPECT_EQ(bar_of(1, 1, {false, 40}).size(), 10U);
-    EXPECT_EQ(bar_of(1, 1, {false, 100}).size(), 31U);
-    EXPECT_EQ(bar_of(1, 1, {false, 500}).size(), 42U);
-    const std::string text = shown(radio_sheet("wlan0vap15", 1, 1), {false, 80});
+    EXPECT_EQ(bar_of(1, 1, {false, 80, true, nullptr}).size(), 11U);
+    EXPECT_EQ(bar_of(1, 1, {false, 40, true, nullptr}).size(), 10U);
+    EXPECT_EQ(bar_of(1, 1, {false, 100, true, nullptr}).size(), 31U);
+    EXPECT_EQ(bar_of(1, 1, {false, 500, true, nullptr}).size(), 42U);
+    const std::string text = shown(radio_sheet("wlan0vap15", 1, 1), {false, 80, true, nullptr});
     for (size_t begin = 0; begin < text.size(); begin = text.find('\n', begin) + 1) {
         EXPECT_LE(text.find('\n', begin) - begin, 80U) << text;
     }
+}
+
+TEST(ToolText, SharesFillATerminalAndNoMore)
+{
+    const std::string text = shown(radio_sheet("wlan0vap15", 1, 1), {false, 80, false, nullptr});
+    EXPECT_EQ(text.find('\n', text.find("video")) - text.find("video"), 80U) << text;
 }
 
 TEST(ToolText, ColoursTellHowFullACategoryIs)
@@ -118,6 +124,48 @@ TEST(ToolText, ListsOneStreamAndNone)
     EXPECT_THAT(listed(*streams), HasSubstr("\n0 streams on"));
     add_stream(*streams, {"02:00:00:00:00:01", "wlan0", "6", "voice", "uplink", "6", "1", "0"});
     EXPECT_THAT(listed(*streams), HasSubstr("\n1 stream on"));
+}
+
+// 937 units are 3 per cent of 31250, 625 are 2.
+TEST(ToolText, ShowsSharesOfTheAirAndOfTheLimit)
+{
+    EXPECT_EQ(
+        shown(radio_sheet("wlan0", 625, 312), {false, 0, false, "voice"}),
+        "wlan0        state streams clients roaming      air   limit  used airtime\n"
+        "voice           up       2       1       0    2.00%     ~3%   67% "
+        "[#############.......]\n"
+        "\n"
+        "air: of all airtime. limit: ~ rounded from what is left of it. used: of the limit.\n");
+}
+
+// What is left ends at 0, so the limit may be below what is admitted.
+TEST(ToolText, ClaimsNoLimitWhereNothingIsLeft)
+{
+    tspec_tool_sheet_t sheet = radio_sheet("wlan0", 3125, 0);
+    sheet.figures.values[0][6] = 0;
+    EXPECT_THAT(shown(sheet, {false, 0, false, "voice"}), HasSubstr("10.00%   <=10%  100% ["));
+}
+
+TEST(ToolText, TellsWhatHasChanged)
+{
+    const tspec_tool_statistics_t before = one_sheet(radio_sheet("wlan0", 625, 312));
+    const tspec_tool_statistics_t now = one_sheet(radio_sheet("wlan0", 0, 937));
+    EXPECT_EQ(printed([&](FILE *out) {
+                  tspec_tool_print_changes(out, &before, &now, &without_terminal);
+              }),
+              "wlan0 voice med-time-admitted -625\nwlan0 voice med-time-unalloc +625\n"
+              "wlan0 voice med-time-roam-unalloc +625\n");
+}
+
+TEST(ToolText, ListsStreamsWithTheirShareOfTheAir)
+{
+    const auto streams = std::make_unique<tspec_tool_streams_t>();
+    add_stream(*streams, {"02:00:00:00:00:01", "wlan0", "6", "voice", "uplink", "6", "625", "0"});
+    const tspec_tool_style_t people = {false, 0, false, nullptr};
+    EXPECT_THAT(
+        printed([&](FILE *out) { tspec_tool_print_streams(out, streams.get(), &people); }),
+        HasSubstr("prio    air excess\n02:00:00:00:00:01 wlan0       6   voice       uplink        "
+                  "    6  2.00%      0\n"));
 }
 
 } // namespace

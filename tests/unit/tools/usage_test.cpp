@@ -35,8 +35,12 @@ TEST(ToolUsage, HasALineForEachCommand)
     EXPECT_EQ(usage_of("disassociation-mode"), "Usage: tspec-cli disassociation-mode [0|1]\n");
     EXPECT_EQ(usage_of("show"), "Usage: tspec-cli show [--all]\n");
     EXPECT_EQ(usage_of("stats"),
-              "Usage: tspec-cli stats [--radio R | --vap R.V] [--json] [--watch [SECONDS]]\n");
-    EXPECT_EQ(usage_of("streams"), "Usage: tspec-cli streams [--json] [--watch [SECONDS]]\n");
+              "Usage: tspec-cli stats [--radio R | --vap R.V] [--ac AC] [--units] [--json] "
+              "[--watch [SECONDS]]\n");
+    EXPECT_EQ(
+        usage_of("streams"),
+        "Usage: tspec-cli streams [--sta MAC] [--radio R] [--ac AC] [--units] [--json] [--watch "
+        "[SECONDS]]\n");
     EXPECT_EQ(usage_of("metrics"), "Usage: tspec-cli metrics [--streams]\n");
     EXPECT_EQ(usage_of("config"), "Usage: tspec-cli config apply|check FILE\n");
     EXPECT_EQ(usage_of("remove-stale"), "Usage: tspec-cli remove-stale\n");
@@ -60,7 +64,8 @@ TEST(ToolUsage, HelpOfTheToolListsEveryCommand)
 TEST(ToolUsage, HelpOfACommandBeginsWithItsUsageAndSaysWhereTheAnswerIs)
 {
     EXPECT_THAT(help_of("show"), StartsWith("Usage: tspec-cli show [--all]\n\n"));
-    EXPECT_THAT(help_of("show"), EndsWith("on the access point's console, not here.\n"));
+    EXPECT_THAT(help_of("show"),
+                EndsWith("on the access point's console, which root sees here, too.\n"));
     for (const char *name : {"ping", "stats", "metrics", "config", "completion"}) {
         EXPECT_THAT(help_of(name), Not(HasSubstr("console"))) << name;
     }

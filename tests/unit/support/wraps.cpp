@@ -272,7 +272,7 @@ __attribute__((format(printf, 2, 3))) void __wrap_syslog(int priority, const cha
     va_end(arguments);
 }
 
-__attribute__((format(printf, 3, 4))) void __wrap___syslog_chk(int priority, int /*flag*/,
+__attribute__((format(printf, 3, 4))) void __wrap___syslog_chk(int priority, int,
                                                                const char *format, ...)
 {
     va_list arguments;

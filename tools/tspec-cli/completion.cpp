@@ -1,10 +1,12 @@
 #include "tspec-cli/completion.h"
 
+#include <assert.h>
+
 #include "completion/bash.h"
 #include "tspec-cli/commands.h"
 #include "tspec-cli/run.h"
 
-static const size_t max_commands = 16;
+static const size_t max_commands = 32;
 
 static size_t describe_options(const tspec_tool_option_t *options,
                                tspec_completion_option_t *described)
@@ -34,6 +36,7 @@ void tspec_tool_print_completion(FILE *out)
     tspec_completion_command_t described[max_commands];
     size_t count = 0;
     const tspec_tool_command_t *const commands = tspec_tool_commands(&count);
+    assert(count <= max_commands);
     for (size_t i = 0; i < count; i++) {
         described[i].name = commands[i].name;
         described[i].options = options[i];

@@ -1,12 +1,10 @@
-/*
- * The wireless driver for measurements, preloaded into the daemon and into the
- * floor alike: every client is associated, and the proc file of every radio is
- * the one named in TSPEC_BENCH_PROC_FILE. As little work as an answer takes, so
- * that what is measured is the daemon.
- *
- * Under callgrind every operator's command ends a section of the counts. It
- * needs no symbols of the daemon for that.
- */
+// The wireless driver for measurements, preloaded into the daemon and into the
+// floor alike: every client is associated, and the proc file of every radio is
+// the one named in TSPEC_BENCH_PROC_FILE. As little work as an answer takes, so
+// that what is measured is the daemon.
+//
+// Under callgrind every operator's command ends a section of the counts. It
+// needs no symbols of the daemon for that.
 #define _GNU_SOURCE
 #include "tspec/message.h"
 
@@ -42,7 +40,7 @@ static void *next_argument(va_list arguments)
     return va_arg(arguments, void *);
 }
 
-/* By hand: a call into the C library would count as the daemon's. */
+// By hand: a call into the C library would count as the daemon's.
 static int is_proc_file(const char *path)
 {
     for (size_t i = 0; i < sizeof proc_prefix - 1; i++) {
@@ -82,7 +80,7 @@ int open(const char *path, int flags, ...)
 
 int open64(const char *path, int flags, ...) __attribute__((alias("open")));
 
-/* Only the operator's socket is read with recv. */
+// Only the operator's socket is read with recv.
 ssize_t recv(int fd, void *buffer, size_t size, int flags)
 {
     ssize_t got = syscall(SYS_recvfrom, fd, buffer, size, flags, NULL, NULL);

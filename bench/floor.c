@@ -1,15 +1,13 @@
-/*
- * The floor: the daemon's main loop with nothing between its system calls. For
- * each request it makes the calls that the daemon makes for it, in the daemon's
- * order, and sends datagrams of the daemon's sizes. What a request costs above
- * this is the daemon's own work; what it costs here, no daemon can save.
- *
- *   tspec-floor KIND [--records N --record-size BYTES] [--reply-length BYTES]
- *
- * With --records it also walks a list of that many records as often as the
- * daemon walks its clients for the request: "floor plus the bare walks".
- * tspec-bench --verify compares its calls with the daemon's.
- */
+// The floor: the daemon's main loop with nothing between its system calls. For
+// each request it makes the calls that the daemon makes for it, in the daemon's
+// order, and sends datagrams of the daemon's sizes. What a request costs above
+// this is the daemon's own work; what it costs here, no daemon can save.
+//
+//   tspec-floor KIND [--records N --record-size BYTES] [--reply-length BYTES]
+//
+// With --records it also walks a list of that many records as often as the
+// daemon walks its clients for the request: "floor plus the bare walks".
+// tspec-bench --verify compares its calls with the daemon's.
 #define _GNU_SOURCE
 #include "tspec/message.h"
 
@@ -31,11 +29,11 @@
 struct kind {
     const char *name;
     int managed;
-    int exchange;  /* the frame duration is asked for */
-    int roam_flag; /* a second query of the driver, by the managed access point for a new stream */
-    /* How often the clients are walked for each message, up to the one that it is about. */
+    int exchange;  // the frame duration is asked for
+    int roam_flag; // a second query of the driver, by the managed access point for a new stream
+    // How often the clients are walked for each message, up to the one that it is about.
     int addts;
-    int answer; /* of mapd; part of addts where there is none */
+    int answer; // of mapd; part of addts where there is none
     int delts;
     int exceed_time;
 };
@@ -66,7 +64,7 @@ static int dman_sock;
 static int cli_sock;
 static uint8_t request[TSPEC_RECV_BUF_SIZE];
 static uint8_t reply[TSPEC_RECV_BUF_SIZE];
-static volatile uintptr_t sink; /* keeps the walks from being optimised away */
+static volatile uintptr_t sink; // keeps the walks from being optimised away
 
 static void walk_addresses(void)
 {
@@ -287,7 +285,7 @@ static void open_sockets(void)
     cli_sock = bound_socket(AF_UNIX, &cli, sizeof cli);
 }
 
-/* Records one after another as the allocator gives them, like the daemon's. */
+// Records one after another as the allocator gives them, like the daemon's.
 static void make_records(size_t count, size_t size)
 {
     struct record **place = &records;

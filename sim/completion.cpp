@@ -1,26 +1,25 @@
 #include "sim/completion.h"
 
+#include "completion/bash.h"
+
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <deque>
 #include <string>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-
-#include "completion/bash.h"
-
 namespace tspec::sim {
 
 namespace {
 
-/* What completion is told of one subcommand, with the strings that it points to. */
+// What completion is told of one subcommand, with the strings that it points to.
 struct Described {
     std::string name;
     std::deque<std::string> texts;
     std::vector<tspec_completion_option_t> options;
     std::vector<const char *> operands;
-    std::size_t most = 0;
+    size_t most = 0;
 
     const char *keep(std::string text)
     {
@@ -29,11 +28,11 @@ struct Described {
     }
 };
 
-/* "TEXT:{a,b}" is a choice; blanks stand between the words of a completion. */
+// "TEXT:{a,b}" is a choice; blanks stand between the words of a completion.
 std::string choices_of(const std::string &type)
 {
-    std::size_t begin = type.find('{');
-    std::size_t end = type.find('}', begin);
+    size_t begin = type.find('{');
+    size_t end = type.find('}', begin);
     if (begin == std::string::npos || end == std::string::npos) {
         return {};
     }
@@ -58,7 +57,7 @@ std::string words_for(const CLI::Option &option)
     return has_file_name || is_file(type) ? TSPEC_COMPLETION_FILES : "";
 }
 
-/* "-q,--quiet" and the like, name by name. */
+// "-q,--quiet" and the like, name by name.
 std::vector<std::string> names_of(const CLI::Option &option)
 {
     std::vector<std::string> names;
@@ -83,7 +82,7 @@ void describe_option(const CLI::Option &option, Described &command)
 void describe_operand(const CLI::Option &option, Described &command)
 {
     command.operands.push_back(command.keep(words_for(option)));
-    command.most += static_cast<std::size_t>(option.get_items_expected_max());
+    command.most += static_cast<size_t>(option.get_items_expected_max());
 }
 
 void describe(const CLI::App &app, Described &command)

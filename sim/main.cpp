@@ -1,17 +1,8 @@
-/*
- * tspec-sim: the simulated access point from the command line.
- *
- * Exit status of "run" and "apply": 0 when every expectation held, 1 when one did not, 2
- * when a scenario or the command line is wrong, 3 when there is no access point
- * to play on, 4 when a file of --pcap or --html cannot be written.
- */
-#include <exception>
-#include <string>
-#include <vector>
-
-#include <CLI/CLI.hpp>
-#include <fmt/format.h>
-
+// tspec-sim: the simulated access point from the command line.
+//
+// Exit status of "run" and "apply": 0 when every expectation held, 1 when one did not, 2
+// when a scenario or the command line is wrong, 3 when there is no access point
+// to play on, 4 when a file of --pcap or --html cannot be written.
 #include "sim/capacity/command.h"
 #include "sim/completion.h"
 #include "sim/lib/private_world.h"
@@ -22,6 +13,12 @@
 #include "sim/scenario/step_table.h"
 #include "sim/scenario/timeline.h"
 #include "sim/serve/command.h"
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <fmt/format.h>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -46,7 +43,7 @@ struct RunRequest {
     bool list_steps = false;
 };
 
-/* Reads every file, so that all complaints come at once. */
+// Reads every file, so that all complaints come at once.
 bool read_all(const std::vector<std::string> &files, std::vector<Scenario> &scenarios)
 {
     bool good = true;

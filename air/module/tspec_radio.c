@@ -1,17 +1,15 @@
-/*
- * What the simulated radios of Linux lack of an access point's driver:
- *
- *  - the private request by which the daemon asks for the state of a station, on
- *    every interface named wlan<radio> or wlan<radio>vap<n>;
- *  - /proc/net/ieee80211/wlan<radio>/iface/wlan<radio> with the channel's utilisation;
- *  - the feature bit without which clients refuse to ask for uplink streams.
- *
- * It has no look into the stack's own tables, so it is told: lines written to
- * /proc/tspec_radio,
- *
- *     station INTERFACE MAC FLAGS      flags of the answer, in hex; 0 forgets the station
- *     utilisation INTERFACE PERCENT
- */
+// What the simulated radios of Linux lack of an access point's driver:
+//
+//  - the private request by which the daemon asks for the state of a station, on
+//    every interface named wlan<radio> or wlan<radio>vap<n>;
+//  - /proc/net/ieee80211/wlan<radio>/iface/wlan<radio> with the channel's utilisation;
+//  - the feature bit without which clients refuse to ask for uplink streams.
+//
+// It has no look into the stack's own tables, so it is told: lines written to
+// /proc/tspec_radio,
+//
+//     station INTERFACE MAC FLAGS      flags of the answer, in hex; 0 forgets the station
+//     utilisation INTERFACE PERCENT
 #include <linux/ctype.h>
 #include <linux/if_arp.h>
 #include <linux/module.h>
@@ -29,7 +27,7 @@
 #define MAX_INTERFACES 16
 #define RADIOS 2
 
-/* The daemon's request block, as its processor lays it out. */
+// The daemon's request block, as its processor lays it out.
 struct status_request {
     u32 sub_command;
     void __user *buffer;
@@ -40,20 +38,20 @@ struct status_request {
 struct station {
     char interface[IFNAMSIZ];
     u8 mac[ETH_ALEN];
-    u32 flags; /* 0: the place is free */
+    u32 flags; // 0: the place is free
 };
 
-/* A device whose operations are ours, and what they were. */
+// A device whose operations are ours, and what they were.
 struct interface {
     struct net_device *dev;
     const struct net_device_ops *original;
     struct net_device_ops ops;
 };
 
-static DEFINE_SPINLOCK(table_lock); /* stations and utilisation */
+static DEFINE_SPINLOCK(table_lock); // stations and utilisation
 static struct station stations[MAX_STATIONS];
 static int utilisation[RADIOS];
-static struct interface interfaces[MAX_INTERFACES]; /* under the RTNL */
+static struct interface interfaces[MAX_INTERFACES]; // under the RTNL
 
 static struct station *find_station(const char *interface, const u8 *mac)
 {
@@ -99,7 +97,7 @@ static u32 flags_of(const char *interface, const u8 *mac)
     return flags;
 }
 
-/* ---- the private request ------------------------------------------------- */
+// ---- the private request -------------------------------------------------
 
 static int answer_request(struct net_device *dev, struct ifreq *ifr, void __user *data, int cmd)
 {
@@ -139,7 +137,7 @@ static struct interface *interface_of(const struct net_device *dev)
     return NULL;
 }
 
-/* The stack puts its own operations back when an interface changes its type. */
+// The stack puts its own operations back when an interface changes its type.
 static void take_over(struct net_device *dev)
 {
     struct interface *interface = interface_of(dev);
@@ -189,7 +187,7 @@ static int device_event(struct notifier_block *block, unsigned long event, void 
 
 static struct notifier_block device_events = {.notifier_call = device_event};
 
-/* ---- files --------------------------------------------------------------- */
+// ---- files ---------------------------------------------------------------
 
 static int show_utilisation(struct seq_file *file, void *unused)
 {
@@ -199,7 +197,7 @@ static int show_utilisation(struct seq_file *file, void *unused)
     return 0;
 }
 
-/* The interface "wlan<radio>" of a line. */
+// The interface "wlan<radio>" of a line.
 static int radio_of(const char *interface)
 {
     unsigned int radio;
@@ -230,7 +228,7 @@ static int obey(const char *line)
     return -EINVAL;
 }
 
-/* One line for each write. */
+// One line for each write.
 static ssize_t write_control(struct file *file, const char __user *text, size_t size, loff_t *at)
 {
     char line[80];
@@ -282,7 +280,7 @@ static int __init start(void)
 {
     int status = make_files();
 
-    if (status == 0) /* also told of the devices that are there */
+    if (status == 0) // also told of the devices that are there
         status = register_netdevice_notifier(&device_events);
     if (status != 0)
         remove_files();
@@ -305,4 +303,4 @@ static void __exit stop(void)
 module_init(start);
 module_exit(stop);
 MODULE_DESCRIPTION("Driver interface of the TSPEC daemon on simulated radios");
-MODULE_LICENSE("Proprietary"); /* none has been chosen: no symbols kept for GPL modules */
+MODULE_LICENSE("Proprietary"); // none has been chosen: no symbols kept for GPL modules

@@ -5,14 +5,13 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <poll.h>
 #include <regex>
 #include <stdexcept>
-#include <vector>
-
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <vector>
 
 namespace tspec::air {
 

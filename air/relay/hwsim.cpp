@@ -1,10 +1,9 @@
 #include "hwsim.h"
 
+#include <algorithm>
 #include <netlink/genl/ctrl.h>
 #include <netlink/genl/genl.h>
 #include <netlink/netlink.h>
-
-#include <algorithm>
 #include <stdexcept>
 
 namespace tspec::air {

@@ -1,9 +1,9 @@
 #include "medium.h"
 
+#include "airtime.h"
+
 #include <algorithm>
 #include <iterator>
-
-#include "airtime.h"
 
 namespace tspec::air {
 

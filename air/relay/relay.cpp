@@ -5,21 +5,20 @@
 #include "sim/capture/pcapng.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
+#include <linux/if_ether.h>
+#include <linux/if_packet.h>
 #include <memory>
+#include <net/if.h>
+#include <poll.h>
 #include <set>
 #include <sstream>
 #include <stdexcept>
-
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <linux/if_ether.h>
-#include <linux/if_packet.h>
-#include <net/if.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>

@@ -1,10 +1,10 @@
 #include "side.h"
 
+#include "airtime.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-
-#include "airtime.h"
 
 namespace tspec::air {
 

@@ -5,7 +5,6 @@
 
 #include "frame.h"
 #include "story.h"
-
 #include "tspec/wmm.h"
 
 #include <chrono>

@@ -1,10 +1,9 @@
 #include "bench/load/callgrind.h"
 
 #include <cstdlib>
+#include <fmt/format.h>
 #include <fstream>
 #include <stdexcept>
-
-#include <fmt/format.h>
 
 namespace tspec::bench {
 
@@ -63,9 +62,9 @@ Profile difference(const Profile &of, const Profile &less)
     return result;
 }
 
-std::int64_t total(const Profile &profile)
+int64_t total(const Profile &profile)
 {
-    std::int64_t sum = 0;
+    int64_t sum = 0;
     for (const auto &[function, instructions] : profile) {
         sum += instructions.count;
     }
@@ -98,7 +97,7 @@ Count count(const Programs &programs, Peers &peers, Kind kind, int others)
 {
     const DumpFiles files;
     Run run(programs, peers, Subject::daemon, {kind, Style::one, others}, files.wrapper());
-    for (int i = 0; i < warm_up; ++i) {
+    for (int i = 0; i < warm_up; i++) {
         run.requests().prepare();
         run.requests().perform();
         run.requests().tidy();
@@ -106,8 +105,8 @@ Count count(const Programs &programs, Peers &peers, Kind kind, int others)
     }
     Profile profile = one_request(programs, peers, files, run);
     Count result{kind, others, total(profile), true, {}};
-    for (int i = 1; i < repetitions; ++i) {
-        const std::int64_t again = total(one_request(programs, peers, files, run));
+    for (int i = 1; i < repetitions; i++) {
+        const int64_t again = total(one_request(programs, peers, files, run));
         result.repeated = result.repeated && again == result.instructions;
     }
     result.profile = std::move(profile);
@@ -116,9 +115,9 @@ Count count(const Programs &programs, Peers &peers, Kind kind, int others)
 
 } // namespace
 
-std::int64_t Count::of_library() const
+int64_t Count::of_library() const
 {
-    std::int64_t sum = 0;
+    int64_t sum = 0;
     for (const auto &[function, of_function] : profile) {
         sum += of_function.of_library ? of_function.count : 0;
     }

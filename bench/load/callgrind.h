@@ -3,19 +3,19 @@
 // is the same every time.
 #pragma once
 
+#include "bench/load/rounds.h"
+#include "bench/load/subject.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "bench/load/rounds.h"
-#include "bench/load/subject.h"
-
 namespace tspec::bench {
 
 struct Instructions {
-    std::int64_t count = 0;
+    int64_t count = 0;
     bool of_library = false; // the C library's, not the executable's
 
     bool operator==(const Instructions &) const = default;
@@ -26,11 +26,11 @@ using Profile = std::map<std::string, Instructions>; // by function
 struct Count {
     Kind kind;
     int others;
-    std::int64_t instructions;
+    int64_t instructions;
     bool repeated; // the repetitions agreed
     Profile profile;
 
-    std::int64_t of_library() const; // the C library's share
+    int64_t of_library() const; // the C library's share
 };
 
 bool has_valgrind();

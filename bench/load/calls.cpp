@@ -2,13 +2,12 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <fstream>
 #include <regex>
 #include <stdexcept>
 #include <thread>
-
-#include <fmt/format.h>
-#include <fmt/ranges.h>
 
 namespace tspec::bench {
 
@@ -20,7 +19,7 @@ using namespace std::chrono_literals;
 using Calls = std::vector<std::string>;
 
 // Pings of this length stand before and behind the request in the trace.
-constexpr std::size_t marker_length = 7;
+constexpr size_t marker_length = 7;
 constexpr std::string_view marker = "recvfrom 7";
 
 // "sendto 57773 148" of a line that strace wrote; empty for one without a call.
@@ -87,7 +86,7 @@ Calls trace(const Programs &programs, Peers &peers, Subject subject, const Setti
     // -D: the program stays our own child.
     Run run(programs, peers, subject, setting, {"strace", "-D", "-qqq", "-o", file.string()});
     make_marked_request(run, peers);
-    for (int i = 0; i < 500 && !tracer_is_done(file); ++i) {
+    for (int i = 0; i < 500 && !tracer_is_done(file); i++) {
         std::this_thread::sleep_for(10ms);
     }
     return calls_between_markers(file);

@@ -1,9 +1,9 @@
 // Whether the floor is the floor: its system calls compared with the daemon's.
 #pragma once
 
-#include <string>
-
 #include "bench/load/subject.h"
+
+#include <string>
 
 namespace tspec::bench {
 

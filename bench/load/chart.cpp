@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-
 #include <fmt/format.h>
 
 namespace tspec::bench {
@@ -67,7 +66,7 @@ std::string text_at(double x, double y, const std::string &anchor, const std::st
 std::string axes(const Frame &frame, const std::string &title)
 {
     std::string svg = text_at(frame.left, frame.top - 14, "start", title, " font-weight=\"bold\"");
-    for (int tick = 0; tick <= ticks; ++tick) {
+    for (int tick = 0; tick <= ticks; tick++) {
         const double y_value = frame.y_end * tick / ticks;
         const double y = y_of(frame, y_value);
         svg += fmt::format(
@@ -83,7 +82,7 @@ std::string axes(const Frame &frame, const std::string &title)
                          "other streams in the store");
 }
 
-std::string drawn(const Frame &frame, const Curve &curve, std::size_t number)
+std::string drawn(const Frame &frame, const Curve &curve, size_t number)
 {
     std::string points;
     std::string dots;
@@ -116,7 +115,7 @@ std::string diagram(double left, const std::string &title, const std::vector<Cur
     }
     frame.y_end = round_up(frame.y_end);
     std::string svg = axes(frame, title);
-    for (std::size_t i = 0; i < curves.size(); ++i) {
+    for (size_t i = 0; i < curves.size(); i++) {
         svg += drawn(frame, curves[i], i);
     }
     return svg;

@@ -1,11 +1,11 @@
 // Cost of one request against the number of streams in the store, as SVG.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "bench/load/callgrind.h"
 #include "bench/load/rounds.h"
+
+#include <string>
+#include <vector>
 
 namespace tspec::bench {
 

@@ -27,7 +27,7 @@ Plan bare_plan(const Programs &programs)
 double start_time(const Programs &programs, Peers &peers)
 {
     std::vector<double> times;
-    for (int i = 0; i < starts; ++i) {
+    for (int i = 0; i < starts; i++) {
         const auto begin = Clock::now();
         const auto process = start(bare_plan(programs), peers);
         times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - begin).count());

@@ -2,14 +2,14 @@
 // long it is until it answers.
 #pragma once
 
-#include <cstdint>
-
 #include "bench/load/subject.h"
+
+#include <cstdint>
 
 namespace tspec::bench {
 
 struct Footprint {
-    std::uintmax_t executable = 0; // bytes of the stripped file
+    uintmax_t executable = 0;      // bytes of the stripped file
     double idle_kb = 0;            // private memory, no streams
     double client_kb = 0;          // for each client more, up to 512
     double start_milliseconds = 0; // from fork to the first answered ping

@@ -7,7 +7,7 @@
 
 namespace tspec::bench {
 
-enum class Kind : std::uint8_t {
+enum class Kind : uint8_t {
     addts,
     addts_exchange,
     renegotiation,
@@ -42,7 +42,7 @@ inline constexpr std::array<KindInfo, 8> kinds = {{
 
 constexpr const KindInfo &info_of(Kind kind)
 {
-    return kinds[static_cast<std::size_t>(kind)];
+    return kinds[static_cast<size_t>(kind)];
 }
 
 // A DELTS cannot be sent without its stream, so it has no burst of its own.

@@ -1,21 +1,19 @@
 // tspec-bench: what the daemon costs, beside what its system calls alone cost.
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <string>
-
-#include <sys/utsname.h>
-#include <unistd.h>
-
-#include <CLI/CLI.hpp>
-#include <fmt/format.h>
-
 #include "bench/load/calls.h"
 #include "bench/load/chart.h"
 #include "bench/load/report.h"
 #include "sim/lib/messages.h"
 #include "sim/lib/private_world.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <sys/utsname.h>
+#include <unistd.h>
 
 namespace tspec::bench {
 

@@ -1,21 +1,20 @@
 #include "bench/load/peers.h"
 
-#include <cerrno>
-#include <chrono>
-#include <cstring>
-#include <stdexcept>
-#include <string>
-#include <system_error>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-
 #include "bench/load/process.h"
 #include "sim/lib/messages.h"
 #include "tspec/message.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <netinet/in.h>
+#include <poll.h>
+#include <stdexcept>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <system_error>
 
 namespace tspec::bench {
 
@@ -25,9 +24,9 @@ using namespace std::chrono_literals;
 
 constexpr auto looking = 300us; // then the processor is given away between looks
 constexpr auto patience = 10s;
-constexpr std::uint32_t frame_duration = 32; // microseconds: 511 voice streams fit
+constexpr uint32_t frame_duration = 32; // microseconds: 511 voice streams fit
 
-sockaddr_in loopback(std::uint16_t port)
+sockaddr_in loopback(uint16_t port)
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -36,7 +35,7 @@ sockaddr_in loopback(std::uint16_t port)
     return address;
 }
 
-void send_to_port(const sim::Socket &from, std::uint16_t port, ByteView bytes)
+void send_to_port(const sim::Socket &from, uint16_t port, ByteView bytes)
 {
     const sockaddr_in to = loopback(port);
     if (sendto(from.fd(), bytes.data(), bytes.size(), 0, reinterpret_cast<const sockaddr *>(&to),
@@ -46,7 +45,7 @@ void send_to_port(const sim::Socket &from, std::uint16_t port, ByteView bytes)
 }
 
 // Offset 1 is the abstract namespace.
-bool connect_local(const sim::Socket &socket, const std::string &name, std::size_t offset)
+bool connect_local(const sim::Socket &socket, const std::string &name, size_t offset)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -95,14 +94,14 @@ bool Peers::try_ping()
     return true;
 }
 
-void Peers::ping_of_length(std::size_t length)
+void Peers::ping_of_length(size_t length)
 {
-    static constexpr std::uint8_t command[TSPEC_CLI_BUF_SIZE] = {TSPEC_CLI_PING_CMD};
+    static constexpr uint8_t command[TSPEC_CLI_BUF_SIZE] = {TSPEC_CLI_PING_CMD};
     if (::send(operator_.fd(), command, length, 0) < 0) {
         throw std::system_error(errno, std::generic_category(), "send to the operator's socket");
     }
     await("PONG", [this] { return !receive(operator_).empty(); });
-    ++pings_;
+    pings_++;
 }
 
 void Peers::ping()
@@ -113,7 +112,7 @@ void Peers::ping()
 ByteView Peers::receive(const sim::Socket &socket)
 {
     const ssize_t size = recv(socket.fd(), buffer_.data(), buffer_.size(), MSG_DONTWAIT);
-    return ByteView(buffer_).first(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return ByteView(buffer_).first(size > 0 ? static_cast<size_t>(size) : 0);
 }
 
 // Looks until ready() says so.

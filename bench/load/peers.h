@@ -3,13 +3,13 @@
 // come soon: what is measured must not be the waking up of the measuring side.
 #pragma once
 
+#include "sim/lib/bytes.h"
+#include "sim/lib/socket.h"
+
 #include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
-
-#include "sim/lib/bytes.h"
-#include "sim/lib/socket.h"
 
 namespace tspec::bench {
 
@@ -29,7 +29,7 @@ class Peers {
     bool try_ping();
     void ping();
     // The same with a datagram of this length, to be found in a trace of calls.
-    void ping_of_length(std::size_t length);
+    void ping_of_length(size_t length);
     // Answered since the daemon was started.
     int pings() const { return pings_; }
 
@@ -60,7 +60,7 @@ class Peers {
     bool dman_connected_ = false;
     bool operator_connected_ = false;
     int pings_ = 0;
-    std::array<std::uint8_t, 2048> buffer_{};
+    std::array<uint8_t, 2048> buffer_{};
 };
 
 } // namespace tspec::bench

@@ -3,13 +3,12 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <stdexcept>
-#include <system_error>
-
 #include <fcntl.h>
 #include <sched.h>
+#include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace tspec::bench {
@@ -97,8 +96,8 @@ bool Process::sleeps() const
 {
     char text[64];
     const ssize_t size = pread(stat_.fd(), text, sizeof text, 0);
-    const std::string_view line(text, size > 0 ? static_cast<std::size_t>(size) : 0);
-    const std::size_t name_end = line.rfind(')');
+    const std::string_view line(text, size > 0 ? static_cast<size_t>(size) : 0);
+    const size_t name_end = line.rfind(')');
     return name_end + 2 < line.size() && line[name_end + 2] == 'S';
 }
 
@@ -128,7 +127,7 @@ std::vector<int> processors()
     cpu_set_t set;
     CPU_ZERO(&set);
     sched_getaffinity(0, sizeof set, &set);
-    for (int number = 0; number < CPU_SETSIZE; ++number) {
+    for (int number = 0; number < CPU_SETSIZE; number++) {
         if (CPU_ISSET(number, &set)) {
             numbers.push_back(number);
         }

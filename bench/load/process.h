@@ -2,6 +2,8 @@
 // CPU clock, stopped when done.
 #pragma once
 
+#include "sim/lib/socket.h"
+
 #include <chrono>
 #include <cstdint>
 #include <ctime>
@@ -9,8 +11,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "sim/lib/socket.h"
 
 namespace tspec::bench {
 

@@ -1,11 +1,10 @@
 #include "bench/load/report.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-
-#include <fmt/format.h>
 
 namespace tspec::bench {
 
@@ -18,23 +17,23 @@ using Line = std::vector<std::string>;
 
 // A Markdown table with its columns in line; all but the first `text_columns`
 // are numbers.
-std::string table(const std::vector<Line> &lines, std::size_t text_columns)
+std::string table(const std::vector<Line> &lines, size_t text_columns)
 {
-    std::vector<std::size_t> widths(lines.front().size(), 3);
+    std::vector<size_t> widths(lines.front().size(), 3);
     for (const Line &line : lines) {
-        for (std::size_t i = 0; i < line.size(); ++i) {
+        for (size_t i = 0; i < line.size(); i++) {
             widths[i] = std::max(widths[i], line[i].size());
         }
     }
     std::string text;
-    for (std::size_t number = 0; number < lines.size(); ++number) {
-        for (std::size_t i = 0; i < widths.size(); ++i) {
+    for (size_t number = 0; number < lines.size(); number++) {
+        for (size_t i = 0; i < widths.size(); i++) {
             text += i < text_columns ? fmt::format("| {:<{}} ", lines[number][i], widths[i])
                                      : fmt::format("| {:>{}} ", lines[number][i], widths[i]);
         }
         text += "|\n";
         if (number == 0) {
-            for (std::size_t i = 0; i < widths.size(); ++i) {
+            for (size_t i = 0; i < widths.size(); i++) {
                 const std::string dashes(widths[i] + (i < text_columns ? 2 : 1), '-');
                 text += "|" + dashes + (i < text_columns ? "" : ":");
             }
@@ -211,9 +210,9 @@ std::string beyond_bounds(const Results &results)
     return text;
 }
 
-std::string profile_of(const Count &count, std::size_t functions)
+std::string profile_of(const Count &count, size_t functions)
 {
-    std::vector<std::pair<std::int64_t, std::string>> order;
+    std::vector<std::pair<int64_t, std::string>> order;
     for (const auto &[function, instructions] : count.profile) {
         order.emplace_back(instructions.count,
                            function + (instructions.of_library ? " (C library)" : ""));
@@ -233,12 +232,12 @@ void put_into_document(const std::filesystem::path &document, const std::string 
 {
     std::ifstream in(document);
     std::string content{std::istreambuf_iterator<char>(in), {}};
-    const std::size_t begin = content.find(begin_mark);
-    const std::size_t end = content.find(end_mark);
+    const size_t begin = content.find(begin_mark);
+    const size_t end = content.find(end_mark);
     if (begin == std::string::npos || end == std::string::npos) {
         throw std::runtime_error("no marks for the figures in " + document.string());
     }
-    const std::size_t from = begin + begin_mark.size();
+    const size_t from = begin + begin_mark.size();
     content.replace(from, end - from, "\n" + text + "\n");
     std::ofstream(document) << content;
 }

@@ -1,13 +1,13 @@
 // The results as text: tables that read well on a terminal and in Markdown.
 #pragma once
 
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "bench/load/callgrind.h"
 #include "bench/load/footprint.h"
 #include "bench/load/rounds.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
 
 namespace tspec::bench {
 
@@ -26,7 +26,7 @@ std::string report_of(const Results &results);
 std::string beyond_bounds(const Results &results);
 
 // The functions that take most of a request's instructions.
-std::string profile_of(const Count &count, std::size_t functions);
+std::string profile_of(const Count &count, size_t functions);
 
 // Puts the text between the document's two marks ("<!-- figures -->" and
 // "<!-- end of figures -->"). Throws std::runtime_error when they are missing.

@@ -1,18 +1,18 @@
 #include "bench/load/requests.h"
 
-#include <deque>
-
 #include "sim/lib/messages.h"
 #include "tspec/message.h"
+
+#include <deque>
 
 namespace tspec::bench {
 
 namespace {
 
-constexpr std::uint32_t subject_number = 0x100000; // no other client has it
-constexpr std::size_t pairs_in_flight = pipeline_depth / 2;
+constexpr uint32_t subject_number = 0x100000; // no other client has it
+constexpr size_t pairs_in_flight = pipeline_depth / 2;
 
-Bytes hostapd_message(std::uint8_t cmd, std::uint32_t station)
+Bytes hostapd_message(uint8_t cmd, uint32_t station)
 {
     return sim::HostapdMessage{.cmd = cmd, .sta = sim::station_mac(station)}.bytes();
 }
@@ -65,9 +65,8 @@ Requests::Requests(Peers &peers, const Process &process, Kind kind, Style style,
 
 void Requests::fill(int others)
 {
-    for (int number = 1; number <= others; ++number) {
-        peers_.from_hostapd(
-            hostapd_message(TSPEC_ADDTS_REQ_CMD, static_cast<std::uint32_t>(number)));
+    for (int number = 1; number <= others; number++) {
+        peers_.from_hostapd(hostapd_message(TSPEC_ADDTS_REQ_CMD, static_cast<uint32_t>(number)));
         peers_.await_addts_response(false);
     }
     if (kind_ == Kind::addts_exchange) {
@@ -152,7 +151,7 @@ void Requests::tidy()
     }
 }
 
-std::size_t Requests::reply_length()
+size_t Requests::reply_length()
 {
     if (!is_of_dman(kind_)) {
         return 1;
@@ -175,7 +174,7 @@ Burst Requests::run_one_at_a_time(Clock::time_point end)
         tidy();
         burst.latencies.push_back(microseconds(taken));
         burst.seconds += seconds(taken);
-        ++burst.requests;
+        burst.requests++;
     }
     return burst;
 }
@@ -196,7 +195,7 @@ Burst Requests::run_windowed(Clock::time_point end)
         now = Clock::now();
         burst.latencies.push_back(microseconds(now - sent.front()));
         sent.pop_front();
-        ++burst.requests;
+        burst.requests++;
     }
     burst.seconds = seconds(now - start);
     return burst;
@@ -232,7 +231,7 @@ Burst Requests::run_batches(Clock::time_point end)
     Burst burst;
     while (Clock::now() < end) {
         const auto start = Clock::now();
-        for (std::size_t i = 1; i < pipeline_depth; ++i) {
+        for (size_t i = 1; i < pipeline_depth; i++) {
             send();
         }
         peers_.ping();
@@ -258,10 +257,10 @@ Burst Requests::run_pipelined(Clock::time_point end)
     return burst;
 }
 
-std::vector<double> Requests::cpu_of_requests(std::size_t count)
+std::vector<double> Requests::cpu_of_requests(size_t count)
 {
     std::vector<double> times;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; i++) {
         prepare();
         const Nanoseconds before = process_.settled_cpu();
         perform();

@@ -3,22 +3,22 @@
 // list, so that every look-up passes them: no request costs more.
 #pragma once
 
-#include <cstddef>
-#include <vector>
-
 #include "bench/load/kinds.h"
 #include "bench/load/peers.h"
 #include "bench/load/process.h"
+
+#include <cstddef>
+#include <vector>
 
 namespace tspec::bench {
 
 enum class Style { one, pipelined };
 
-inline constexpr std::size_t pipeline_depth = 32;
+inline constexpr size_t pipeline_depth = 32;
 
 struct Burst {
     std::vector<double> latencies; // microseconds, in the order of the answers
-    std::size_t requests = 0;
+    size_t requests = 0;
     double seconds = 0; // of requests; what comes between them is not counted
 };
 
@@ -36,10 +36,10 @@ class Requests {
     Burst run_pipelined(Clock::time_point end);
 
     // CPU time of single requests, in microseconds, from sleep to sleep.
-    std::vector<double> cpu_of_requests(std::size_t count);
+    std::vector<double> cpu_of_requests(size_t count);
 
     // Length of the report that the kind is answered with; 1 where it is not.
-    std::size_t reply_length();
+    size_t reply_length();
 
     // For the counting of instructions: what goes before a request, the request
     // up to its end, and what cleans up behind it.

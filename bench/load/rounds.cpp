@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-
 #include <fmt/format.h>
 
 namespace tspec::bench {
@@ -12,7 +11,7 @@ namespace {
 // Share of a program's turn that goes to the burst; the rest is for starting it,
 // filling its store and counting CPU time.
 constexpr double burst_share = 0.5;
-constexpr std::size_t cpu_samples = 150;
+constexpr size_t cpu_samples = 150;
 constexpr Nanoseconds shortest_burst = std::chrono::milliseconds(5);
 
 struct Cell {
@@ -55,11 +54,11 @@ std::vector<Subject> subjects_of(const Cell &cell, int round)
     return subjects;
 }
 
-std::size_t turns_of(const std::vector<Cell> &cells, const Effort &effort)
+size_t turns_of(const std::vector<Cell> &cells, const Effort &effort)
 {
-    std::size_t turns = 0;
+    size_t turns = 0;
     for (const Cell &cell : cells) {
-        turns += subjects_of(cell, 0).size() * static_cast<std::size_t>(effort.rounds);
+        turns += subjects_of(cell, 0).size() * static_cast<size_t>(effort.rounds);
     }
     return turns;
 }
@@ -118,7 +117,7 @@ Row row_of(const Cell &cell, const Series &daemon, const Series &floor, const Se
     return row;
 }
 
-std::size_t reply_length(const Programs &programs, Peers &peers, Kind kind)
+size_t reply_length(const Programs &programs, Peers &peers, Kind kind)
 {
     Run run(programs, peers, Subject::daemon, {kind, Style::one, 1});
     return run.requests().reply_length();
@@ -132,7 +131,7 @@ double percentile_of(std::vector<double> values, double percent)
         return 0;
     }
     const double place = percent / 100 * static_cast<double>(values.size() - 1);
-    const auto at = values.begin() + static_cast<std::ptrdiff_t>(std::lround(place));
+    const auto at = values.begin() + static_cast<ptrdiff_t>(std::lround(place));
     std::nth_element(values.begin(), at, values.end());
     return *at;
 }
@@ -158,10 +157,10 @@ std::vector<Row> measure_rows(const Programs &programs, Peers &peers, const Effo
         Setting setting{cell.kind, cell.style, cell.others};
         setting.reply_length = reply_length(programs, peers, cell.kind);
         Series series[3];
-        for (int round = 0; round < effort.rounds; ++round) {
+        for (int round = 0; round < effort.rounds; round++) {
             for (const Subject subject : subjects_of(cell, round)) {
                 Run run(programs, peers, subject, setting);
-                add_round(run, cell, length, series[static_cast<std::size_t>(subject)]);
+                add_round(run, cell, length, series[static_cast<size_t>(subject)]);
             }
         }
         rows.push_back(row_of(cell, series[0], series[1], series[2]));

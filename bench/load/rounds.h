@@ -2,12 +2,12 @@
 // whatever else the machine does meets both.
 #pragma once
 
+#include "bench/load/subject.h"
+
 #include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
-
-#include "bench/load/subject.h"
 
 namespace tspec::bench {
 

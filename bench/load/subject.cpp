@@ -1,10 +1,10 @@
 #include "bench/load/subject.h"
 
-#include <stdexcept>
-
 #include "core/control_block.h"
 #include "sim/lib/host_share.h"
 #include "tspec/message.h"
+
+#include <stdexcept>
 
 namespace tspec::bench {
 

@@ -1,17 +1,17 @@
 // The programs that are measured side by side, and how one of them is started.
 #pragma once
 
+#include "bench/load/kinds.h"
+#include "bench/load/peers.h"
+#include "bench/load/process.h"
+#include "bench/load/requests.h"
+
 #include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "bench/load/kinds.h"
-#include "bench/load/peers.h"
-#include "bench/load/process.h"
-#include "bench/load/requests.h"
 
 namespace tspec::bench {
 
@@ -30,7 +30,7 @@ struct Setting {
     Kind kind;
     Style style;
     int others;
-    std::size_t reply_length = 1; // of the daemon's reports, for the floor to send
+    size_t reply_length = 1; // of the daemon's reports, for the floor to send
 };
 
 // Ready for requests. The wrapper, if any, runs the program as its own argument.

@@ -4,7 +4,6 @@
 #include "bench/micro/store_fixture.h"
 
 #include <benchmark/benchmark.h>
-
 #include <cstring>
 
 // The linker sends the calls of tspec_send_receive_other_process here.

@@ -30,7 +30,7 @@ Store::Store(int64_t clients)
 {
     tspec_cb = static_cast<tspec_cb_t *>(calloc(1, sizeof(tspec_cb_t)));
     tspec_cb->ap_state = TSPEC_AP_UNMANAGED;
-    for (int64_t number = 1; number <= clients; ++number) {
+    for (int64_t number = 1; number <= clients; number++) {
         last_mac_ = mac_of(number);
         tspec_rec_t *const rec = tspec_rec_add(last_mac_.data());
         memcpy(rec->sta_mac, last_mac_.data(), last_mac_.size());

@@ -2,8 +2,8 @@
 
 #include <stddef.h>
 
-/* IEEE Std 802.11, OFDM PHY, modulation-dependent and timing-related parameters
- * for 20 MHz channel spacing. */
+// IEEE Std 802.11, OFDM PHY, modulation-dependent and timing-related parameters
+// for 20 MHz channel spacing.
 enum { PREAMBLE = 16, SIGNAL = 4, SYMBOL = 4 };
 enum { SERVICE_BITS = 16, TAIL_BITS = 6 };
 
@@ -18,7 +18,7 @@ static const uint32_t mandatory_rates[] = {6000000, 12000000, 24000000};
 static size_t index_of_rate(uint32_t rate)
 {
     size_t found = 0;
-    for (size_t i = 0; i < sizeof rates / sizeof rates[0]; ++i) {
+    for (size_t i = 0; i < sizeof rates / sizeof rates[0]; i++) {
         if (rates[i].rate <= rate) {
             found = i;
         }
@@ -34,7 +34,7 @@ uint32_t airtime_ofdm_rate(uint32_t rate)
 uint32_t airtime_ack_rate(uint32_t rate)
 {
     uint32_t found = mandatory_rates[0];
-    for (size_t i = 0; i < sizeof mandatory_rates / sizeof mandatory_rates[0]; ++i) {
+    for (size_t i = 0; i < sizeof mandatory_rates / sizeof mandatory_rates[0]; i++) {
         if (mandatory_rates[i] <= rate) {
             found = mandatory_rates[i];
         }

@@ -1,17 +1,14 @@
-/*
- * The part of hostapd that the TSPEC daemon cannot do without: it answers the
- * question how long one frame exchange of a stream keeps the air busy.
- *
- *     cc -o frame_duration frame_duration.c airtime.c
- */
+// The part of hostapd that the TSPEC daemon cannot do without: it answers the
+// question how long one frame exchange of a stream keeps the air busy.
+//
+//     cc -o frame_duration frame_duration.c airtime.c
+#include "airtime.h"
+
 #include <arpa/inet.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/socket.h>
-
 #include <tspec/message.h>
-
-#include "airtime.h"
 
 #define FIXED_SIZE 0x8000U
 
@@ -25,8 +22,8 @@ static struct sockaddr_in loopback(uint16_t port)
     return address;
 }
 
-/* hostapd's port, for datagrams from the daemon's query port alone: responses
- * and DELTS come from another one and are left to whoever shares this port. */
+// hostapd's port, for datagrams from the daemon's query port alone: responses
+// and DELTS come from another one and are left to whoever shares this port.
 static int open_socket(void)
 {
     struct sockaddr_in own = loopback(TSPEC_HOSTAPD_PORT);

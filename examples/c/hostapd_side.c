@@ -1,26 +1,23 @@
-/*
- * A hostapd's side of admission control, from frame to frame: the action frames of
- * stations become messages to the TSPEC daemon, its answers become action frames,
- * and its question for a frame duration is answered, all on one socket.
- *
- *     cc -o hostapd_side hostapd_side.c airtime.c
- *
- * So that it runs without a radio, frames are lines: the address of the station and
- * the body of the action frame in hex, on standard input those that came, on standard
- * output those to be sent. "MAC left" tells that a station has gone. In a hostapd of
- * your own, frame_came and station_left are called where frames and departures are
- * noticed, and send_frame puts the management header in front and sends.
- */
+// A hostapd's side of admission control, from frame to frame: the action frames of
+// stations become messages to the TSPEC daemon, its answers become action frames,
+// and its question for a frame duration is answered, all on one socket.
+//
+//     cc -o hostapd_side hostapd_side.c airtime.c
+//
+// So that it runs without a radio, frames are lines: the address of the station and
+// the body of the action frame in hex, on standard input those that came, on standard
+// output those to be sent. "MAC left" tells that a station has gone. In a hostapd of
+// your own, frame_came and station_left are called where frames and departures are
+// noticed, and send_frame puts the management header in front and sends.
+#include "airtime.h"
+
 #include <arpa/inet.h>
 #include <poll.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/socket.h>
-
 #include <tspec/message.h>
 #include <tspec/wmm.h>
-
-#include "airtime.h"
 
 #define FIXED_SIZE 0x8000U
 #define LONGEST_BODY 512
@@ -56,19 +53,19 @@ static void send_to(int sock, uint16_t port, const void *datagram, size_t size)
     }
 }
 
-/* ---- to the air --------------------------------------------------------- */
+// ---- to the air ---------------------------------------------------------
 
 static void send_frame(const uint8_t *station, const uint8_t *body, size_t length)
 {
     printf("%02x:%02x:%02x:%02x:%02x:%02x ", station[0], station[1], station[2], station[3],
            station[4], station[5]);
-    for (size_t i = 0; i < length; ++i) {
+    for (size_t i = 0; i < length; i++) {
         printf("%02x", body[i]);
     }
     printf("\n");
 }
 
-/* An ADDTS response or a DELTS. */
+// An ADDTS response or a DELTS.
 static void tell_station(const tspec_hostapd_msg_t *msg)
 {
     uint8_t body[TSPEC_WMM_FRAME_SIZE];
@@ -81,9 +78,9 @@ static void tell_station(const tspec_hostapd_msg_t *msg)
     send_frame(msg->sta_mac, body, length);
 }
 
-/* ---- from the air ------------------------------------------------------- */
+// ---- from the air -------------------------------------------------------
 
-/* What the daemon is to know and a frame does not tell. */
+// What the daemon is to know and a frame does not tell.
 static void fill_in(tspec_hostapd_msg_t *msg, const uint8_t *station)
 {
     memcpy(msg->peer_addr1, own_address, TSPEC_MAC_LEN);
@@ -98,7 +95,7 @@ static void frame_came(int sock, const uint8_t *station, const uint8_t *body, si
 {
     tspec_hostapd_msg_t msg;
     tspec_wmm_error_t error = tspec_wmm_read(body, length, &msg);
-    if (error == TSPEC_WMM_NO_NOMINAL_SIZE) { /* would end the daemon */
+    if (error == TSPEC_WMM_NO_NOMINAL_SIZE) { // would end the daemon
         msg.cmd = TSPEC_ADDTS_RESP_CMD;
         msg.result_code = TSPEC_RESULT_INVALID_PARAMETERS;
         memcpy(msg.sta_mac, station, TSPEC_MAC_LEN);
@@ -123,7 +120,7 @@ static void station_left(int sock, const uint8_t *station)
     send_to(sock, TSPEC_UDP_PORT, &msg, sizeof msg);
 }
 
-/* ---- from the daemon ---------------------------------------------------- */
+// ---- from the daemon ----------------------------------------------------
 
 static void answer(int sock, const tspec_frame_dur_req_t *query)
 {
@@ -150,13 +147,13 @@ static void datagram_came(int sock)
     }
 }
 
-/* ---- lines in the place of frames --------------------------------------- */
+// ---- lines in the place of frames ---------------------------------------
 
 static size_t bytes_of(const char *text, uint8_t *bytes, size_t room)
 {
     size_t count = 0;
     while (count < room && sscanf(text + 2 * count, "%2hhx", &bytes[count]) == 1) {
-        ++count;
+        count++;
     }
     return count;
 }
@@ -185,7 +182,7 @@ int main(void)
     if (sock < 0) {
         return 1;
     }
-    setvbuf(stdin, NULL, _IONBF, 0); /* poll must see what was not read yet */
+    setvbuf(stdin, NULL, _IONBF, 0); // poll must see what was not read yet
     setvbuf(stdout, NULL, _IOLBF, 0);
     struct pollfd ready[] = {{.fd = sock, .events = POLLIN}, {.fd = 0, .events = POLLIN}};
     while (poll(ready, 2, -1) > 0) {
@@ -194,7 +191,7 @@ int main(void)
         } else if (fgets(line, sizeof line, stdin) != NULL) {
             line_came(sock, line);
         } else {
-            ready[1].fd = -1; /* the daemon may have more to say */
+            ready[1].fd = -1; // the daemon may have more to say
         }
     }
     return 0;

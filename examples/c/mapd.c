@@ -1,20 +1,17 @@
-/*
- * A mapd in little: it says that it manages the access point, and decides every
- * request alike.
- *
- *     cc -o mapd mapd.c
- *     mapd accept|refuse|silent
- *
- * With "silent" it answers nothing, so that streams stay pending. SIGUSR1 makes it end
- * the stream that it has admitted last. Ended by SIGTERM or SIGINT, it gives the access
- * point back to the daemon.
- */
+// A mapd in little: it says that it manages the access point, and decides every
+// request alike.
+//
+//     cc -o mapd mapd.c
+//     mapd accept|refuse|silent
+//
+// With "silent" it answers nothing, so that streams stay pending. SIGUSR1 makes it end
+// the stream that it has admitted last. Ended by SIGTERM or SIGINT, it gives the access
+// point back to the daemon.
 #include <arpa/inet.h>
 #include <signal.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/socket.h>
-
 #include <tspec/message.h>
 
 enum { SILENT = -1 };
@@ -40,8 +37,8 @@ static struct sockaddr_in loopback(uint16_t port)
     return address;
 }
 
-/* Connected, so that nobody but the daemon is heard. A second's silence lets the
- * main loop look whether it is to end. */
+// Connected, so that nobody but the daemon is heard. A second's silence lets the
+// main loop look whether it is to end.
 static int open_socket(void)
 {
     struct timeval second = {1, 0};
@@ -64,7 +61,7 @@ static void manage(int sock, uint8_t managed)
     }
 }
 
-/* The request as it came is the answer, with type, command and result. */
+// The request as it came is the answer, with type, command and result.
 static void decide(int sock, tspec_mapd_msg_t *msg, int result)
 {
     if (result == SILENT) {
@@ -83,7 +80,7 @@ static void decide(int sock, tspec_mapd_msg_t *msg, int result)
     printf("request: %s\n", result == TSPEC_RESULT_ACCEPTED ? "accepted" : "refused");
 }
 
-/* The answer that admitted a stream, with the command that ends it. */
+// The answer that admitted a stream, with the command that ends it.
 static void end_stream(int sock, const tspec_mapd_msg_t *admitted)
 {
     tspec_mapd_msg_t msg = *admitted;
@@ -103,7 +100,7 @@ int main(int argc, char **argv)
         {"accept", TSPEC_RESULT_ACCEPTED}, {"refuse", TSPEC_RESULT_REFUSED}, {"silent", SILENT}};
     size_t way = 0;
     while (argc == 2 && way < 3 && strcmp(argv[1], ways[way].word) != 0) {
-        ++way;
+        way++;
     }
     if (argc != 2 || way == 3) {
         fprintf(stderr, "usage: mapd accept|refuse|silent\n");
@@ -116,7 +113,7 @@ int main(int argc, char **argv)
     setvbuf(stdout, NULL, _IOLBF, 0);
     tspec_mapd_msg_t admitted = {0};
     struct sigaction action;
-    memset(&action, 0, sizeof action); /* a signal interrupts recv */
+    memset(&action, 0, sizeof action); // a signal interrupts recv
     action.sa_handler = take_signal;
     sigaction(SIGUSR1, &action, NULL);
     sigaction(SIGTERM, &action, NULL);
@@ -133,7 +130,7 @@ int main(int argc, char **argv)
             end_stream(sock, &admitted);
         }
         if (size != (ssize_t)sizeof in.msg) {
-            continue; /* a status message, or none */
+            continue; // a status message, or none
         }
         if (in.msg.cmd == TSPEC_ADDTS_REQ_CMD) {
             decide(sock, &in.msg, ways[way].result);

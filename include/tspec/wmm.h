@@ -25,7 +25,6 @@
 #define TSPEC_WMM_H
 
 #include <string.h>
-
 #include <tspec/message.h>
 
 #ifdef __cplusplus

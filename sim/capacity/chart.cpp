@@ -1,29 +1,28 @@
 #include "sim/capacity/chart.h"
 
+#include "sim/capacity/table.h"
+
 #include <algorithm>
 #include <cmath>
-
 #include <fmt/format.h>
-
-#include "sim/capacity/table.h"
 
 namespace tspec::sim::capacity {
 
 namespace {
 
-/* In pixels. */
+// In pixels.
 constexpr double width = 760;
 constexpr double left = 52;
 constexpr double right = 16;
 constexpr double head = 92;
-constexpr double panel = 220; /* of which the bars have plot */
+constexpr double panel = 220; // of which the bars have plot
 constexpr double plot = 150;
 constexpr double foot = 12;
 constexpr double gap_in_group = 2;
-constexpr double share_of_group = 0.72; /* the rest is between groups */
+constexpr double share_of_group = 0.72; // the rest is between groups
 constexpr double widest_bar = 56;
 
-constexpr std::size_t colours = 7;
+constexpr size_t colours = 7;
 
 constexpr const char *style = R"(
   svg { font-family: system-ui, sans-serif; background: #ffffff }
@@ -61,12 +60,12 @@ std::string line(const char *kind, double y)
         left, y, width - right, y);
 }
 
-/* 1, 2 or 5 with zeros behind, so that four to nine lines fill the height. */
-std::uint32_t grid_step(std::uint32_t highest)
+// 1, 2 or 5 with zeros behind, so that four to nine lines fill the height.
+uint32_t grid_step(uint32_t highest)
 {
-    std::uint32_t step = 1;
-    for (std::uint32_t power = 1;; power *= 10) {
-        for (std::uint32_t digit : {1U, 2U, 5U}) {
+    uint32_t step = 1;
+    for (uint32_t power = 1;; power *= 10) {
+        for (uint32_t digit : {1U, 2U, 5U}) {
             step = digit * power;
             if (highest <= step * 8) {
                 return step;
@@ -79,7 +78,7 @@ class Chart {
   public:
     Chart(const Plan &plan, const std::vector<Row> &rows) : plan_(plan), rows_(rows)
     {
-        std::uint32_t highest = 1;
+        uint32_t highest = 1;
         for (const Row &row : rows) {
             highest = std::max(highest, row.calls);
         }
@@ -96,7 +95,7 @@ class Chart {
                             "<style>{2}</style>\n",
                             width, height, style);
         draw_head();
-        for (std::size_t i = 0; i < plan_.limits.size(); ++i) {
+        for (size_t i = 0; i < plan_.limits.size(); i++) {
             draw_panel(i);
         }
         return text_ + "</svg>\n";
@@ -112,7 +111,7 @@ class Chart {
                                    plan_.encrypted ? "encrypted (CCMP)" : "not encrypted",
                                    plan_.surplus));
         double x = left;
-        for (std::size_t i = 0; i < plan_.codecs.size(); ++i) {
+        for (size_t i = 0; i < plan_.codecs.size(); i++) {
             const Codec &codec = *plan_.codecs[i];
             text_ += fmt::format(
                 "<rect class=\"c{}\" x=\"{:.1f}\" y=\"62\" width=\"10\" height=\"10\" rx=\"2\"/>\n",
@@ -122,31 +121,31 @@ class Chart {
         }
     }
 
-    void draw_panel(std::size_t index)
+    void draw_panel(size_t index)
     {
         double begin = head + panel * static_cast<double>(index);
         text_ += words("panel", left, begin + 16,
                        fmt::format("{} % of the air for voice", plan_.limits[index]));
         base_ = begin + 34 + plot;
-        for (std::uint32_t calls = step_; calls <= top_; calls += step_) {
+        for (uint32_t calls = step_; calls <= top_; calls += step_) {
             text_ += line("grid", y_of(calls));
             text_ += words("axis", left - 8, y_of(calls) + 4, std::to_string(calls));
         }
-        for (std::size_t group = 0; group < plan_.phy_rates.size(); ++group) {
+        for (size_t group = 0; group < plan_.phy_rates.size(); group++) {
             draw_group(index, group);
         }
         text_ += line("base", base_);
         text_ += words("axis", left - 8, base_ + 4, "0");
     }
 
-    void draw_group(std::size_t index, std::size_t group)
+    void draw_group(size_t index, size_t group)
     {
         auto count = static_cast<double>(plan_.codecs.size());
         double room = (width - left - right) / static_cast<double>(plan_.phy_rates.size());
         double middle = left + room * (static_cast<double>(group) + 0.5);
         double bar = std::min(widest_bar, room * share_of_group / count - gap_in_group);
         double x = middle - (bar + gap_in_group) * count / 2;
-        for (std::size_t i = 0; i < plan_.codecs.size(); ++i) {
+        for (size_t i = 0; i < plan_.codecs.size(); i++) {
             draw_bar(row(index, group, i), i, x, bar);
             x += bar + gap_in_group;
         }
@@ -154,7 +153,7 @@ class Chart {
                        fmt::format("{} Mbit/s", plan_.phy_rates[group] / 1'000'000));
     }
 
-    void draw_bar(const Row &row, std::size_t codec, double x, double bar)
+    void draw_bar(const Row &row, size_t codec, double x, double bar)
     {
         double y = y_of(row.calls);
         text_ += fmt::format("<rect class=\"c{}\" x=\"{:.1f}\" y=\"{:.1f}\" width=\"{:.1f}\" "
@@ -165,17 +164,17 @@ class Chart {
         text_ += words("value", x + bar / 2, y - 4, std::to_string(row.calls));
     }
 
-    const Row &row(std::size_t limit, std::size_t rate, std::size_t codec) const
+    const Row &row(size_t limit, size_t rate, size_t codec) const
     {
         return rows_[(limit * plan_.phy_rates.size() + rate) * plan_.codecs.size() + codec];
     }
 
-    double y_of(std::uint32_t calls) const { return base_ - plot * calls / top_; }
+    double y_of(uint32_t calls) const { return base_ - plot * calls / top_; }
 
     const Plan &plan_;
     const std::vector<Row> &rows_;
-    std::uint32_t step_ = 1;
-    std::uint32_t top_ = 1;
+    uint32_t step_ = 1;
+    uint32_t top_ = 1;
     double base_ = 0;
     std::string text_;
 };

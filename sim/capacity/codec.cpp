@@ -14,15 +14,15 @@ constexpr Codec known_codecs[] = {
 
 } // namespace
 
-std::uint32_t Codec::msdu_size() const
+uint32_t Codec::msdu_size() const
 {
     return llc_snap_header + ipv4_header + udp_header + rtp_header + payload;
 }
 
-std::uint32_t Codec::mean_data_rate() const
+uint32_t Codec::mean_data_rate() const
 {
-    std::uint64_t bits = std::uint64_t{8} * msdu_size() * 1'000'000;
-    return static_cast<std::uint32_t>((bits + interval - 1) / interval);
+    uint64_t bits = uint64_t{8} * msdu_size() * 1'000'000;
+    return static_cast<uint32_t>((bits + interval - 1) / interval);
 }
 
 std::span<const Codec> codecs()

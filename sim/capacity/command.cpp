@@ -1,11 +1,5 @@
 #include "sim/capacity/command.h"
 
-#include <fstream>
-#include <memory>
-#include <stdexcept>
-
-#include <fmt/format.h>
-
 #include "airtime.h"
 #include "sim/capacity/chart.h"
 #include "sim/capacity/plan.h"
@@ -13,11 +7,16 @@
 #include "sim/lib/private_world.h"
 #include "sim/scenario/units.h"
 
+#include <fmt/format.h>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+
 namespace tspec::sim::capacity {
 
 namespace {
 
-/* The allowance has three bits before the point; below 1 it is not applied. */
+// The allowance has three bits before the point; below 1 it is not applied.
 constexpr double least_surplus = 1.0;
 constexpr double most_surplus = 7.99;
 
@@ -42,9 +41,9 @@ std::vector<std::string> codec_names()
 
 std::string check_rate(const std::string &word)
 {
-    std::optional<std::int64_t> rate = scenario::bit_rate(word);
+    std::optional<int64_t> rate = scenario::bit_rate(word);
     bool is_ofdm = rate && *rate > 0 && *rate <= 54'000'000 &&
-                   airtime_ofdm_rate(static_cast<std::uint32_t>(*rate)) == *rate;
+                   airtime_ofdm_rate(static_cast<uint32_t>(*rate)) == *rate;
     return is_ofdm
                ? ""
                : fmt::format("expected 6M, 9M, 12M, 18M, 24M, 36M, 48M or 54M, got \"{}\"", word);
@@ -52,13 +51,13 @@ std::string check_rate(const std::string &word)
 
 std::string check_limit(const std::string &word)
 {
-    std::optional<std::int64_t> limit = scenario::percentage(word);
+    std::optional<int64_t> limit = scenario::percentage(word);
     return limit && *limit >= 1 && *limit <= 100
                ? ""
                : fmt::format("expected a percentage of 1 to 100, got \"{}\"", word);
 }
 
-/* Opened before the work, as a name that cannot be written should be told at once. */
+// Opened before the work, as a name that cannot be written should be told at once.
 std::ofstream open_file(const std::string &name)
 {
     std::ofstream file;
@@ -101,10 +100,10 @@ void complete(Words &words)
         words.plan.codecs.push_back(find_codec(word));
     }
     for (const std::string &word : words.phy_rates) {
-        words.plan.phy_rates.push_back(static_cast<std::uint32_t>(*scenario::bit_rate(word)));
+        words.plan.phy_rates.push_back(static_cast<uint32_t>(*scenario::bit_rate(word)));
     }
     for (const std::string &word : words.limits) {
-        words.plan.limits.push_back(static_cast<std::uint32_t>(*scenario::percentage(word)));
+        words.plan.limits.push_back(static_cast<uint32_t>(*scenario::percentage(word)));
     }
     words.plan.encrypted = words.encryption == "ccmp";
 }

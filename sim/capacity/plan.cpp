@@ -1,20 +1,20 @@
 #include "sim/capacity/plan.h"
 
-#include <optional>
-#include <stdexcept>
-
 #include "airtime.h"
 #include "sim/lib/access_point.h"
 #include "sim/lib/messages.h"
 #include "sim/scenario/load.h"
 #include "sim/scenario/window.h"
 
+#include <optional>
+#include <stdexcept>
+
 namespace tspec::sim::capacity {
 
 namespace {
 
-constexpr std::uint32_t fixed_size_flag = 0x8000;
-constexpr std::uint32_t whole_medium = 100; /* percent */
+constexpr uint32_t fixed_size_flag = 0x8000;
+constexpr uint32_t whole_medium = 100; // percent
 
 Options options_for(const Plan &plan)
 {
@@ -23,7 +23,7 @@ Options options_for(const Plan &plan)
     return options;
 }
 
-/* A simulated access point whose hostapd knows the timing of 802.11. */
+// A simulated access point whose hostapd knows the timing of 802.11.
 class Bench {
   public:
     explicit Bench(const Plan &plan) : plan_(plan), ap_(options_for(plan))
@@ -36,8 +36,8 @@ class Bench {
         });
     }
 
-    /* A daemon without calls, and this limit for voice. */
-    void begin(std::uint32_t limit)
+    // A daemon without calls, and this limit for voice.
+    void begin(uint32_t limit)
     {
         if (!ap_.start()) {
             throw std::runtime_error("the daemon does not start");
@@ -48,8 +48,8 @@ class Bench {
         calls_ = 0;
     }
 
-    /* The medium time of one direction; none when the call is refused. */
-    std::optional<std::uint32_t> add_call(const Codec &codec, std::uint32_t phy_rate)
+    // The medium time of one direction; none when the call is refused.
+    std::optional<uint32_t> add_call(const Codec &codec, uint32_t phy_rate)
     {
         ap_.hostapd().send(request(codec, phy_rate, ++calls_).bytes());
         for (const Event &event : with_peer(ap_.settle(), Peer::hostapd, Kind::from_daemon)) {
@@ -58,14 +58,14 @@ class Bench {
             if (is_response) {
                 auto response = wire_of<tspec_hostapd_msg_t>(event.data);
                 bool accepted = response.result_code == TSPEC_RESULT_ACCEPTED;
-                return accepted ? std::optional<std::uint32_t>(response.tspec.medium_time)
+                return accepted ? std::optional<uint32_t>(response.tspec.medium_time)
                                 : std::nullopt;
             }
         }
         throw std::runtime_error("the daemon does not answer a request");
     }
 
-    std::uint32_t exchange() const { return exchange_; }
+    uint32_t exchange() const { return exchange_; }
 
     scenario::Admitted voice()
     {
@@ -79,12 +79,12 @@ class Bench {
     }
 
   private:
-    HostapdMessage request(const Codec &codec, std::uint32_t phy_rate, std::uint32_t call) const
+    HostapdMessage request(const Codec &codec, uint32_t phy_rate, uint32_t call) const
     {
         HostapdMessage message{.sta = station_mac(call)};
         TrafficSpec &traffic = message.tspec;
         traffic.direction = TSPEC_DIR_BIDIRECTIONAL;
-        traffic.nominal_msdu_size = static_cast<std::uint16_t>(codec.msdu_size());
+        traffic.nominal_msdu_size = static_cast<uint16_t>(codec.msdu_size());
         traffic.max_msdu_size = traffic.nominal_msdu_size;
         traffic.min_data_rate = codec.mean_data_rate();
         traffic.mean_data_rate = codec.mean_data_rate();
@@ -96,15 +96,15 @@ class Bench {
 
     const Plan &plan_;
     AccessPoint ap_;
-    std::uint32_t exchange_ = 0;
-    std::uint32_t calls_ = 0;
+    uint32_t exchange_ = 0;
+    uint32_t calls_ = 0;
 };
 
-/* What a call costs is seen where there is room for one. */
+// What a call costs is seen where there is room for one.
 void measure_call(Bench &bench, Row &row)
 {
     bench.begin(whole_medium);
-    std::optional<std::uint32_t> medium_time = bench.add_call(*row.codec, row.phy_rate);
+    std::optional<uint32_t> medium_time = bench.add_call(*row.codec, row.phy_rate);
     if (!medium_time) {
         throw std::runtime_error("not one call fits into the whole medium");
     }
@@ -117,7 +117,7 @@ void fill_up(Bench &bench, Row &row)
 {
     bench.begin(row.limit);
     while (bench.add_call(*row.codec, row.phy_rate)) {
-        ++row.calls;
+        row.calls++;
     }
     scenario::Admitted voice = bench.voice();
     row.admitted = voice.now;
@@ -130,8 +130,8 @@ std::vector<Row> carry_out(const Plan &plan)
 {
     Bench bench(plan);
     std::vector<Row> rows;
-    for (std::uint32_t limit : plan.limits) {
-        for (std::uint32_t phy_rate : plan.phy_rates) {
+    for (uint32_t limit : plan.limits) {
+        for (uint32_t phy_rate : plan.phy_rates) {
             for (const Codec *codec : plan.codecs) {
                 Row row{.codec = codec, .phy_rate = phy_rate, .limit = limit};
                 measure_call(bench, row);

@@ -1,21 +1,21 @@
 #include "sim/capacity/table.h"
 
-#include <fmt/format.h>
-
 #include "sim/lib/decode.h"
+
+#include <fmt/format.h>
 
 namespace tspec::sim::capacity {
 
 namespace {
 
-std::string units(std::uint32_t medium_time)
+std::string units(uint32_t medium_time)
 {
     return fmt::format("{} ({:.2f} %)", medium_time, percent_of_medium(medium_time));
 }
 
 } // namespace
 
-std::string rate_text(std::uint32_t phy_rate)
+std::string rate_text(uint32_t phy_rate)
 {
     return fmt::format("{}M", phy_rate / 1'000'000);
 }

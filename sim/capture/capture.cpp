@@ -1,11 +1,10 @@
 #include "sim/capture/capture.h"
 
-#include <algorithm>
-#include <utility>
-
-#include <fmt/format.h>
-
 #include "sim/capture/packets.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <utility>
 
 namespace tspec::sim::capture {
 
@@ -74,7 +73,7 @@ void Capture::add(const Event &event)
     packet.time = event.time;
     packet.direction = event.kind == Kind::to_daemon ? Direction::inbound : Direction::outbound;
     packet.comment = joined(std::exchange(scenario_, ""), fate(event));
-    std::size_t unknown = std::max(event.sent_size, event.data.size()) - event.data.size();
+    size_t unknown = std::max(event.sent_size, event.data.size()) - event.data.size();
     if (is_local(event)) {
         packet.data = exported_pdu(dissector_of(event), event.data);
     } else {

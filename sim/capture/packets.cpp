@@ -6,21 +6,21 @@ namespace tspec::sim::capture {
 
 namespace {
 
-constexpr std::uint8_t loopback[] = {127, 0, 0, 1};
-constexpr std::uint8_t udp_protocol = 17;
-constexpr std::size_t ip_header_size = 20;
-constexpr std::size_t udp_header_size = 8;
+constexpr uint8_t loopback[] = {127, 0, 0, 1};
+constexpr uint8_t udp_protocol = 17;
+constexpr size_t ip_header_size = 20;
+constexpr size_t udp_header_size = 8;
 static_assert(ip_header_size + udp_header_size == udp_overhead);
 
-/* Tags of Wireshark's exported PDUs. */
-constexpr std::uint16_t tag_end = 0;
-constexpr std::uint16_t tag_dissector_name = 12;
+// Tags of Wireshark's exported PDUs.
+constexpr uint16_t tag_end = 0;
+constexpr uint16_t tag_dissector_name = 12;
 
-/* In network order. */
-void put16(Bytes &bytes, std::size_t number)
+// In network order.
+void put16(Bytes &bytes, size_t number)
 {
-    bytes.push_back(static_cast<std::uint8_t>(number >> 8));
-    bytes.push_back(static_cast<std::uint8_t>(number));
+    bytes.push_back(static_cast<uint8_t>(number >> 8));
+    bytes.push_back(static_cast<uint8_t>(number));
 }
 
 void put(Bytes &bytes, ByteView more)
@@ -28,31 +28,31 @@ void put(Bytes &bytes, ByteView more)
     bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-/* The Internet checksum: the complement of the sum of 16-bit words. */
-std::uint16_t checksum(ByteView bytes)
+// The Internet checksum: the complement of the sum of 16-bit words.
+uint16_t checksum(ByteView bytes)
 {
-    std::uint32_t sum = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        sum += i % 2 == 0 ? std::uint32_t{bytes[i]} << 8 : bytes[i];
+    uint32_t sum = 0;
+    for (size_t i = 0; i < bytes.size(); i++) {
+        sum += i % 2 == 0 ? uint32_t{bytes[i]} << 8 : bytes[i];
     }
     while (sum > 0xffff) {
         sum = (sum & 0xffff) + (sum >> 16);
     }
-    return static_cast<std::uint16_t>(~sum);
+    return static_cast<uint16_t>(~sum);
 }
 
-void set_checksum(Bytes &bytes, std::size_t at, std::uint16_t value)
+void set_checksum(Bytes &bytes, size_t at, uint16_t value)
 {
-    bytes[at] = static_cast<std::uint8_t>(value >> 8);
-    bytes[at + 1] = static_cast<std::uint8_t>(value);
+    bytes[at] = static_cast<uint8_t>(value >> 8);
+    bytes[at + 1] = static_cast<uint8_t>(value);
 }
 
-Bytes ip_header(std::size_t payload_size)
+Bytes ip_header(size_t payload_size)
 {
-    constexpr std::size_t checksum_at = 10;
+    constexpr size_t checksum_at = 10;
     Bytes header = {0x45, 0};
     put16(header, ip_header_size + payload_size);
-    put(header, Bytes{0, 0, 0x40, 0}); /* no identification; not to be fragmented */
+    put(header, Bytes{0, 0, 0x40, 0}); // no identification; not to be fragmented
     put(header, Bytes{64, udp_protocol, 0, 0});
     put(header, loopback);
     put(header, loopback);
@@ -60,9 +60,9 @@ Bytes ip_header(std::size_t payload_size)
     return header;
 }
 
-/* The checksum covers addresses and protocol too. 0 would mean that there is
- * none. */
-std::uint16_t udp_checksum(ByteView segment)
+// The checksum covers addresses and protocol too. 0 would mean that there is
+// none.
+uint16_t udp_checksum(ByteView segment)
 {
     Bytes covered;
     put(covered, loopback);
@@ -70,14 +70,14 @@ std::uint16_t udp_checksum(ByteView segment)
     put(covered, Bytes{0, udp_protocol});
     put16(covered, segment.size());
     put(covered, segment);
-    std::uint16_t sum = checksum(covered);
-    return sum == 0 ? std::uint16_t{0xffff} : sum;
+    uint16_t sum = checksum(covered);
+    return sum == 0 ? uint16_t{0xffff} : sum;
 }
 
-Bytes udp_segment(std::uint16_t source_port, std::uint16_t destination_port, ByteView datagram,
-                  std::size_t original_size)
+Bytes udp_segment(uint16_t source_port, uint16_t destination_port, ByteView datagram,
+                  size_t original_size)
 {
-    constexpr std::size_t checksum_at = 6;
+    constexpr size_t checksum_at = 6;
     Bytes segment;
     put16(segment, source_port);
     put16(segment, destination_port);
@@ -92,8 +92,8 @@ Bytes udp_segment(std::uint16_t source_port, std::uint16_t destination_port, Byt
 
 } // namespace
 
-Bytes udp_packet(std::uint16_t source_port, std::uint16_t destination_port, ByteView datagram,
-                 std::size_t original_size)
+Bytes udp_packet(uint16_t source_port, uint16_t destination_port, ByteView datagram,
+                 size_t original_size)
 {
     original_size = std::max(original_size, datagram.size());
     Bytes packet = ip_header(udp_header_size + original_size);

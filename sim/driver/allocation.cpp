@@ -1,15 +1,13 @@
-/*
- * calloc(), so that the daemon's allocations can fail. A sanitizer's runtime
- * comes before us and has its own.
- */
-#include <stdlib.h>
-
+// calloc(), so that the daemon's allocations can fail. A sanitizer's runtime
+// comes before us and has its own.
 #include "sim/driver/channel.h"
 #include "sim/driver/faults.h"
 #include "sim/driver/real.h"
 
+#include <cstdlib>
+
 #ifdef __GLIBC__
-/* dlsym() itself allocates, so the look-up of a hidden calloc would not end. */
+// dlsym() itself allocates, so the look-up of a hidden calloc would not end.
 extern "C" void *__libc_calloc(size_t count, size_t size);
 
 static void *real_calloc(size_t count, size_t size)

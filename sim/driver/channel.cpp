@@ -1,14 +1,14 @@
 #include "sim/driver/channel.h"
 
-#include <errno.h>
-#include <stdlib.h>
-#include <string.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include "sim/driver/clock.h"
 #include "sim/driver/real.h"
 #include "sim/driver/text.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace tspec::sim::driver {
 
@@ -17,8 +17,8 @@ namespace {
 int control_fd = -1;
 control::Report report_buffer;
 
-/* Small, so that a daemon that reports faster than the simulator reads is
- * halted before the peers' own sockets overflow. */
+// Small, so that a daemon that reports faster than the simulator reads is
+// halted before the peers' own sockets overflow.
 constexpr int send_buffer = 48 * 1024;
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "sim/driver/clock.h"
 
-#include <time.h>
-
 #include "sim/driver/real.h"
+
+#include <ctime>
 
 namespace tspec::sim::driver {
 

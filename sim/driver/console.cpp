@@ -1,22 +1,20 @@
-/*
- * The console device and standard error: streams whose writes are reported in
- * order with everything else.
- */
+// The console device and standard error: streams whose writes are reported in
+// order with everything else.
 #include "sim/driver/console.h"
-
-#include <errno.h>
-#include <fcntl.h>
-#include <stdint.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include "sim/driver/channel.h"
 #include "sim/driver/faults.h"
 #include "sim/driver/real.h"
 #include "sim/driver/settings.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace tspec::sim::driver {
 
@@ -50,7 +48,7 @@ ssize_t write_console(void *cookie, const char *data, size_t size)
     return static_cast<ssize_t>(size);
 }
 
-/* The stream of a device occupies a descriptor; so does ours. */
+// The stream of a device occupies a descriptor; so does ours.
 int close_console(void *cookie)
 {
     return TSPEC_REAL(close)(descriptor_of(cookie));
@@ -76,8 +74,8 @@ ssize_t write_standard_error(void *, const char *data, size_t size)
     return static_cast<ssize_t>(size);
 }
 
-/* Some C libraries let a program assign to stderr, others keep the pointer in
- * memory that is read-only once they are loaded. */
+// Some C libraries let a program assign to stderr, others keep the pointer in
+// memory that is read-only once they are loaded.
 void replace_standard_error(FILE *stream)
 {
     const auto place = reinterpret_cast<uintptr_t>(&stderr);
@@ -141,7 +139,7 @@ void console_setup()
 
 } // namespace tspec::sim::driver
 
-/* In one piece, so that it is reported in one. */
+// In one piece, so that it is reported in one.
 TSPEC_INTERPOSE void perror(const char *text)
 {
     using namespace tspec::sim::driver;

@@ -1,8 +1,8 @@
 #include "sim/driver/endpoints.h"
 
+#include <cstddef>
+#include <cstring>
 #include <netinet/in.h>
-#include <stddef.h>
-#include <string.h>
 #include <sys/un.h>
 
 namespace tspec::sim::driver {

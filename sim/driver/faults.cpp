@@ -1,9 +1,9 @@
 #include "sim/driver/faults.h"
 
-#include <errno.h>
-#include <string.h>
-
 #include "sim/driver/channel.h"
+
+#include <cerrno>
+#include <cstring>
 
 namespace tspec::sim::driver {
 
@@ -35,7 +35,7 @@ bool matches(const control::FaultRule &rule, const CallSite &site)
 
 void fault_add(const control::FaultRule &rule)
 {
-    for (int i = 0; i < rule_count; ++i) {
+    for (int i = 0; i < rule_count; i++) {
         if (rules[i].times == 0) {
             rules[i] = rule;
             return;
@@ -53,16 +53,16 @@ void faults_clear()
 
 const control::FaultRule *fault_for(const CallSite &site)
 {
-    for (int i = 0; i < rule_count; ++i) {
+    for (int i = 0; i < rule_count; i++) {
         control::FaultRule &rule = rules[i];
         if (!matches(rule, site)) {
             continue;
         }
         if (rule.after > 0) {
-            --rule.after;
+            rule.after--;
             continue;
         }
-        --rule.times;
+        rule.times--;
         return &rule;
     }
     return nullptr;
@@ -85,7 +85,7 @@ bool fault_fails(const CallSite &site)
 bool fault_awaits_select(int port)
 {
     CallSite site{.call = control::FaultCall::select, .port = port};
-    for (int i = 0; i < rule_count; ++i) {
+    for (int i = 0; i < rule_count; i++) {
         if (matches(rules[i], site) && rules[i].after == 0) {
             return true;
         }

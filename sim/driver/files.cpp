@@ -1,14 +1,5 @@
-/*
- * Opening and writing of files: the console, the proc files and the trap pipe
- * are recognised by their paths, everything else passes.
- */
-#include <errno.h>
-#include <fcntl.h>
-#include <stdarg.h>
-#include <stdio.h>
-#include <string.h>
-#include <unistd.h>
-
+// Opening and writing of files: the console, the proc files and the trap pipe
+// are recognised by their paths, everything else passes.
 #include "sim/driver/channel.h"
 #include "sim/driver/console.h"
 #include "sim/driver/endpoints.h"
@@ -18,6 +9,13 @@
 #include "sim/driver/settings.h"
 #include "sim/driver/wait.h"
 #include "tspec/message.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace tspec::sim;
 using namespace tspec::sim::driver;
@@ -149,7 +147,7 @@ TSPEC_INTERPOSE ssize_t write(int fd, const void *data, size_t size)
     return rule && rule->error == 0 ? rule->result : result;
 }
 
-/* The names of glibc for large files and for fortified calls. */
+// The names of glibc for large files and for fortified calls.
 #ifdef __GLIBC__
 
 extern "C" {

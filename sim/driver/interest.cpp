@@ -65,7 +65,7 @@ int ask_own(const Interest &interest)
 int port_waited_on(const Interest &interest)
 {
     int port = 0;
-    for (int fd = 0; fd < interest.count; ++fd) {
+    for (int fd = 0; fd < interest.count; fd++) {
         if (!FD_ISSET(fd, &interest.read_set)) {
             continue;
         }

@@ -1,17 +1,17 @@
 #include "sim/driver/proc_files.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <string.h>
-#include <sys/mman.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include "sim/driver/channel.h"
 #include "sim/driver/faults.h"
 #include "sim/driver/real.h"
 #include "sim/driver/settings.h"
 #include "sim/driver/text.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace tspec::sim::driver {
 
@@ -19,7 +19,7 @@ namespace {
 
 struct ProcFile {
     char interface[16];
-    int fd; /* of the text; -1: absent */
+    int fd; // of the text; -1: absent
 };
 
 constexpr int max_proc_files = 40;
@@ -36,7 +36,7 @@ void show_path_to_kernel(const char *path)
     }
 }
 
-/* The library's own descriptors come on top of what the daemon may have. */
+// The library's own descriptors come on top of what the daemon may have.
 class RaisedLimit {
   public:
     RaisedLimit()
@@ -54,7 +54,7 @@ class RaisedLimit {
     rlimit limit_;
 };
 
-/* A file that holds the text, on a descriptor out of the daemon's way. */
+// A file that holds the text, on a descriptor out of the daemon's way.
 int text_file(const control::Request &request)
 {
     RaisedLimit raised;
@@ -72,7 +72,7 @@ int text_file(const control::Request &request)
 
 ProcFile *find_proc_file(const char *interface)
 {
-    for (int i = 0; i < proc_file_count; ++i) {
+    for (int i = 0; i < proc_file_count; i++) {
         if (strcmp(proc_files[i].interface, interface) == 0) {
             return &proc_files[i];
         }

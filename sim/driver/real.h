@@ -1,17 +1,14 @@
-/*
- * How an interposed function reaches the one it hides.
- */
-#ifndef TSPEC_SIM_DRIVER_REAL_H
-#define TSPEC_SIM_DRIVER_REAL_H
+// How an interposed function reaches the one it hides.
+#pragma once
 
 #include <dlfcn.h>
 
-/* The library is compiled with hidden visibility; only what stands in for a
- * libc function is seen by the daemon. */
+// The library is compiled with hidden visibility; only what stands in for a
+// libc function is seen by the daemon.
 #define TSPEC_INTERPOSE extern "C" __attribute__((visibility("default")))
 
-/* Sanitizer runtimes call some of these before our constructor has run, so the
- * look-up is made at first use. */
+// Sanitizer runtimes call some of these before our constructor has run, so the
+// look-up is made at first use.
 #define TSPEC_REAL(function)                                                                       \
     ([]() {                                                                                        \
         static decltype(&::function) real;                                                         \
@@ -20,5 +17,3 @@
         }                                                                                          \
         return real;                                                                               \
     }())
-
-#endif

@@ -1,8 +1,5 @@
-/*
- * Requests that change what the library plays, and nothing else.
- */
-#ifndef TSPEC_SIM_DRIVER_SETTINGS_H
-#define TSPEC_SIM_DRIVER_SETTINGS_H
+// Requests that change what the library plays, and nothing else.
+#pragma once
 
 #include "sim/driver/control.h"
 
@@ -10,7 +7,7 @@ namespace tspec::sim::driver {
 
 void apply_setting(const control::Request &request);
 
-/* Settings as they stand, for the room that each concerns. */
+// Settings as they stand, for the room that each concerns.
 struct Settings {
     bool kernel_calls;
     bool own_system_log;
@@ -20,15 +17,13 @@ struct Settings {
 };
 Settings &settings();
 
-/* Stations (wireless.cpp) and proc files (proc_files.cpp). */
+// Stations (wireless.cpp) and proc files (proc_files.cpp).
 void set_station(const control::Request &request);
 void forget_station(const control::Request &request);
 void set_default_station(const control::Request &request);
 void set_proc_file(const control::Request &request);
 
-/* Takes over stderr, so that what is written there is reported in order. */
+// Takes over stderr, so that what is written there is reported in order.
 void console_setup();
 
 } // namespace tspec::sim::driver
-
-#endif

@@ -1,14 +1,11 @@
-/*
- * Start-up of the library and the settings that the simulator makes.
- */
-#include <string.h>
-
+// Start-up of the library and the settings that the simulator makes.
 #include "sim/driver/channel.h"
 #include "sim/driver/clock.h"
 #include "sim/driver/faults.h"
 #include "sim/driver/settings.h"
 #include "sim/driver/wait.h"
 
+#include <cstring>
 #include <unistd.h>
 
 namespace tspec::sim::driver {

@@ -1,12 +1,4 @@
-/*
- * The daemon's calls on its sockets: made for real, reported, failing where asked.
- */
-#include <errno.h>
-#include <stdio.h>
-#include <string.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
+// The daemon's calls on its sockets: made for real, reported, failing where asked.
 #include "sim/driver/channel.h"
 #include "sim/driver/endpoints.h"
 #include "sim/driver/faults.h"
@@ -14,6 +6,12 @@
 #include "sim/driver/settings.h"
 #include "sim/driver/wait.h"
 #include "tspec/message.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sys/socket.h>
+#include <unistd.h>
 
 using namespace tspec::sim;
 using namespace tspec::sim::driver;
@@ -52,7 +50,7 @@ bool is_bound_in(const char *table, int port)
     return found;
 }
 
-/* To be asked before the datagram leaves: its receiver may end as soon as he has it. */
+// To be asked before the datagram leaves: its receiver may end as soon as he has it.
 bool has_receiver(int port)
 {
     KeepErrno keep;
@@ -84,8 +82,8 @@ bool is_daemon_socket(int fd)
     return channel_is_open() && endpoint_of(fd).kind == EndpointKind::socket;
 }
 
-/* One receiving call of the daemon. A failing one leaves the datagram queued, as
- * an interrupted call does; one whose result is replaced takes it away. */
+// One receiving call of the daemon. A failing one leaves the datagram queued, as
+// an interrupted call does; one whose result is replaced takes it away.
 template <typename Receive>
 ssize_t receive(control::FaultCall call, int fd, void *buffer, Receive real_receive)
 {
@@ -224,7 +222,7 @@ TSPEC_INTERPOSE ssize_t recvfrom(int fd, void *__restrict buffer, size_t size, i
 
 #ifdef __GLIBC__
 
-/* What a fortified build calls where the compiler cannot see the buffer fit. */
+// What a fortified build calls where the compiler cannot see the buffer fit.
 extern "C" [[noreturn]] void __chk_fail();
 
 TSPEC_INTERPOSE ssize_t __read_chk(int fd, void *buffer, size_t size, size_t room)

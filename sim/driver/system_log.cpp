@@ -1,18 +1,16 @@
-/*
- * The system log: reported always; where /dev/log belongs to the host, nothing
- * else happens.
- */
-#include <errno.h>
-#include <stdarg.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
-#include <syslog.h>
-#include <unistd.h>
-
+// The system log: reported always; where /dev/log belongs to the host, nothing
+// else happens.
 #include "sim/driver/channel.h"
 #include "sim/driver/real.h"
 #include "sim/driver/settings.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <syslog.h>
+#include <unistd.h>
 
 using namespace tspec::sim;
 using namespace tspec::sim::driver;
@@ -87,7 +85,7 @@ TSPEC_INTERPOSE void syslog(int priority, const char *format, ...)
     va_end(arguments);
 }
 
-/* Their twins in a fortified build. */
+// Their twins in a fortified build.
 #ifdef __GLIBC__
 
 TSPEC_INTERPOSE void __vsyslog_chk(int priority, int, const char *format, va_list arguments)

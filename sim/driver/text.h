@@ -1,14 +1,11 @@
-/*
- * Copying of short names.
- */
-#ifndef TSPEC_SIM_DRIVER_TEXT_H
-#define TSPEC_SIM_DRIVER_TEXT_H
+// Copying of short names.
+#pragma once
 
-#include <string.h>
+#include <cstring>
 
 namespace tspec::sim::driver {
 
-/* Cut to the room, always terminated. */
+// Cut to the room, always terminated.
 template <size_t room>
 void copy_text(char (&place)[room], const char *text)
 {
@@ -18,5 +15,3 @@ void copy_text(char (&place)[room], const char *text)
 }
 
 } // namespace tspec::sim::driver
-
-#endif

@@ -1,10 +1,5 @@
 #include "sim/driver/wait.h"
 
-#include <errno.h>
-#include <stdlib.h>
-#include <string.h>
-#include <sys/select.h>
-
 #include "sim/driver/channel.h"
 #include "sim/driver/clock.h"
 #include "sim/driver/faults.h"
@@ -13,30 +8,35 @@
 #include "sim/driver/settings.h"
 #include "tspec/message.h"
 
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <sys/select.h>
+
 namespace tspec::sim::driver {
 
 namespace {
 
 struct Wait {
-    int port; /* local UDP port waited on; 0: none, no_port: not waiting */
+    int port; // local UDP port waited on; 0: none, no_port: not waiting
     bool has_deadline;
-    int64_t deadline; /* monotonic */
+    int64_t deadline; // monotonic
 };
 
 struct Advance {
     bool active;
     uint32_t id;
     uint32_t flags;
-    int64_t target; /* monotonic */
+    int64_t target; // monotonic
 };
 
 bool held;
 bool sent_something;
 Advance advance;
-/* A barrier that waits for the main loop; 0: none. */
+// A barrier that waits for the main loop; 0: none.
 uint32_t main_barrier;
 
-/* For requests that arrive while the daemon does not wait in select(). */
+// For requests that arrive while the daemon does not wait in select().
 constexpr int no_port = -1;
 
 bool is_main(const Wait &wait)
@@ -44,8 +44,8 @@ bool is_main(const Wait &wait)
     return wait.port == TSPEC_UDP_PORT;
 }
 
-/* Sleeps until a descriptor of the daemon's or the channel is ready, or real
- * time is up. Results as of select(). */
+// Sleeps until a descriptor of the daemon's or the channel is ready, or real
+// time is up. Results as of select().
 int sleep_for_any(const Interest &interest, const Wait &wait)
 {
     fd_set read_set = interest.read_set;
@@ -90,7 +90,7 @@ void end_advance(const Wait &wait, uint32_t flags)
     answer_with_wait(advance.id, wait, flags);
 }
 
-/* One step of a running advance. Returns true when the wait's time is up. */
+// One step of a running advance. Returns true when the wait's time is up.
 bool pass_time(const Wait &wait)
 {
     bool inner_ends = (advance.flags & control::flag_inner_wait) != 0;
@@ -168,7 +168,7 @@ void serve(const control::Request &request, Wait &wait)
 
 void serve_next(Wait &wait)
 {
-    /* Static, as the daemon's stack is not ours to fill. */
+    // Static, as the daemon's stack is not ours to fill.
     static control::Request request;
     receive_request(request);
     serve(request, wait);
@@ -191,7 +191,7 @@ bool select_fails(const Wait &wait)
            fault_fails({.call = control::FaultCall::select, .port = wait.port});
 }
 
-/* Result of the daemon's select(). */
+// Result of the daemon's select().
 int wait_for(const Interest &interest, Wait &wait)
 {
     if (main_barrier != 0 && is_main(wait) && ask_own(interest) == 0) {
@@ -224,8 +224,8 @@ int wait_for(const Interest &interest, Wait &wait)
             show_nothing_ready(interest);
             return 0;
         }
-        /* What the simulator sent before its request is in the daemon's queues
-         * by now, though the sleep may not have seen it. */
+        // What the simulator sent before its request is in the daemon's queues
+        // by now, though the sleep may not have seen it.
         if (channel_has_request()) {
             if (int own = ask_own(interest); own != 0) {
                 return own;

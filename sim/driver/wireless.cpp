@@ -1,19 +1,17 @@
-/*
- * The wireless driver: answers to the station status query.
- */
-#include <errno.h>
-#include <net/if.h>
-#include <stdarg.h>
-#include <stdlib.h>
-#include <string.h>
-#include <sys/ioctl.h>
-
+// The wireless driver: answers to the station status query.
 #include "sim/driver/channel.h"
 #include "sim/driver/faults.h"
 #include "sim/driver/real.h"
 #include "sim/driver/settings.h"
 #include "sim/driver/text.h"
 #include "tspec/message.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <net/if.h>
+#include <sys/ioctl.h>
 
 namespace tspec::sim::driver {
 
@@ -22,7 +20,7 @@ namespace {
 struct Station {
     Station *next;
     uint8_t mac[6];
-    char interface[16]; /* empty: any */
+    char interface[16]; // empty: any
     int error;
     uint32_t length;
     char *text;
@@ -75,7 +73,7 @@ void fill_answer(Station &station, const control::Request &request)
 bool all_zero(const void *data, size_t size)
 {
     const char *bytes = static_cast<const char *>(data);
-    for (size_t i = 0; i < size; ++i) {
+    for (size_t i = 0; i < size; i++) {
         if (bytes[i] != 0) {
             return false;
         }
@@ -83,7 +81,7 @@ bool all_zero(const void *data, size_t size)
     return true;
 }
 
-/* Bytes that the daemon has no value for must have reached us as zeros. */
+// Bytes that the daemon has no value for must have reached us as zeros.
 bool is_clean(const ifreq &request, const tspec_driver_req_t &query)
 {
     size_t name_length = strnlen(request.ifr_name, IFNAMSIZ);
@@ -102,12 +100,12 @@ void give_reply(const tspec_driver_req_t &query, const Station &station)
     memcpy(query.buffer, station.text, length);
 }
 
-/* C libraries differ in the type of the request's code. */
+// C libraries differ in the type of the request's code.
 template <typename Code>
 Code code_of(int (*)(int, Code, ...));
 using IoctlCode = decltype(code_of(&::ioctl));
 
-/* The kernel knows no such request; what it says is of no interest. */
+// The kernel knows no such request; what it says is of no interest.
 void show_to_kernel(int fd, IoctlCode code)
 {
     ifreq nobody{};
@@ -155,7 +153,7 @@ void set_station(const control::Request &request)
 {
     Station *station = find_exact(request.mac, request.name);
     if (!station) {
-        /* Not calloc(), which is made to fail for the daemon alone. */
+        // Not calloc(), which is made to fail for the daemon alone.
         station = static_cast<Station *>(malloc(sizeof *station));
         if (!station) {
             return;

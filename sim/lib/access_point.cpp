@@ -1,11 +1,11 @@
 #include "sim/lib/access_point.h"
 
-#include <algorithm>
-#include <csignal>
-
 #include "sim/lib/control_link.h"
 #include "sim/lib/host_share.h"
 #include "sim/lib/session.h"
+
+#include <algorithm>
+#include <csignal>
 
 namespace tspec::sim {
 
@@ -34,8 +34,8 @@ AccessPoint::~AccessPoint()
             remove_leftover(TSPEC_DMAN_SOCK_PATH);
         }
     } catch (const std::exception &) {
-        /* The session's child dies with it; what it leaves is removed by the next
-         * start. */
+        // The session's child dies with it; what it leaves is removed by the next
+        // start.
     }
 }
 
@@ -101,7 +101,7 @@ Events AccessPoint::settle()
 
 Events AccessPoint::fresh()
 {
-    Events events(history_.begin() + static_cast<std::ptrdiff_t>(yielded_), history_.end());
+    Events events(history_.begin() + static_cast<ptrdiff_t>(yielded_), history_.end());
     yielded_ = history_.size();
     return events;
 }
@@ -116,7 +116,7 @@ Events AccessPoint::follow(const std::vector<int> &descriptors)
 
 void AccessPoint::forget()
 {
-    history_.erase(history_.begin(), history_.begin() + static_cast<std::ptrdiff_t>(yielded_));
+    history_.erase(history_.begin(), history_.begin() + static_cast<ptrdiff_t>(yielded_));
     yielded_ = 0;
     console_.clear();
     standard_error_.clear();
@@ -139,7 +139,7 @@ void AccessPoint::advance(Duration duration)
     session_->advance(duration);
 }
 
-/* Nothing may interrupt this half-way; it does not take long. */
+// Nothing may interrupt this half-way; it does not take long.
 void AccessPoint::skip(Duration duration)
 {
     std::vector<Interrupt> interrupts = std::exchange(interrupts_, {});

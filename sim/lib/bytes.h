@@ -1,8 +1,5 @@
-/*
- * Bytes of datagrams and MAC addresses, and how they are written as text.
- */
-#ifndef TSPEC_SIM_LIB_BYTES_H
-#define TSPEC_SIM_LIB_BYTES_H
+// Bytes of datagrams and MAC addresses, and how they are written as text.
+#pragma once
 
 #include <array>
 #include <compare>
@@ -16,33 +13,33 @@
 
 namespace tspec::sim {
 
-using Bytes = std::vector<std::uint8_t>;
-using ByteView = std::span<const std::uint8_t>;
+using Bytes = std::vector<uint8_t>;
+using ByteView = std::span<const uint8_t>;
 
-/* A station's or interface's address. Default: 00:00:00:00:00:00. */
+// A station's or interface's address. Default: 00:00:00:00:00:00.
 struct Mac {
-    std::array<std::uint8_t, 6> octets{};
+    std::array<uint8_t, 6> octets{};
 
-    /* Takes "02:00:00:00:00:01" in either case. Throws std::invalid_argument
-     * naming the text otherwise. */
+    // Takes "02:00:00:00:00:01" in either case. Throws std::invalid_argument
+    // naming the text otherwise.
     static Mac parse(std::string_view text);
-    static Mac from(const std::uint8_t *six_bytes);
+    static Mac from(const uint8_t *six_bytes);
 
-    void copy_to(std::uint8_t *six_bytes) const;
-    std::string text() const; /* lower case */
+    void copy_to(uint8_t *six_bytes) const;
+    std::string text() const; // lower case
 
     auto operator<=>(const Mac &) const = default;
 };
 
-/* A locally administered address that differs for every number:
- * station_mac(1) is 02:00:00:00:00:01. */
-Mac station_mac(std::uint32_t number);
+// A locally administered address that differs for every number:
+// station_mac(1) is 02:00:00:00:00:01.
+Mac station_mac(uint32_t number);
 
 Bytes bytes_of(std::string_view text);
 std::string text_of(ByteView bytes);
 
-/* "03 01 ab", cut after limit bytes with a trailing "... (148 bytes)". */
-std::string hex_of(ByteView bytes, std::size_t limit = SIZE_MAX);
+// "03 01 ab", cut after limit bytes with a trailing "... (148 bytes)".
+std::string hex_of(ByteView bytes, size_t limit = SIZE_MAX);
 
 template <typename Wire>
 requires std::is_trivially_copyable_v<Wire> Bytes bytes_of_wire(const Wire &wire)
@@ -52,7 +49,7 @@ requires std::is_trivially_copyable_v<Wire> Bytes bytes_of_wire(const Wire &wire
     return bytes;
 }
 
-/* What the receiver of a shorter datagram would see: the missing bytes are 0. */
+// What the receiver of a shorter datagram would see: the missing bytes are 0.
 template <typename Wire>
 requires std::is_trivially_copyable_v<Wire> Wire wire_of(ByteView bytes)
 {
@@ -62,5 +59,3 @@ requires std::is_trivially_copyable_v<Wire> Wire wire_of(ByteView bytes)
 }
 
 } // namespace tspec::sim
-
-#endif

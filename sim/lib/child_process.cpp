@@ -1,26 +1,24 @@
 #include "sim/lib/child_process.h"
 
+#include "sim/driver/control.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
+#include <fmt/format.h>
 #include <fstream>
+#include <linux/close_range.h>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
-#include <system_error>
-
-#include <fcntl.h>
-#include <linux/close_range.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
-
-#include <fmt/format.h>
-
-#include "sim/driver/control.h"
 
 namespace tspec::sim {
 
@@ -37,7 +35,7 @@ std::vector<std::string> command_line(const ChildPlan &plan)
 {
     std::vector<std::string> words;
     if (!plan.wrapper.empty()) {
-        /* The wrapper itself must not load the library. */
+        // The wrapper itself must not load the library.
         words = plan.wrapper;
         words.push_back("/usr/bin/env");
         for (const auto &[name, value] : plan.environment) {
@@ -69,8 +67,8 @@ void raise_limit_for(int highest_fd)
     }
 }
 
-/* The daemon must start with the three standard descriptors alone, whatever the
- * simulator was started with. */
+// The daemon must start with the three standard descriptors alone, whatever the
+// simulator was started with.
 void drop_inherited()
 {
     constexpr unsigned first = STDERR_FILENO + 1;
@@ -79,7 +77,7 @@ void drop_inherited()
         close_range(behind, ~0U, CLOSE_RANGE_CLOEXEC);
         return;
     }
-    for (unsigned fd = first; fd < 4096; ++fd) {
+    for (unsigned fd = first; fd < 4096; fd++) {
         if (fd < control::first_fd || fd >= behind) {
             fcntl(static_cast<int>(fd), F_SETFD, FD_CLOEXEC);
         }
@@ -107,7 +105,7 @@ void reset_signals()
 
 void prepare_child(const ChildPlan &plan, int out, int err)
 {
-    /* Nothing that the simulator starts may outlive it. */
+    // Nothing that the simulator starts may outlive it.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (plan.own_group) {
         setpgid(0, 0);
@@ -149,15 +147,15 @@ void prepare_child(const ChildPlan &plan, int out, int err)
     _exit(127);
 }
 
-/* What the program calls the runtime of its address sanitizer, as in
- * "libasan.so.8"; empty when it has none. */
+// What the program calls the runtime of its address sanitizer, as in
+// "libasan.so.8"; empty when it has none.
 std::string address_sanitizer_of(const fs::path &program)
 {
-    /* In large pieces: byte by byte it would take longer than most tests. */
+    // In large pieces: byte by byte it would take longer than most tests.
     std::ostringstream whole;
     whole << std::ifstream(program, std::ios::binary).rdbuf();
     const std::string content = whole.str();
-    const std::size_t at = content.find("libasan.so");
+    const size_t at = content.find("libasan.so");
     return at == std::string::npos ? std::string() : std::string(content.c_str() + at);
 }
 
@@ -170,7 +168,7 @@ fs::path driver_library()
         }
         return fs::canonical(wanted);
     }
-    /* In the build tree; beside the executable; installed. */
+    // In the build tree; beside the executable; installed.
     for (const fs::path &candidate : {own_directory() / "../lib" / name, own_directory() / name,
                                       own_directory() / "../lib/tspec" / name}) {
         if (fs::exists(candidate)) {
@@ -203,7 +201,7 @@ void read_available(const Socket &pipe, std::string &text)
     char buffer[4096];
     ssize_t size;
     while (pipe.is_open() && (size = read(pipe.fd(), buffer, sizeof buffer)) > 0) {
-        text.append(buffer, static_cast<std::size_t>(size));
+        text.append(buffer, static_cast<size_t>(size));
     }
 }
 
@@ -283,7 +281,7 @@ bool has_address_sanitizer(const fs::path &program)
 
 std::string sanitizer_options(const char *variable)
 {
-    /* A division by zero must end the daemon as it does on the device. */
+    // A division by zero must end the daemon as it does on the device.
     std::string options = "handle_sigfpe=0";
     if (const char *inherited = std::getenv(variable); inherited && *inherited) {
         options += std::string(":") + inherited;
@@ -294,7 +292,7 @@ std::string sanitizer_options(const char *variable)
 std::string preload_for(const fs::path &program)
 {
     std::string preload = driver_library();
-    /* The runtime wants to be loaded before the driver library. */
+    // The runtime wants to be loaded before the driver library.
     if (std::string runtime = address_sanitizer_of(program); !runtime.empty()) {
         preload = runtime + ":" + preload;
     }

@@ -2,12 +2,10 @@
 
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
-#include <system_error>
-
-#include <sys/socket.h>
-
 #include <fmt/format.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <system_error>
 
 namespace tspec::sim {
 
@@ -33,7 +31,7 @@ void put_data(control::Request &request, std::string_view data)
             fmt::format("text of {} bytes, at most {} fit", data.size(), sizeof request.data));
     }
     std::memcpy(request.data, data.data(), data.size());
-    request.length = static_cast<std::uint32_t>(data.size());
+    request.length = static_cast<uint32_t>(data.size());
 }
 
 control::Request station_request(const Mac &station, const std::string &interface,
@@ -88,8 +86,8 @@ ControlLink::Result ControlLink::receive()
         if (size == 0) {
             return Result::closed;
         }
-        /* A daemon that ended with requests unread resets the channel; its last
-         * reports are still there behind that. */
+        // A daemon that ended with requests unread resets the channel; its last
+        // reports are still there behind that.
         if (errno != EINTR && errno != ECONNRESET) {
             return Result::nothing;
         }

@@ -1,14 +1,13 @@
 #include "sim/lib/decode.h"
 
-#include <algorithm>
-#include <charconv>
-#include <utility>
-
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
 #include "sim/lib/decode_fields.h"
 #include "sim/lib/messages.h"
+
+#include <algorithm>
+#include <charconv>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <utility>
 
 namespace tspec::sim {
 
@@ -38,8 +37,8 @@ Decoded decode_wire(const char *type, ByteView bytes)
     return decoded;
 }
 
-/* mapd's DELTS has the field, too, but nobody reads it there. */
-bool is_response(std::uint8_t cmd)
+// mapd's DELTS has the field, too, but nobody reads it there.
+bool is_response(uint8_t cmd)
 {
     return cmd == TSPEC_ADDTS_RESP_CMD;
 }
@@ -122,7 +121,7 @@ Decoded decode_status(ByteView bytes)
 
 std::string mandatory_text(const tspec_dman_config_msg_t &message)
 {
-    const std::pair<std::uint32_t, std::string> categories[] = {
+    const std::pair<uint32_t, std::string> categories[] = {
         {message.acm_vo, fmt::format("voice {} %", message.limit_vo)},
         {message.acm_vi, fmt::format("video {} %", message.limit_vi)},
         {message.acm_be, fmt::format("best-effort {} %", message.limit_be)},
@@ -136,7 +135,7 @@ std::string mandatory_text(const tspec_dman_config_msg_t &message)
     return mandatory.empty() ? "none" : fmt::format("{}", fmt::join(mandatory, ", "));
 }
 
-/* What comes on top of the limits; nothing where there is none. */
+// What comes on top of the limits; nothing where there is none.
 std::string fast_transition_text(const tspec_dman_config_msg_t &message)
 {
     std::vector<std::string> shares;
@@ -192,7 +191,7 @@ Decoded decode_frame_duration_answer(ByteView bytes)
     return decoded;
 }
 
-/* Sorted by the type byte alone, as the daemon does. */
+// Sorted by the type byte alone, as the daemon does.
 Decoded decode_to_daemon(ByteView bytes)
 {
     switch (bytes.empty() ? 0 : bytes[0]) {
@@ -217,7 +216,7 @@ Decoded decode_to_daemon(ByteView bytes)
 
 Decoded decode_from_daemon(Peer peer, ByteView bytes)
 {
-    std::uint8_t type = bytes.empty() ? 0 : bytes[0];
+    uint8_t type = bytes.empty() ? 0 : bytes[0];
     if (peer == Peer::dman) {
         return decode_report(bytes);
     }
@@ -257,12 +256,12 @@ Decoded decode_datagram(Kind kind, Peer peer, ByteView bytes)
     return peer == Peer::cli ? decode_command(bytes) : decode_to_daemon(bytes);
 }
 
-double percent_of_medium(std::uint32_t medium_time)
+double percent_of_medium(uint32_t medium_time)
 {
     return 100.0 * medium_time / TSPEC_MEDIUM_TIME_PER_SECOND;
 }
 
-std::string result_name(std::uint32_t result_code)
+std::string result_name(uint32_t result_code)
 {
     switch (result_code) {
     case TSPEC_RESULT_ACCEPTED:
@@ -276,7 +275,7 @@ std::string result_name(std::uint32_t result_code)
     }
 }
 
-std::string activity_name(std::uint32_t result_code)
+std::string activity_name(uint32_t result_code)
 {
     switch (result_code) {
     case TSPEC_RESULT_ACCEPTED:

@@ -1,25 +1,24 @@
 #include "sim/lib/decode_fields.h"
 
-#include <cstring>
-
-#include <fmt/format.h>
-
 #include "core/names.h"
 #include "sim/lib/messages.h"
+
+#include <cstring>
+#include <fmt/format.h>
 
 namespace tspec::sim {
 
 namespace {
 
-constexpr std::uint16_t fixed_size_flag = 0x8000;
+constexpr uint16_t fixed_size_flag = 0x8000;
 
-std::string printable(const std::uint8_t *text, std::size_t room)
+std::string printable(const uint8_t *text, size_t room)
 {
     const char *begin = reinterpret_cast<const char *>(text);
     return std::string(begin, strnlen(begin, room));
 }
 
-std::string command_name(std::uint8_t cmd)
+std::string command_name(uint8_t cmd)
 {
     if (const char *name = tspec_cmd_name(cmd)) {
         return name;
@@ -27,25 +26,25 @@ std::string command_name(std::uint8_t cmd)
     return cmd == TSPEC_FBT_ADDTS_CMD ? "TSPEC_FBT_ADDTS_CMD" : fmt::format("command {}", cmd);
 }
 
-std::string frame_size(std::uint32_t nominal)
+std::string frame_size(uint32_t nominal)
 {
-    return fmt::format("{} bytes{}", nominal & ~std::uint32_t{fixed_size_flag},
+    return fmt::format("{} bytes{}", nominal & ~uint32_t{fixed_size_flag},
                        nominal & fixed_size_flag ? ", fixed" : "");
 }
 
-void add_ts_info(FieldList &list, const std::uint8_t *ts_info)
+void add_ts_info(FieldList &list, const uint8_t *ts_info)
 {
     list.words("ts_info", hex_of(ByteView(ts_info, 3)));
     list.number("ts_info.tid", ts_info_tid(ts_info));
-    std::uint8_t direction = ts_info_direction(ts_info);
+    uint8_t direction = ts_info_direction(ts_info);
     list.number("ts_info.direction", direction, direction_name(direction));
-    std::uint8_t priority = ts_info_user_priority(ts_info);
+    uint8_t priority = ts_info_user_priority(ts_info);
     list.number("ts_info.user_priority", priority);
-    std::uint8_t ac = ac_of_user_priority(priority);
+    uint8_t ac = ac_of_user_priority(priority);
     list.number("access_category", ac, access_category_name(ac));
 }
 
-/* The fields that element and body share. */
+// The fields that element and body share.
 template <typename Wire>
 void add_tspec(FieldList &list, const Wire &tspec)
 {
@@ -83,7 +82,7 @@ void add_status_entry(FieldList &list, const std::string &place,
 
 } // namespace
 
-void FieldList::number(std::string name, std::uint64_t value, std::string text)
+void FieldList::number(std::string name, uint64_t value, std::string text)
 {
     std::string digits = std::to_string(value);
     if (text.empty()) {
@@ -100,12 +99,12 @@ void FieldList::words(std::string name, std::string value, std::string text)
     fields_.push_back({std::move(name), std::nullopt, std::move(value), std::move(text)});
 }
 
-void FieldList::mac(std::string name, const std::uint8_t *octets)
+void FieldList::mac(std::string name, const uint8_t *octets)
 {
     words(std::move(name), Mac::from(octets).text());
 }
 
-void FieldList::medium_time(std::string name, std::uint32_t value)
+void FieldList::medium_time(std::string name, uint32_t value)
 {
     number(std::move(name), value, fmt::format("{} ({:.2f} %)", value, percent_of_medium(value)));
 }
@@ -188,11 +187,11 @@ std::vector<Field> fields_of(const tspec_mapd_status_msg_t &message)
     list.number("tot_rejected", message.tot_rejected);
     list.number("tot_roam_accepted", message.tot_roam_accepted);
     list.number("tot_roam_rejected", message.tot_roam_rejected);
-    for (int radio = 0; radio < TSPEC_NUM_RADIOS; ++radio) {
+    for (int radio = 0; radio < TSPEC_NUM_RADIOS; radio++) {
         add_status_entry(list, fmt::format("radio[{}]", radio), message.radio[radio]);
     }
-    for (int radio = 0; radio < TSPEC_NUM_RADIOS; ++radio) {
-        for (int vap = 0; vap < TSPEC_VAPS_PER_RADIO; ++vap) {
+    for (int radio = 0; radio < TSPEC_NUM_RADIOS; radio++) {
+        for (int vap = 0; vap < TSPEC_VAPS_PER_RADIO; vap++) {
             add_status_entry(list, fmt::format("vap[{}][{}]", radio, vap), message.vap[radio][vap]);
         }
     }
@@ -255,7 +254,7 @@ std::vector<Field> fields_of(const tspec_frame_dur_rsp_t &message)
     return list.take();
 }
 
-std::string interface_name(std::uint8_t radio_unit, std::uint8_t vap)
+std::string interface_name(uint8_t radio_unit, uint8_t vap)
 {
     if (radio_unit < 1 || radio_unit > TSPEC_NUM_RADIOS) {
         return fmt::format("radio {}", radio_unit);
@@ -264,12 +263,12 @@ std::string interface_name(std::uint8_t radio_unit, std::uint8_t vap)
                     : fmt::format("wlan{}vap{}", radio_unit - 1, vap);
 }
 
-std::string access_category_name(std::uint8_t ac_idx)
+std::string access_category_name(uint8_t ac_idx)
 {
     return tspec_ac_name(ac_idx);
 }
 
-std::string direction_name(std::uint8_t direction)
+std::string direction_name(uint8_t direction)
 {
     return tspec_dir_name(direction);
 }

@@ -1,9 +1,9 @@
-/*
- * What the decoders share: field lists of the wire structures, and the decoders
- * of everything else. Internal.
- */
-#ifndef TSPEC_SIM_LIB_DECODE_FIELDS_H
-#define TSPEC_SIM_LIB_DECODE_FIELDS_H
+// What the decoders share: field lists of the wire structures, and the decoders
+// of everything else. Internal.
+#pragma once
+
+#include "sim/lib/decode.h"
+#include "tspec/message.h"
 
 #include <cstdint>
 #include <span>
@@ -11,18 +11,15 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/lib/decode.h"
-#include "tspec/message.h"
-
 namespace tspec::sim {
 
 class FieldList {
   public:
-    /* text defaults to the number itself. */
-    void number(std::string name, std::uint64_t value, std::string text = {});
+    // text defaults to the number itself.
+    void number(std::string name, uint64_t value, std::string text = {});
     void words(std::string name, std::string value, std::string text = {});
-    void mac(std::string name, const std::uint8_t *octets);
-    void medium_time(std::string name, std::uint32_t value);
+    void mac(std::string name, const uint8_t *octets);
+    void medium_time(std::string name, uint32_t value);
 
     std::vector<Field> take() { return std::move(fields_); }
 
@@ -39,31 +36,29 @@ std::vector<Field> fields_of(const tspec_dman_violation_interval_msg_t &message)
 std::vector<Field> fields_of(const tspec_frame_dur_req_t &message);
 std::vector<Field> fields_of(const tspec_frame_dur_rsp_t &message);
 
-/* What a command code is called. */
+// What a command code is called.
 struct CommandTitle {
-    std::uint8_t code;
+    uint8_t code;
     const char *title;
     const char *name;
 };
 
-void set_title(Decoded &decoded, std::span<const CommandTitle> titles, std::uint8_t code);
+void set_title(Decoded &decoded, std::span<const CommandTitle> titles, uint8_t code);
 
-/* Empty when there is no such field. */
+// Empty when there is no such field.
 std::string text_of_field(const Decoded &decoded, std::string_view name);
 
 Decoded decode_status_request(ByteView bytes);
-Decoded decode_report(ByteView bytes);  /* dman's text answers */
-Decoded decode_command(ByteView bytes); /* operator's */
+Decoded decode_report(ByteView bytes);  // dman's text answers
+Decoded decode_command(ByteView bytes); // operator's
 Decoded decode_pong(ByteView bytes);
 Decoded decode_unknown(ByteView bytes);
 
-/* "wlan0", "wlan1vap3"; "radio 7" for a number that is none. */
-std::string interface_name(std::uint8_t radio_unit, std::uint8_t vap = 0);
+// "wlan0", "wlan1vap3"; "radio 7" for a number that is none.
+std::string interface_name(uint8_t radio_unit, uint8_t vap = 0);
 
-/* "voice", "video", "best-effort", "background", "unknown". */
-std::string access_category_name(std::uint8_t ac_idx);
-std::string direction_name(std::uint8_t direction);
+// "voice", "video", "best-effort", "background", "unknown".
+std::string access_category_name(uint8_t ac_idx);
+std::string direction_name(uint8_t direction);
 
 } // namespace tspec::sim
-
-#endif

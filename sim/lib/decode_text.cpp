@@ -1,12 +1,9 @@
-/*
- * Decoders of everything that is not a wire structure: texts of dman, operator
- * commands, and the unknown.
- */
+// Decoders of everything that is not a wire structure: texts of dman, operator
+// commands, and the unknown.
 #include "sim/lib/decode_fields.h"
 
 #include <algorithm>
 #include <charconv>
-
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -25,12 +22,12 @@ constexpr CommandTitle operator_commands[] = {
 
 void add_line(FieldList &list, std::string_view line)
 {
-    std::size_t equals = line.find('=');
+    size_t equals = line.find('=');
     if (equals == std::string_view::npos) {
         return;
     }
     std::string_view value = line.substr(equals + 1);
-    std::uint64_t number = 0;
+    uint64_t number = 0;
     auto [rest, error] = std::from_chars(value.data(), value.data() + value.size(), number);
     if (error == std::errc() && rest == value.data() + value.size()) {
         list.number(std::string(line.substr(0, equals)), number);
@@ -41,7 +38,7 @@ void add_line(FieldList &list, std::string_view line)
 
 } // namespace
 
-void set_title(Decoded &decoded, std::span<const CommandTitle> titles, std::uint8_t code)
+void set_title(Decoded &decoded, std::span<const CommandTitle> titles, uint8_t code)
 {
     auto entry = std::find_if(titles.begin(), titles.end(),
                               [code](const CommandTitle &title) { return title.code == code; });
@@ -75,7 +72,7 @@ Decoded decode_status_request(ByteView bytes)
     return decoded;
 }
 
-/* The reports of dman: key=value lines with a NUL after them, or "end". */
+// The reports of dman: key=value lines with a NUL after them, or "end".
 Decoded decode_report(ByteView bytes)
 {
     Decoded decoded;
@@ -83,9 +80,9 @@ Decoded decode_report(ByteView bytes)
     std::string text = text_of(bytes);
     text.resize(std::min(text.find('\0'), text.size()));
     FieldList list;
-    std::size_t begin = 0;
+    size_t begin = 0;
     while (begin < text.size()) {
-        std::size_t end = std::min(text.find('\n', begin), text.size());
+        size_t end = std::min(text.find('\n', begin), text.size());
         add_line(list, std::string_view(text).substr(begin, end - begin));
         begin = end + 1;
     }
@@ -117,7 +114,7 @@ Decoded decode_command(ByteView bytes)
     Decoded decoded;
     decoded.type = "CLI command";
     FieldList list;
-    std::uint8_t code = bytes.empty() ? 0 : bytes[0];
+    uint8_t code = bytes.empty() ? 0 : bytes[0];
     set_title(decoded, operator_commands, code);
     list.number("code", code, decoded.title);
     decoded.summary = decoded.title;

@@ -1,20 +1,16 @@
-/*
- * Every kind of event in one line.
- */
+// Every kind of event in one line.
 #include "sim/lib/decode.h"
+#include "sim/lib/decode_fields.h"
 
 #include <cstring>
-
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-
-#include "sim/lib/decode_fields.h"
 
 namespace tspec::sim {
 
 namespace {
 
-/* One printable line out of any text. */
+// One printable line out of any text.
 std::string visible(std::string_view text)
 {
     std::string line;
@@ -81,7 +77,7 @@ Decoded decode_syslog(const Event &event)
                             fmt::format("{}: {}", line.ident, visible(line.text)));
     FieldList list;
     list.words("ident", line.ident);
-    list.number("priority", static_cast<std::uint64_t>(line.priority));
+    list.number("priority", static_cast<uint64_t>(line.priority));
     list.words("text", line.text);
     decoded.fields = list.take();
     return decoded;
@@ -104,7 +100,7 @@ Decoded decode_query(const Event &event)
     FieldList list;
     list.words("interface", query.interface);
     list.words("sta_mac", query.station.text());
-    list.number("error", static_cast<std::uint64_t>(query.error));
+    list.number("error", static_cast<uint64_t>(query.error));
     list.words("reply", query.reply);
     decoded.fields = list.take();
     return decoded;

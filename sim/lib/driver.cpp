@@ -1,15 +1,15 @@
 #include "sim/lib/driver.h"
 
-#include <algorithm>
-#include <utility>
-
 #include "sim/lib/access_point.h"
 #include "sim/lib/control_link.h"
 #include "sim/lib/messages.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace tspec::sim {
 
-StationAnswer StationAnswer::flags(std::uint32_t flags)
+StationAnswer StationAnswer::flags(uint32_t flags)
 {
     return {.text = client_status_text(flags)};
 }

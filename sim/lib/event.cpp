@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
-
 #include <fmt/format.h>
+#include <iterator>
 
 namespace tspec::sim {
 

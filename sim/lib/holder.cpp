@@ -1,14 +1,12 @@
 #include "sim/lib/holder.h"
 
+#include <fmt/format.h>
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <sys/stat.h>
 #include <system_error>
 #include <vector>
-
-#include <sys/stat.h>
-
-#include <fmt/format.h>
 
 namespace tspec::sim {
 

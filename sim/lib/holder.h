@@ -1,10 +1,9 @@
 // Who holds a port, an abstract name or a local socket of this machine.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
-
-#include <cstdint>
 
 namespace tspec::sim {
 

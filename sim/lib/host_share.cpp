@@ -1,27 +1,25 @@
 #include "sim/lib/host_share.h"
 
-#include <cerrno>
-#include <chrono>
-#include <cstdlib>
-#include <stdexcept>
-#include <string>
-#include <system_error>
-#include <thread>
-
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <sys/file.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <fmt/format.h>
-
 #include "sim/lib/fixed_ports.h"
 #include "sim/lib/holder.h"
 #include "sim/lib/socket.h"
 #include "tspec/message.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <netinet/in.h>
+#include <stdexcept>
+#include <string>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
 
 namespace tspec::sim {
 
@@ -33,7 +31,7 @@ using namespace std::chrono_literals;
 
 constexpr auto longest_turn = 15min;
 
-/* The descriptor that the starting program has left; it goes no further than here. */
+// The descriptor that the starting program has left; it goes no further than here.
 std::optional<int> inherited_lock()
 {
     const char *number = std::getenv(host_lock_variable);
@@ -54,8 +52,8 @@ int open_lock()
     if (std::optional<int> inherited = inherited_lock()) {
         return *inherited;
     }
-    /* Opened before created: in /tmp another user's file may not be opened with
-     * O_CREAT, yet a lock needs no more than reading. */
+    // Opened before created: in /tmp another user's file may not be opened with
+    // O_CREAT, yet a lock needs no more than reading.
     int fd = open(host_lock_path, O_RDONLY | O_CLOEXEC);
     if (fd < 0) {
         fd = open(host_lock_path, O_RDONLY | O_CREAT | O_CLOEXEC, 0644);
@@ -72,7 +70,7 @@ int open_lock()
         "{} is taken; another access point, real or simulated, is running here", place));
 }
 
-bool port_is_free(std::uint16_t port)
+bool port_is_free(uint16_t port)
 {
     Socket socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     sockaddr_in any{};
@@ -107,7 +105,7 @@ bool pipe_is_alive(const fs::path &path)
     return writer.is_open() || errno != ENXIO;
 }
 
-/* Removes what nobody is alive behind. */
+// Removes what nobody is alive behind.
 bool path_is_free(const fs::path &path)
 {
     struct stat status {};
@@ -137,7 +135,7 @@ std::string TakenPlace::text() const
 std::vector<TakenPlace> taken_places(const HostUse &use)
 {
     std::vector<TakenPlace> taken;
-    for (std::uint16_t port : use.ports) {
+    for (uint16_t port : use.ports) {
         if (!port_is_free(port)) {
             taken.push_back({fmt::format("UDP port {}", port), port, holder_of_port(port)});
         }

@@ -2,31 +2,29 @@
 
 #include <algorithm>
 #include <cmath>
-
 #include <fmt/format.h>
 
 namespace tspec::sim {
 
 namespace {
 
-constexpr std::uint16_t fixed_size_flag = 0x8000;
-constexpr std::uint8_t user_priority_to_ac[8] = {TSPEC_AC_BE, TSPEC_AC_BK, TSPEC_AC_BK,
-                                                 TSPEC_AC_BE, TSPEC_AC_VI, TSPEC_AC_VI,
-                                                 TSPEC_AC_VO, TSPEC_AC_VO};
+constexpr uint16_t fixed_size_flag = 0x8000;
+constexpr uint8_t user_priority_to_ac[8] = {TSPEC_AC_BE, TSPEC_AC_BK, TSPEC_AC_BK, TSPEC_AC_BE,
+                                            TSPEC_AC_VI, TSPEC_AC_VI, TSPEC_AC_VO, TSPEC_AC_VO};
 
-void copy_ssid(std::uint8_t *place, const std::string &ssid)
+void copy_ssid(uint8_t *place, const std::string &ssid)
 {
-    std::copy_n(ssid.begin(), std::min<std::size_t>(ssid.size(), TSPEC_SSID_LEN), place);
+    std::copy_n(ssid.begin(), std::min<size_t>(ssid.size(), TSPEC_SSID_LEN), place);
 }
 
-/* The fields that element and body share. */
+// The fields that element and body share.
 template <typename Wire>
 void fill(Wire &wire, const TrafficSpec &spec)
 {
     TsInfo info = spec.info();
     std::copy(info.begin(), info.end(), wire.ts_info);
-    std::uint16_t flag = spec.fixed_size ? fixed_size_flag : std::uint16_t{0};
-    wire.nominal_msdu_size = static_cast<std::uint16_t>(spec.nominal_msdu_size | flag);
+    uint16_t flag = spec.fixed_size ? fixed_size_flag : uint16_t{0};
+    wire.nominal_msdu_size = static_cast<uint16_t>(spec.nominal_msdu_size | flag);
     wire.max_msdu_size = spec.max_msdu_size;
     wire.min_service_interval = spec.min_service_interval;
     wire.max_service_interval = spec.max_service_interval;
@@ -44,7 +42,7 @@ void fill(Wire &wire, const TrafficSpec &spec)
 }
 
 template <typename Tail>
-Bytes joined(std::initializer_list<std::uint8_t> head, const Tail &tail)
+Bytes joined(std::initializer_list<uint8_t> head, const Tail &tail)
 {
     Bytes bytes(head.size() + std::size(tail));
     auto place = std::copy(head.begin(), head.end(), bytes.begin());
@@ -54,35 +52,35 @@ Bytes joined(std::initializer_list<std::uint8_t> head, const Tail &tail)
 
 } // namespace
 
-TsInfo encode_ts_info(std::uint8_t tid, std::uint8_t direction, std::uint8_t user_priority)
+TsInfo encode_ts_info(uint8_t tid, uint8_t direction, uint8_t user_priority)
 {
-    return {static_cast<std::uint8_t>((tid & 0x0f) << 1 | (direction & 0x03) << 5),
-            static_cast<std::uint8_t>((user_priority & 0x07) << 3), 0};
+    return {static_cast<uint8_t>((tid & 0x0f) << 1 | (direction & 0x03) << 5),
+            static_cast<uint8_t>((user_priority & 0x07) << 3), 0};
 }
 
-std::uint8_t ts_info_tid(const std::uint8_t *ts_info)
+uint8_t ts_info_tid(const uint8_t *ts_info)
 {
-    return static_cast<std::uint8_t>((ts_info[0] >> 1) & 0x0f);
+    return static_cast<uint8_t>((ts_info[0] >> 1) & 0x0f);
 }
 
-std::uint8_t ts_info_direction(const std::uint8_t *ts_info)
+uint8_t ts_info_direction(const uint8_t *ts_info)
 {
-    return static_cast<std::uint8_t>((ts_info[0] >> 5) & 0x03);
+    return static_cast<uint8_t>((ts_info[0] >> 5) & 0x03);
 }
 
-std::uint8_t ts_info_user_priority(const std::uint8_t *ts_info)
+uint8_t ts_info_user_priority(const uint8_t *ts_info)
 {
-    return static_cast<std::uint8_t>((ts_info[1] >> 3) & 0x07);
+    return static_cast<uint8_t>((ts_info[1] >> 3) & 0x07);
 }
 
-std::uint8_t ac_of_user_priority(std::uint8_t user_priority)
+uint8_t ac_of_user_priority(uint8_t user_priority)
 {
     return user_priority_to_ac[user_priority & 0x07];
 }
 
-std::uint16_t surplus_of(double factor)
+uint16_t surplus_of(double factor)
 {
-    return static_cast<std::uint16_t>(std::lround(factor * 8192.0));
+    return static_cast<uint16_t>(std::lround(factor * 8192.0));
 }
 
 TsInfo TrafficSpec::info() const
@@ -153,7 +151,7 @@ tspec_mapd_msg_t MapdMessage::wire() const
     return message;
 }
 
-Bytes MapdMessage::response_to(const tspec_mapd_msg_t &request, std::uint8_t result)
+Bytes MapdMessage::response_to(const tspec_mapd_msg_t &request, uint8_t result)
 {
     tspec_mapd_msg_t response = request;
     response.msg_type = TSPEC_MAPD_MSG;
@@ -205,7 +203,7 @@ Bytes status_request(std::string_view text)
     return bytes;
 }
 
-Bytes frame_duration_answer(std::uint32_t microseconds)
+Bytes frame_duration_answer(uint32_t microseconds)
 {
     tspec_frame_dur_rsp_t answer{};
     answer.marker = TSPEC_FRAME_DUR_MARKER;
@@ -218,9 +216,9 @@ Bytes cli_ping()
     return {TSPEC_CLI_PING_CMD};
 }
 
-Bytes cli_debug(const std::vector<std::uint8_t> &levels)
+Bytes cli_debug(const std::vector<uint8_t> &levels)
 {
-    return joined({TSPEC_CLI_DEBUG_CMD, static_cast<std::uint8_t>(levels.size())}, levels);
+    return joined({TSPEC_CLI_DEBUG_CMD, static_cast<uint8_t>(levels.size())}, levels);
 }
 
 Bytes cli_delete_client(const Mac &station)
@@ -228,29 +226,29 @@ Bytes cli_delete_client(const Mac &station)
     return joined({TSPEC_CLI_DEL_CLIENT_CMD}, station.octets);
 }
 
-Bytes cli_delete_stream(const Mac &station, std::uint8_t tid)
+Bytes cli_delete_stream(const Mac &station, uint8_t tid)
 {
     Bytes bytes = joined({TSPEC_CLI_DEL_TID_CMD}, station.octets);
     bytes.push_back(tid);
     return bytes;
 }
 
-Bytes cli_disassociation_mode(std::uint8_t mode)
+Bytes cli_disassociation_mode(uint8_t mode)
 {
     return {TSPEC_CLI_DISASSOC_MODE_CMD, mode};
 }
 
 Bytes cli_show(bool all)
 {
-    return {TSPEC_CLI_SHOW_CMD, all ? std::uint8_t{1} : std::uint8_t{0}};
+    return {TSPEC_CLI_SHOW_CMD, all ? uint8_t{1} : uint8_t{0}};
 }
 
-std::string client_status_text(std::uint32_t flags)
+std::string client_status_text(uint32_t flags)
 {
     return fmt::format("client_status={:x}\n", flags);
 }
 
-std::string channel_utilisation_text(std::uint32_t utilisation)
+std::string channel_utilisation_text(uint32_t utilisation)
 {
     return fmt::format("channel_util {}\n", utilisation);
 }

@@ -1,26 +1,24 @@
 #include "sim/lib/namespaces.h"
 
+#include "sim/lib/host_share.h"
+#include "sim/lib/socket.h"
+#include "tspec/message.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <system_error>
-
 #include <fcntl.h>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
-
-#include <fmt/format.h>
-
-#include "sim/lib/host_share.h"
-#include "sim/lib/socket.h"
-#include "tspec/message.h"
 
 namespace tspec::sim {
 
@@ -28,8 +26,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/* Everything in a /tmp is made visible again one by one; a /tmp fuller than
- * this is cut, directories first in. */
+// Everything in a /tmp is made visible again one by one; a /tmp fuller than
+// this is cut, directories first in.
 constexpr int max_tmp_entries = 1000;
 
 constexpr const char *device_files[] = {"null", "zero", "full", "random", "urandom", "tty"};
@@ -99,7 +97,7 @@ void mount_tmpfs(const char *path, const char *mode)
     require(mount("tmpfs", path, "tmpfs", MS_NOSUID, mode) == 0, fmt::format("mount on {}", path));
 }
 
-/* Shows what is in a covered directory under its old name again. */
+// Shows what is in a covered directory under its old name again.
 bool show_again(const fs::path &covered, const fs::path &place)
 {
     struct stat status {};
@@ -121,7 +119,7 @@ bool show_again(const fs::path &covered, const fs::path &place)
     return mount(covered.c_str(), place.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
 }
 
-/* What every world has for itself. */
+// What every world has for itself.
 bool is_fixed_path(const fs::path &path)
 {
     return path == TSPEC_DMAN_SOCK_PATH || path == SNMP_TRAP_TSPEC_FIFO_FILE ||
@@ -141,7 +139,7 @@ void show_tmp_entries(int host_tmp)
                 continue;
             }
             show_again(entry.path(), place);
-            ++shown;
+            shown++;
         }
     }
 }
@@ -205,7 +203,7 @@ std::string why_no_namespaces()
     char buffer[256];
     ssize_t size;
     while ((size = read(ends[0], buffer, sizeof buffer)) > 0) {
-        reason.append(buffer, static_cast<std::size_t>(size));
+        reason.append(buffer, static_cast<size_t>(size));
     }
     close(ends[0]);
     int status = 0;

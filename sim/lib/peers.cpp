@@ -1,19 +1,18 @@
 #include "sim/lib/peers.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <system_error>
-
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "sim/lib/access_point.h"
 #include "sim/lib/child_process.h"
 #include "sim/lib/control_link.h"
 #include "sim/lib/messages.h"
 #include "sim/lib/private_world.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
 
 namespace tspec::sim {
 
@@ -29,7 +28,7 @@ constexpr const char *trap_path = SNMP_TRAP_TSPEC_FIFO_FILE;
 
 } // namespace
 
-UdpPeer::UdpPeer(AccessPoint &access_point, Peer who, std::uint16_t port)
+UdpPeer::UdpPeer(AccessPoint &access_point, Peer who, uint16_t port)
     : access_point_(access_point), who_(who), port_(port)
 {
 }
@@ -57,7 +56,7 @@ void UdpPeer::send(ByteView datagram)
 
 namespace frame_duration {
 
-FrameDurationPolicy normal(std::uint32_t microseconds)
+FrameDurationPolicy normal(uint32_t microseconds)
 {
     return late(microseconds, Duration(0));
 }
@@ -72,7 +71,7 @@ FrameDurationPolicy empty()
     return [](const tspec_frame_dur_req_t &) { return FrameDurationAnswer{}; };
 }
 
-FrameDurationPolicy wrong_marker(std::uint32_t microseconds)
+FrameDurationPolicy wrong_marker(uint32_t microseconds)
 {
     return [=](const tspec_frame_dur_req_t &) {
         Bytes datagram = frame_duration_answer(microseconds);
@@ -81,7 +80,7 @@ FrameDurationPolicy wrong_marker(std::uint32_t microseconds)
     };
 }
 
-FrameDurationPolicy short_answer(std::size_t bytes)
+FrameDurationPolicy short_answer(size_t bytes)
 {
     return [=](const tspec_frame_dur_req_t &) {
         Bytes datagram = frame_duration_answer(400);
@@ -90,7 +89,7 @@ FrameDurationPolicy short_answer(std::size_t bytes)
     };
 }
 
-FrameDurationPolicy late(std::uint32_t microseconds, Duration delay)
+FrameDurationPolicy late(uint32_t microseconds, Duration delay)
 {
     return [=](const tspec_frame_dur_req_t &) {
         return FrameDurationAnswer{.datagram = frame_duration_answer(microseconds), .delay = delay};
@@ -106,7 +105,7 @@ Hostapd::Hostapd(AccessPoint &access_point)
 
 Mapd::Mapd(AccessPoint &access_point) : UdpPeer(access_point, Peer::mapd, TSPEC_MAPD_PORT) {}
 
-void Mapd::answer_requests(std::optional<std::uint8_t> result)
+void Mapd::answer_requests(std::optional<uint8_t> result)
 {
     if (!result) {
         react({});
@@ -233,7 +232,7 @@ void TrapPipe::fill()
         fail(trap_path);
     }
     const Bytes page(4096, '#');
-    for (std::size_t size : {page.size(), std::size_t{1}}) {
+    for (size_t size : {page.size(), size_t{1}}) {
         while (write(writer.fd(), page.data(), size) > 0) {
         }
     }

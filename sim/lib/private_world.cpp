@@ -1,15 +1,14 @@
 #include "sim/lib/private_world.h"
 
+#include "sim/lib/host_share.h"
+#include "sim/lib/namespaces.h"
+
 #include <cstdlib>
+#include <fmt/format.h>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
-
-#include <fmt/format.h>
-
-#include "sim/lib/host_share.h"
-#include "sim/lib/namespaces.h"
 
 namespace tspec::sim {
 

@@ -1,16 +1,15 @@
 #include "sim/lib/probe.h"
 
+#include "sim/driver/control.h"
+
 #include <algorithm>
 #include <filesystem>
+#include <fmt/format.h>
 #include <fstream>
 #include <initializer_list>
 #include <sstream>
 #include <stdexcept>
 #include <string_view>
-
-#include <fmt/format.h>
-
-#include "sim/driver/control.h"
 
 namespace tspec::sim {
 
@@ -47,18 +46,18 @@ std::vector<OpenDescriptor> open_descriptors(int pid)
 
 namespace {
 
-/* Sum of the lines of the process's memory map that have one of the keys. */
-std::uint64_t memory_kb(int pid, std::initializer_list<std::string_view> keys)
+// Sum of the lines of the process's memory map that have one of the keys.
+uint64_t memory_kb(int pid, std::initializer_list<std::string_view> keys)
 {
     std::ifstream file(fmt::format("/proc/{}/smaps_rollup", pid));
     if (!file) {
         throw std::runtime_error(fmt::format("cannot read the memory map of process {}", pid));
     }
-    std::uint64_t total = 0;
+    uint64_t total = 0;
     std::string word;
     while (file >> word) {
         if (std::find(keys.begin(), keys.end(), word) != keys.end()) {
-            std::uint64_t kilobytes = 0;
+            uint64_t kilobytes = 0;
             file >> kilobytes;
             total += kilobytes;
         }
@@ -68,24 +67,24 @@ std::uint64_t memory_kb(int pid, std::initializer_list<std::string_view> keys)
 
 } // namespace
 
-std::uint64_t private_memory_kb(int pid)
+uint64_t private_memory_kb(int pid)
 {
     return memory_kb(pid, {"Private_Clean:", "Private_Dirty:"});
 }
 
-std::uint64_t anonymous_memory_kb(int pid)
+uint64_t anonymous_memory_kb(int pid)
 {
     return memory_kb(pid, {"Anonymous:", "Swap:"});
 }
 
-bool is_bound(std::uint16_t port)
+bool is_bound(uint16_t port)
 {
     std::string wanted = fmt::format(":{:04X}", port);
     for (const char *table : {"/proc/self/net/udp", "/proc/self/net/udp6"}) {
         std::ifstream file(table);
         std::string line;
         while (std::getline(file, line)) {
-            /* The local address comes second. */
+            // The local address comes second.
             std::istringstream words(line);
             std::string number, local;
             if (words >> number >> local && local.ends_with(wanted)) {

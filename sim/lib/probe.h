@@ -1,8 +1,5 @@
-/*
- * Resources of running processes, read from /proc.
- */
-#ifndef TSPEC_SIM_LIB_PROBE_H
-#define TSPEC_SIM_LIB_PROBE_H
+// Resources of running processes, read from /proc.
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -12,24 +9,22 @@ namespace tspec::sim {
 
 struct OpenDescriptor {
     int fd;
-    std::string target; /* "socket:[1234]", "/dev/null" */
+    std::string target; // "socket:[1234]", "/dev/null"
 };
 
-/* The daemon's own descriptors by number; those that the driver library holds
- * are left out. Throws std::runtime_error when the process is gone. */
+// The daemon's own descriptors by number; those that the driver library holds
+// are left out. Throws std::runtime_error when the process is gone.
 std::vector<OpenDescriptor> open_descriptors(int pid);
 
-/* Memory that the process shares with nobody, in kilobytes. The pages of its
- * program count while no other process runs the same one. */
-std::uint64_t private_memory_kb(int pid);
+// Memory that the process shares with nobody, in kilobytes. The pages of its
+// program count while no other process runs the same one.
+uint64_t private_memory_kb(int pid);
 
-/* Memory that the process has written to, heap and stack among it, in kilobytes.
- * It does not depend on other processes. */
-std::uint64_t anonymous_memory_kb(int pid);
+// Memory that the process has written to, heap and stack among it, in kilobytes.
+// It does not depend on other processes.
+uint64_t anonymous_memory_kb(int pid);
 
-/* Whether any socket on this host has the UDP port. */
-bool is_bound(std::uint16_t port);
+// Whether any socket on this host has the UDP port.
+bool is_bound(uint16_t port);
 
 } // namespace tspec::sim
-
-#endif

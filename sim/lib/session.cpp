@@ -1,14 +1,12 @@
 #include "sim/lib/session.h"
 
-#include <algorithm>
-
-#include <poll.h>
-#include <signal.h>
-
-#include <fmt/format.h>
-
 #include "sim/lib/decode.h"
 #include "sim/lib/private_world.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fmt/format.h>
+#include <poll.h>
 
 namespace tspec::sim {
 
@@ -16,9 +14,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/* Datagrams that may wait unread before a sender is slowed down; the kernel's
- * queues hold several times as many. */
-constexpr std::size_t unread_limit = 64;
+// Datagrams that may wait unread before a sender is slowed down; the kernel's
+// queues hold several times as many.
+constexpr size_t unread_limit = 64;
 
 control::Request clock_request(Clock clock, Time time, Duration ahead)
 {
@@ -113,7 +111,7 @@ AccessPoint::Session::request(control::Request request_to_make)
         wait_for_end();
         return std::nullopt;
     }
-    std::uint32_t id = request_to_make.id;
+    uint32_t id = request_to_make.id;
     awaited_[id] = std::nullopt;
     while (running() && !awaited_[id]) {
         pump();
@@ -123,7 +121,7 @@ AccessPoint::Session::request(control::Request request_to_make)
     return done;
 }
 
-std::optional<AccessPoint::Session::Done> AccessPoint::Session::barrier(std::uint32_t flags)
+std::optional<AccessPoint::Session::Done> AccessPoint::Session::barrier(uint32_t flags)
 {
     control::Request question = make_request(control::RequestType::barrier);
     question.flags = flags;
@@ -141,9 +139,9 @@ void AccessPoint::Session::check_patience(SteadyClock::time_point since, const c
     }
 }
 
-/* Waits for the next report and takes all that are there; returns sooner when
- * an answer falls due or the given time is reached. Throws when patience ends
- * first. */
+// Waits for the next report and takes all that are there; returns sooner when
+// an answer falls due or the given time is reached. Throws when patience ends
+// first.
 void AccessPoint::Session::pump(std::optional<SteadyClock::time_point> until)
 {
     SteadyClock::time_point begin = SteadyClock::now();
@@ -164,7 +162,7 @@ void AccessPoint::Session::pump(std::optional<SteadyClock::time_point> until)
         if (!simulated() && !due_.empty()) {
             limit = std::min(limit, std::chrono::milliseconds(until_next_answer() / 1000));
         }
-        /* A process that has closed its output must not make this spin. */
+        // A process that has closed its output must not make this spin.
         bool only_streams_ended = false;
         int ready = poll(sources.data(), sources.size(), static_cast<int>(limit.count()));
         if (ready > 0) {
@@ -213,7 +211,7 @@ void AccessPoint::Session::follow(const std::vector<int> &descriptors)
     for (const Interrupt &interrupt : ap_.interrupts_) {
         sources.push_back({interrupt.fd, interrupt.events, 0});
     }
-    std::size_t known = ap_.history_.size();
+    size_t known = ap_.history_.size();
     bool called = false;
     while (running() && !called && ap_.history_.size() == known) {
         int limit = due_.empty() ? -1 : static_cast<int>(until_next_answer() / 1000) + 1;
@@ -253,7 +251,7 @@ void AccessPoint::Session::note_end()
     SteadyClock::time_point begin = SteadyClock::now();
     std::optional<ProcessEnd> end;
     while (!(end = child_->reap())) {
-        /* The descriptor closes a moment before the process can be collected. */
+        // The descriptor closes a moment before the process can be collected.
         poll(nullptr, 0, 1);
         check_patience(begin, "end of the process after it closed its descriptors");
     }
@@ -272,7 +270,7 @@ void AccessPoint::Session::wait_until_ready()
 
 void AccessPoint::Session::settle()
 {
-    for (int round = 0; running(); ++round) {
+    for (int round = 0; running(); round++) {
         if (round == ap_.options_.most_rounds) {
             throw TimeOut("the daemon and its peers go on answering each other for ever");
         }
@@ -326,9 +324,9 @@ void AccessPoint::Session::wait_for_end()
     }
 }
 
-/* The order of sending is to be the order of handling, and no queue of the
- * kernel may overflow. What a peer sends on its own while the daemon is served
- * cannot wait for the daemon. */
+// The order of sending is to be the order of handling, and no queue of the
+// kernel may overflow. What a peer sends on its own while the daemon is served
+// cannot wait for the daemon.
 bool AccessPoint::Session::must_wait_before(Door door) const
 {
     if (!running() || held_ || pumping_ > 0 || door == Door::reply) {
@@ -359,10 +357,10 @@ void AccessPoint::Session::send(Door door, const Socket &from, Peer who, ByteVie
         settle();
     }
     std::deque<Unread> &queue = unread_[door];
-    /* Noted first: the daemon may be faster than we are. */
+    // Noted first: the daemon may be faster than we are.
     queue.push_back(
         {who, local_port(from), Bytes(bytes.begin(), bytes.end()), Time{Duration(wall_)}});
-    ++sends_;
+    sends_++;
     SteadyClock::time_point begin = SteadyClock::now();
     Sent result;
     while ((result = hand_over()) == Sent::queue_full && running()) {

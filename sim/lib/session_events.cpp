@@ -1,7 +1,5 @@
-/*
- * Reports of the driver library turned into events, and what the peers do on
- * them; session_output.cpp has those on output.
- */
+// Reports of the driver library turned into events, and what the peers do on
+// them; session_output.cpp has those on output.
 #include "sim/lib/session.h"
 
 #include <algorithm>
@@ -13,7 +11,7 @@ namespace {
 
 constexpr std::string_view cli_reply_name = "@" TSPEC_CLI_REPLY_NAME;
 
-/* The daemon reads no more than its buffer holds. */
+// The daemon reads no more than its buffer holds.
 bool is_read_of(ByteView read, ByteView sent)
 {
     if (read.empty() || read.size() > sent.size()) {
@@ -65,7 +63,7 @@ std::optional<Door> AccessPoint::Session::door_of(const control::Report &report)
     return std::nullopt;
 }
 
-UdpPeer *AccessPoint::Session::udp_peer(std::uint32_t port)
+UdpPeer *AccessPoint::Session::udp_peer(uint32_t port)
 {
     for (UdpPeer *peer : {static_cast<UdpPeer *>(&ap_.hostapd_), static_cast<UdpPeer *>(&ap_.mapd_),
                           static_cast<UdpPeer *>(&ap_.dman_)}) {
@@ -144,7 +142,7 @@ void AccessPoint::Session::on_received(const control::Report &report)
     ByteView data = data_of(report);
     Event event = new_event(Kind::to_daemon, Peer::other);
     event.data.assign(data.begin(), data.end());
-    event.destination_port = static_cast<std::uint16_t>(report.port);
+    event.destination_port = static_cast<uint16_t>(report.port);
     event.door = *door;
     std::deque<Unread> &queue = unread_[*door];
     auto sent = std::find_if(queue.begin(), queue.end(),
@@ -160,7 +158,7 @@ void AccessPoint::Session::on_received(const control::Report &report)
     add(std::move(event));
 }
 
-/* Who sends something that the simulator did not: one that somebody else plays. */
+// Who sends something that the simulator did not: one that somebody else plays.
 Peer AccessPoint::Session::stranger(const Event &event) const
 {
     Peer peer = event.door == Door::cli ? Peer::cli : sender_by_type(event.data);
@@ -172,8 +170,8 @@ void AccessPoint::Session::on_sent(const control::Report &report)
     ByteView data = data_of(report);
     Event event = new_event(Kind::from_daemon, Peer::other);
     event.data.assign(data.begin(), data.end());
-    event.source_port = static_cast<std::uint16_t>(report.option);
-    event.destination_port = static_cast<std::uint16_t>(report.port);
+    event.source_port = static_cast<uint16_t>(report.option);
+    event.destination_port = static_cast<uint16_t>(report.port);
     event.error = report.error;
     event.delivered = report.result >= 0;
     if (UdpPeer *peer = udp_peer(report.port)) {
@@ -196,9 +194,9 @@ bool AccessPoint::Session::is_anothers(const UdpPeer &peer) const
     return ap_.is_away(peer.who()) && !peer.is_on();
 }
 
-/* Takes the datagram out of the receiver's socket, where it has arrived if
- * anybody is there: datagrams on one host are handed over at once. Of a socket
- * that is not ours no more is known than whether somebody had the port. */
+// Takes the datagram out of the receiver's socket, where it has arrived if
+// anybody is there: datagrams on one host are handed over at once. Of a socket
+// that is not ours no more is known than whether somebody had the port.
 void AccessPoint::Session::match_receiver(Event &event, bool bound)
 {
     const Socket *socket = nullptr;
@@ -237,7 +235,7 @@ void AccessPoint::Session::answer_frame_duration(const Event &query)
     if (!answer) {
         return;
     }
-    std::int64_t when = monotonic_now() + answer->delay.count();
+    int64_t when = monotonic_now() + answer->delay.count();
     auto after = std::find_if(due_.begin(), due_.end(),
                               [when](const DueAnswer &due) { return due.when > when; });
     due_.insert(after, {when, std::move(answer->datagram)});
@@ -277,9 +275,9 @@ void AccessPoint::Session::on_station_query(const control::Report &report)
     DriverQuery query;
     query.interface = report.name;
     query.station = Mac::from(report.mac);
-    query.sub_command = static_cast<std::uint32_t>(report.option);
-    query.length = static_cast<std::uint32_t>(report.priority);
-    query.flags = static_cast<std::uint8_t>(report.flags);
+    query.sub_command = static_cast<uint32_t>(report.option);
+    query.length = static_cast<uint32_t>(report.priority);
+    query.flags = static_cast<uint8_t>(report.flags);
     query.request_clean = (report.flags & control::flag_clean) != 0;
     query.error = report.error;
     query.reply = text_of(data_of(report));
@@ -308,7 +306,7 @@ void AccessPoint::Session::on_fault(const control::Report &report)
     add(std::move(event));
 }
 
-/* Once the daemon waits again, what it has not read it will not read. */
+// Once the daemon waits again, what it has not read it will not read.
 void AccessPoint::Session::note_unread()
 {
     for (auto &[door, queue] : unread_) {

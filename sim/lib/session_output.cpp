@@ -1,6 +1,4 @@
-/*
- * What the daemon writes for people: console, standard streams, system log.
- */
+// What the daemon writes for people: console, standard streams, system log.
 #include "sim/lib/session.h"
 
 #include <string_view>
@@ -12,11 +10,11 @@ namespace {
 constexpr std::string_view console_prefix = "Tspec(";
 constexpr std::string_view console_end = "\n\r";
 
-/* The end of the first complete console line, or npos. Texts may themselves
- * hold line ends, so a line ends where the next one begins. */
-std::size_t line_end(std::string_view text)
+// The end of the first complete console line, or npos. Texts may themselves
+// hold line ends, so a line ends where the next one begins.
+size_t line_end(std::string_view text)
 {
-    std::size_t at = 0;
+    size_t at = 0;
     while ((at = text.find(console_end, at)) != std::string_view::npos) {
         at += console_end.size();
         if (at == text.size() || text.substr(at).starts_with(console_prefix)) {
@@ -38,13 +36,13 @@ void AccessPoint::Session::on_console(const control::Report &report)
 
 void AccessPoint::Session::split_console(bool all)
 {
-    auto add_line = [this](std::size_t size) {
+    auto add_line = [this](size_t size) {
         Event event = new_event(Kind::console, Peer::console);
         event.data = bytes_of(std::string_view(console_rest_).substr(0, size));
         console_rest_.erase(0, size);
         add(std::move(event));
     };
-    std::size_t end;
+    size_t end;
     while ((end = line_end(console_rest_)) != std::string::npos) {
         add_line(end);
     }
@@ -62,9 +60,9 @@ void AccessPoint::Session::on_standard_error(const control::Report &report)
         event.data = bytes_of(part);
         add(std::move(event));
     };
-    std::size_t at = error_rest_.find(text);
+    size_t at = error_rest_.find(text);
     if (at != std::string::npos) {
-        /* What went around the stream, such as a sanitizer's report. */
+        // What went around the stream, such as a sanitizer's report.
         if (at > 0) {
             add_text(std::string_view(error_rest_).substr(0, at));
         }
@@ -73,8 +71,8 @@ void AccessPoint::Session::on_standard_error(const control::Report &report)
     add_text(text);
 }
 
-/* Reads the daemon's outputs that bypass the channel. What has no place in the
- * order is put at the end, when everything is taken. */
+// Reads the daemon's outputs that bypass the channel. What has no place in the
+// order is put at the end, when everything is taken.
 void AccessPoint::Session::take_streams(bool all)
 {
     std::string error;

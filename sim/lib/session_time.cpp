@@ -1,7 +1,5 @@
-/*
- * How time passes: frame-duration answers that fall due, waits that run out,
- * and the advance of either clock.
- */
+// How time passes: frame-duration answers that fall due, waits that run out,
+// and the advance of either clock.
 #include "sim/lib/session.h"
 
 #include <algorithm>
@@ -11,10 +9,10 @@ namespace tspec::sim {
 
 namespace {
 
-/* An advance is made in steps, so that a long one shows progress. */
-constexpr std::int64_t longest_step = 3600 * INT64_C(1'000'000);
+// An advance is made in steps, so that a long one shows progress.
+constexpr int64_t longest_step = 3600 * INT64_C(1'000'000);
 
-std::int64_t kernel_clock(clockid_t id)
+int64_t kernel_clock(clockid_t id)
 {
     timespec now{};
     clock_gettime(id, &now);
@@ -23,17 +21,17 @@ std::int64_t kernel_clock(clockid_t id)
 
 } // namespace
 
-std::int64_t AccessPoint::Session::monotonic_now() const
+int64_t AccessPoint::Session::monotonic_now() const
 {
     return simulated() ? mono_ : kernel_clock(CLOCK_MONOTONIC);
 }
 
-std::int64_t AccessPoint::Session::until_next_answer() const
+int64_t AccessPoint::Session::until_next_answer() const
 {
     if (due_.empty()) {
         return INT64_MAX;
     }
-    return std::max<std::int64_t>(0, due_.front().when - monotonic_now());
+    return std::max<int64_t>(0, due_.front().when - monotonic_now());
 }
 
 void AccessPoint::Session::send_due_answers()
@@ -51,14 +49,14 @@ void AccessPoint::Session::send_due_answers()
     }
 }
 
-/* The daemon awaits an answer that is late or will not come. */
+// The daemon awaits an answer that is late or will not come.
 bool AccessPoint::Session::pass_inner_wait(const Done &wait)
 {
     if (!simulated()) {
         barrier(control::flag_main_wait);
         return true;
     }
-    std::int64_t step = until_next_answer();
+    int64_t step = until_next_answer();
     if (wait.value >= 0) {
         step = std::min(step, wait.value);
     }
@@ -73,7 +71,7 @@ bool AccessPoint::Session::pass_inner_wait(const Done &wait)
     return true;
 }
 
-void AccessPoint::Session::note_clock(std::int64_t microseconds)
+void AccessPoint::Session::note_clock(int64_t microseconds)
 {
     if (microseconds == 0) {
         return;
@@ -96,10 +94,10 @@ void AccessPoint::Session::advance(Duration duration)
     }
 }
 
-void AccessPoint::Session::pass_simulated(std::int64_t microseconds)
+void AccessPoint::Session::pass_simulated(int64_t microseconds)
 {
     note_clock(microseconds);
-    std::int64_t target = mono_ + microseconds;
+    int64_t target = mono_ + microseconds;
     while (running() && mono_ < target) {
         control::Request passing = make_request(control::RequestType::advance);
         passing.value = std::min({target - mono_, until_next_answer(), longest_step});
@@ -109,7 +107,7 @@ void AccessPoint::Session::pass_simulated(std::int64_t microseconds)
     }
 }
 
-void AccessPoint::Session::pass_real(std::int64_t microseconds)
+void AccessPoint::Session::pass_real(int64_t microseconds)
 {
     SteadyClock::time_point until = SteadyClock::now() + Duration(microseconds);
     while (running() && SteadyClock::now() < until) {

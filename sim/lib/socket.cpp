@@ -1,17 +1,15 @@
 #include "sim/lib/socket.h"
 
+#include "sim/lib/fixed_ports.h"
+
 #include <cerrno>
 #include <cstring>
-#include <system_error>
-
+#include <fmt/format.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <system_error>
 #include <unistd.h>
-
-#include <fmt/format.h>
-
-#include "sim/lib/fixed_ports.h"
 
 namespace tspec::sim {
 
@@ -24,7 +22,7 @@ constexpr int receive_room = 1 << 20;
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-sockaddr_in loopback(std::uint16_t port)
+sockaddr_in loopback(uint16_t port)
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -33,7 +31,7 @@ sockaddr_in loopback(std::uint16_t port)
     return address;
 }
 
-sockaddr_un local_address(const std::string &name, std::size_t offset)
+sockaddr_un local_address(const std::string &name, size_t offset)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -50,7 +48,7 @@ Socket datagram_socket(int family)
     if (!socket.is_open()) {
         fail("socket");
     }
-    /* As much as the host grants: bursts must not be lost. */
+    // As much as the host grants: bursts must not be lost.
     setsockopt(socket.fd(), SOL_SOCKET, SO_RCVBUF, &receive_room, sizeof receive_room);
     return socket;
 }
@@ -98,12 +96,12 @@ void Socket::close()
     }
 }
 
-Socket Socket::udp(std::uint16_t port)
+Socket Socket::udp(uint16_t port)
 {
     Socket socket = datagram_socket(AF_INET);
     bind_to(socket, loopback(port), fmt::format("UDP port {}", port));
-    /* The kernel knows nothing of the ports that are spoken for. What it offers
-     * stays bound until a better one is found, so that no offer comes twice. */
+    // The kernel knows nothing of the ports that are spoken for. What it offers
+    // stays bound until a better one is found, so that no offer comes twice.
     bool spoken_for = port == 0 && is_fixed_port(local_port(socket));
     return spoken_for ? Socket::udp(0) : std::move(socket);
 }
@@ -141,7 +139,7 @@ std::optional<Received> receive_waiting(const Socket &socket)
     if (size < 0) {
         return std::nullopt;
     }
-    received.data.resize(static_cast<std::size_t>(size));
+    received.data.resize(static_cast<size_t>(size));
     if (from.ss_family == AF_INET) {
         sockaddr_in in;
         std::memcpy(&in, &from, sizeof in);
@@ -150,7 +148,7 @@ std::optional<Received> receive_waiting(const Socket &socket)
     return received;
 }
 
-std::uint16_t local_port(const Socket &socket)
+uint16_t local_port(const Socket &socket)
 {
     sockaddr_in address{};
     socklen_t length = sizeof address;
@@ -161,7 +159,7 @@ std::uint16_t local_port(const Socket &socket)
     return ntohs(address.sin_port);
 }
 
-Sent send_udp(const Socket &socket, std::uint16_t port, ByteView bytes)
+Sent send_udp(const Socket &socket, uint16_t port, ByteView bytes)
 {
     return send_to(socket, loopback(port), bytes, fmt::format("UDP port {}", port));
 }

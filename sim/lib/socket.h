@@ -1,16 +1,13 @@
-/*
- * An owned file descriptor and the few kinds of sockets that the peers use.
- * Everything throws std::system_error naming the address on failure.
- */
-#ifndef TSPEC_SIM_LIB_SOCKET_H
-#define TSPEC_SIM_LIB_SOCKET_H
+// An owned file descriptor and the few kinds of sockets that the peers use.
+// Everything throws std::system_error naming the address on failure.
+#pragma once
+
+#include "sim/lib/bytes.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
-
-#include "sim/lib/bytes.h"
 
 namespace tspec::sim {
 
@@ -22,11 +19,10 @@ class Socket {
     Socket(Socket &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     Socket &operator=(Socket &&other) noexcept;
 
-    static Socket
-    udp(std::uint16_t port); /* bound to 127.0.0.1; 0: any free one but the fixed ones */
-    static Socket local();   /* local datagram socket without a name */
+    static Socket udp(uint16_t port); // bound to 127.0.0.1; 0: any free one but the fixed ones
+    static Socket local();            // local datagram socket without a name
     static Socket local_at(const std::string &path);
-    static Socket abstract(const std::string &name); /* full-length address */
+    static Socket abstract(const std::string &name); // full-length address
 
     bool is_open() const { return fd_ >= 0; }
     int fd() const { return fd_; }
@@ -39,20 +35,18 @@ class Socket {
 
 struct Received {
     Bytes data;
-    std::uint16_t source_port = 0; /* 0 on local sockets */
+    uint16_t source_port = 0; // 0 on local sockets
 };
 
-/* The next datagram waiting, if there is one. */
+// The next datagram waiting, if there is one.
 std::optional<Received> receive_waiting(const Socket &socket);
 
-std::uint16_t local_port(const Socket &socket);
+uint16_t local_port(const Socket &socket);
 
 enum class Sent { yes, queue_full, nobody };
 
-Sent send_udp(const Socket &socket, std::uint16_t port, ByteView bytes);
+Sent send_udp(const Socket &socket, uint16_t port, ByteView bytes);
 Sent send_local(const Socket &socket, const std::string &path, ByteView bytes);
 Sent send_abstract(const Socket &socket, const std::string &name, ByteView bytes);
 
 } // namespace tspec::sim
-
-#endif

@@ -1,7 +1,6 @@
 #include "sim/lib/terminal.h"
 
 #include <cstdlib>
-
 #include <unistd.h>
 
 namespace tspec::sim {
@@ -14,13 +13,13 @@ bool shows_colour(bool forbidden)
 
 namespace {
 
-/* The length of "ESC [ numbers m" at the beginning of `text`, else 0. */
-std::size_t colour_length(std::string_view text)
+// The length of "ESC [ numbers m" at the beginning of `text`, else 0.
+size_t colour_length(std::string_view text)
 {
     if (!text.starts_with("\033[")) {
         return 0;
     }
-    std::size_t end = text.find_first_not_of("0123456789;", 2);
+    size_t end = text.find_first_not_of("0123456789;", 2);
     return end != std::string_view::npos && text[end] == 'm' ? end + 1 : 0;
 }
 
@@ -29,7 +28,7 @@ bool is_control(unsigned char c)
     return (c < 0x20 && c != '\n') || c == 0x7f;
 }
 
-/* U+0080 to U+009F, which some terminals take as escapes, too. */
+// U+0080 to U+009F, which some terminals take as escapes, too.
 bool is_wide_control(std::string_view text)
 {
     return text.size() >= 2 && text[0] == '\xc2' && static_cast<unsigned char>(text[1]) < 0xa0;
@@ -41,8 +40,8 @@ std::string harmless(std::string_view text, bool colour)
 {
     std::string result;
     while (!text.empty()) {
-        const std::size_t kept = colour ? colour_length(text) : 0;
-        const std::size_t wide = is_wide_control(text) ? 2 : 1;
+        const size_t kept = colour ? colour_length(text) : 0;
+        const size_t wide = is_wide_control(text) ? 2 : 1;
         if (kept > 0) {
             result += text.substr(0, kept);
         } else if (wide == 2 || is_control(static_cast<unsigned char>(text[0]))) {

@@ -21,7 +21,7 @@ bool is_status(const Event &event)
 
 } // namespace
 
-void Airtime::take(const Event &event, std::size_t item, Duration time)
+void Airtime::take(const Event &event, size_t item, Duration time)
 {
     if (event.kind == Kind::process_end) {
         managed_ = false;
@@ -38,7 +38,7 @@ void Airtime::take(const Event &event, std::size_t item, Duration time)
     note(item, time);
 }
 
-void Airtime::take(const scenario::Load &account, std::size_t item, Duration time)
+void Airtime::take(const scenario::Load &account, size_t item, Duration time)
 {
     account_ = account;
     note(item, time);
@@ -46,15 +46,15 @@ void Airtime::take(const scenario::Load &account, std::size_t item, Duration tim
 
 void Airtime::take_status(const tspec_mapd_status_msg_t &status)
 {
-    for (std::size_t radio = 0; radio < TSPEC_NUM_RADIOS; ++radio) {
+    for (size_t radio = 0; radio < TSPEC_NUM_RADIOS; radio++) {
         status_[radio][status.ac_idx].now = status.radio[radio].med_time_admitted;
     }
 }
 
-void Airtime::note(std::size_t item, Duration time)
+void Airtime::note(size_t item, Duration time)
 {
-    for (std::size_t radio = 0; radio < TSPEC_NUM_RADIOS; ++radio) {
-        for (std::size_t ac = 0; ac < TSPEC_NUM_ACS; ++ac) {
+    for (size_t radio = 0; radio < TSPEC_NUM_RADIOS; radio++) {
+        for (size_t ac = 0; ac < TSPEC_NUM_ACS; ac++) {
             Points &points = points_[radio][ac];
             scenario::Admitted figures = account_[radio][ac];
             figures.now = (managed_ ? status_ : account_)[radio][ac].now;

@@ -1,16 +1,15 @@
 #include "sim/report/page.h"
 
-#include <string_view>
+#include "sim/report/page_parts.h"
 
 #include <nlohmann/json.hpp>
-
-#include "sim/report/page_parts.h"
+#include <string_view>
 
 namespace tspec::sim::report {
 
 namespace {
 
-/* Replaces the only occurrence. */
+// Replaces the only occurrence.
 void fill_in(std::string &page, std::string_view place, std::string_view text)
 {
     page.replace(page.find(place), place.size(), text);

@@ -1,9 +1,6 @@
-/*
- * The files page.html, page.css and page.js of this folder, put into the program
- * when it is built (embed.cmake).
- */
-#ifndef TSPEC_SIM_REPORT_PAGE_PARTS_H
-#define TSPEC_SIM_REPORT_PAGE_PARTS_H
+// The files page.html, page.css and page.js of this folder, put into the program
+// when it is built (embed.cmake).
+#pragma once
 
 #include <string_view>
 
@@ -14,5 +11,3 @@ extern const std::string_view page_css;
 extern const std::string_view page_js;
 
 } // namespace tspec::sim::report
-
-#endif

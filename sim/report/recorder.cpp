@@ -1,14 +1,13 @@
 #include "sim/report/recorder.h"
 
-#include <algorithm>
-#include <cstring>
-
-#include <fmt/format.h>
-
 #include "sim/scenario/step_kind.h"
 #include "sim/scenario/units.h"
 #include "sim/scenario/window.h"
 #include "tspec/message.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fmt/format.h>
 
 namespace tspec::sim::report {
 
@@ -16,11 +15,11 @@ namespace {
 
 using nlohmann::json;
 
-/* Voice first: it is what people look for. */
-constexpr std::pair<std::size_t, const char *> categories[] = {{TSPEC_AC_VO, "voice"},
-                                                               {TSPEC_AC_VI, "video"},
-                                                               {TSPEC_AC_BE, "best-effort"},
-                                                               {TSPEC_AC_BK, "background"}};
+// Voice first: it is what people look for.
+constexpr std::pair<size_t, const char *> categories[] = {{TSPEC_AC_VO, "voice"},
+                                                          {TSPEC_AC_VI, "video"},
+                                                          {TSPEC_AC_BE, "best-effort"},
+                                                          {TSPEC_AC_BK, "background"}};
 
 std::string lane_of(Peer peer)
 {
@@ -54,7 +53,7 @@ std::string fate_of(const Event &event)
 std::string digits_of(const Bytes &bytes)
 {
     std::string digits;
-    for (std::uint8_t byte : bytes) {
+    for (uint8_t byte : bytes) {
         digits += fmt::format("{:02x}", byte);
     }
     return digits;
@@ -101,7 +100,7 @@ void Recorder::begin(const scenario::Scenario &scenario, const std::string &worl
     now_ = {};
 }
 
-void Recorder::end(const scenario::Scenario &, std::size_t expectations, std::size_t failures)
+void Recorder::end(const scenario::Scenario &, size_t expectations, size_t failures)
 {
     run_["expectations"] = expectations;
     run_["failures"] = failures;
@@ -117,7 +116,7 @@ void Recorder::add(const char *kind, json item)
     items_.push_back(std::move(item));
 }
 
-std::size_t Recorder::last_item() const
+size_t Recorder::last_item() const
 {
     return items_.empty() ? 0 : items_.size() - 1;
 }
@@ -237,7 +236,7 @@ json Recorder::message(const Event &event)
             {"fate", fate_of(event)}};
 }
 
-std::size_t Recorder::layout_of(const std::vector<Field> &fields)
+size_t Recorder::layout_of(const std::vector<Field> &fields)
 {
     std::vector<std::string> names;
     for (const Field &field : fields) {
@@ -249,7 +248,7 @@ std::size_t Recorder::layout_of(const std::vector<Field> &fields)
 json Recorder::airtime() const
 {
     json series = json::array();
-    for (std::size_t radio = 0; radio < TSPEC_NUM_RADIOS; ++radio) {
+    for (size_t radio = 0; radio < TSPEC_NUM_RADIOS; radio++) {
         for (const auto &[ac, name] : categories) {
             json points = json::array();
             for (const Airtime::Point &point : airtime_.points(radio, ac)) {

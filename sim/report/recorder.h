@@ -1,36 +1,32 @@
-/*
- * Everything that is told of the runs, as the data of the page that shows them.
- *
- *     {program, layouts: [[field name, ...], ...],
- *      runs: [{name, file, about, world, expectations, failures,
- *              items: [item, ...],
- *              airtime: [{radio, ac, points: [{item, t, admitted, limit}, ...]}, ...]}, ...]}
- *
- * Items stand in the order in which they happened; t counts microseconds of
- * simulated time since the start of the run. Every item has a kind:
- *
- *     message   {from, to, name, title, summary, layout, values, type, bytes, remark, fate}
- *               a datagram or, without bytes, a question to the driver; a value is
- *               its text, or [bare value, text] where these differ
- *     output    {stream, text}: "console", "system log", "trap pipe", ...
- *     act       {who, what}, clock {text}, note {text}, remark {text}
- *     held      {text}, failed {text, place, rows: [[name, expected, actual, holds], ...],
- *               remarks}
- *
- * As on the terminal, only the first and the last turn of a loop are told.
- */
-#ifndef TSPEC_SIM_REPORT_RECORDER_H
-#define TSPEC_SIM_REPORT_RECORDER_H
-
-#include <map>
-#include <string>
-#include <vector>
-
-#include <nlohmann/json.hpp>
+// Everything that is told of the runs, as the data of the page that shows them.
+//
+//     {program, layouts: [[field name, ...], ...],
+//      runs: [{name, file, about, world, expectations, failures,
+//              items: [item, ...],
+//              airtime: [{radio, ac, points: [{item, t, admitted, limit}, ...]}, ...]}, ...]}
+//
+// Items stand in the order in which they happened; t counts microseconds of
+// simulated time since the start of the run. Every item has a kind:
+//
+//     message   {from, to, name, title, summary, layout, values, type, bytes, remark, fate}
+//               a datagram or, without bytes, a question to the driver; a value is
+//               its text, or [bare value, text] where these differ
+//     output    {stream, text}: "console", "system log", "trap pipe", ...
+//     act       {who, what}, clock {text}, note {text}, remark {text}
+//     held      {text}, failed {text, place, rows: [[name, expected, actual, holds], ...],
+//               remarks}
+//
+// As on the terminal, only the first and the last turn of a loop are told.
+#pragma once
 
 #include "sim/lib/decode.h"
 #include "sim/report/airtime.h"
 #include "sim/scenario/audience.h"
+
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 namespace tspec::sim::report {
 
@@ -51,11 +47,10 @@ class Recorder final : public scenario::Audience {
     void failed(const scenario::Scenario &scenario, const scenario::Step &step,
                 const std::string &headline) override;
     void failed(const std::string &headline) override;
-    void mute() override { ++muted_; }
-    void unmute() override { --muted_; }
+    void mute() override { muted_++; }
+    void unmute() override { muted_--; }
     void remark(const std::string &text) override;
-    void end(const scenario::Scenario &scenario, std::size_t expectations,
-             std::size_t failures) override;
+    void end(const scenario::Scenario &scenario, size_t expectations, size_t failures) override;
 
   private:
     using Json = nlohmann::json;
@@ -63,8 +58,8 @@ class Recorder final : public scenario::Audience {
     void add(const char *kind, Json item);
     void add_event(const Event &event);
     Json message(const Event &event);
-    std::size_t layout_of(const std::vector<Field> &fields);
-    std::size_t last_item() const;
+    size_t layout_of(const std::vector<Field> &fields);
+    size_t last_item() const;
     Json airtime() const;
 
     std::string program_;
@@ -72,11 +67,9 @@ class Recorder final : public scenario::Audience {
     Json run_;
     Json items_ = Json::array();
     Airtime airtime_;
-    std::map<std::vector<std::string>, std::size_t> layouts_;
+    std::map<std::vector<std::string>, size_t> layouts_;
     Duration now_{};
     int muted_ = 0;
 };
 
 } // namespace tspec::sim::report
-
-#endif

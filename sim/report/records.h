@@ -1,8 +1,9 @@
-/*
- * The files that a run leaves behind besides its timeline: a capture, a page.
- */
-#ifndef TSPEC_SIM_REPORT_RECORDS_H
-#define TSPEC_SIM_REPORT_RECORDS_H
+// The files that a run leaves behind besides its timeline: a capture, a page.
+#pragma once
+
+#include "sim/capture/capture.h"
+#include "sim/report/recorder.h"
+#include "sim/scenario/audience.h"
 
 #include <filesystem>
 #include <fstream>
@@ -10,30 +11,26 @@
 #include <stdexcept>
 #include <string>
 
-#include "sim/capture/capture.h"
-#include "sim/report/recorder.h"
-#include "sim/scenario/audience.h"
-
 namespace tspec::sim::report {
 
-/* "run.pcapng: cannot be written" */
+// "run.pcapng: cannot be written"
 class NotWritten : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/* An empty path: no such file. Make it before PrivateWorld::enter(), after which
- * /tmp is another one. */
+// An empty path: no such file. Make it before PrivateWorld::enter(), after which
+// /tmp is another one.
 class Records {
   public:
-    /* Creates the files. Throws NotWritten. */
+    // Creates the files. Throws NotWritten.
     Records(const std::string &capture_path, const std::string &page_path,
             const std::string &program);
 
-    /* Has them told of the runs to come; they outlive these. */
+    // Has them told of the runs to come; they outlive these.
     void listen(scenario::Audiences &audiences);
 
-    /* Completes the files after the last run. Throws NotWritten. */
+    // Completes the files after the last run. Throws NotWritten.
     void finish();
 
   private:
@@ -52,5 +49,3 @@ class Records {
 };
 
 } // namespace tspec::sim::report
-
-#endif

@@ -14,7 +14,7 @@ void Audience::failed(const std::string &) {}
 void Audience::mute() {}
 void Audience::unmute() {}
 void Audience::remark(const std::string &) {}
-void Audience::end(const Scenario &, std::size_t, std::size_t) {}
+void Audience::end(const Scenario &, size_t, size_t) {}
 
 void Audiences::begin(const Scenario &scenario, const std::string &world)
 {
@@ -86,7 +86,7 @@ void Audiences::remark(const std::string &text)
     all([&](Audience &member) { member.remark(text); });
 }
 
-void Audiences::end(const Scenario &scenario, std::size_t expectations, std::size_t failures)
+void Audiences::end(const Scenario &scenario, size_t expectations, size_t failures)
 {
     all([&](Audience &member) { member.end(scenario, expectations, failures); });
 }

@@ -1,13 +1,7 @@
-/*
- * Who follows a run while it is played: the timeline on the terminal, and the
- * records that a run can leave behind. Everything is told in the order in which
- * it happened.
- */
-#ifndef TSPEC_SIM_SCENARIO_AUDIENCE_H
-#define TSPEC_SIM_SCENARIO_AUDIENCE_H
-
-#include <string>
-#include <vector>
+// Who follows a run while it is played: the timeline on the terminal, and the
+// records that a run can leave behind. Everything is told in the order in which
+// it happened.
+#pragma once
 
 #include "sim/lib/event.h"
 #include "sim/scenario/comparison.h"
@@ -15,20 +9,23 @@
 #include "sim/scenario/refusal.h"
 #include "sim/scenario/scenario.h"
 
+#include <string>
+#include <vector>
+
 namespace tspec::sim::scenario {
 
-/* Each does nothing unless overridden: a listener takes what it is there for. */
+// Each does nothing unless overridden: a listener takes what it is there for.
 class Audience {
   public:
     virtual ~Audience() = default;
 
-    /* World: which surroundings the run has. */
+    // World: which surroundings the run has.
     virtual void begin(const Scenario &scenario, const std::string &world);
 
     virtual void note(const std::string &text);
-    /* What happened at a simulated time since the start of the run. */
+    // What happened at a simulated time since the start of the run.
     virtual void events(const Events &events, Time start);
-    /* An act that is no event by itself. */
+    // An act that is no event by itself.
     virtual void act(Duration since_start, const std::string &who, const std::string &what);
     virtual void load_changes(const Load &before, const Load &after);
     virtual void held(const std::string &what);
@@ -37,15 +34,15 @@ class Audience {
     virtual void failed(const Scenario &scenario, const Step &step, const std::string &headline);
     virtual void failed(const std::string &headline);
 
-    /* Between mute and unmute only failures belong to the story. */
+    // Between mute and unmute only failures belong to the story.
     virtual void mute();
     virtual void unmute();
     virtual void remark(const std::string &text);
 
-    virtual void end(const Scenario &scenario, std::size_t expectations, std::size_t failures);
+    virtual void end(const Scenario &scenario, size_t expectations, size_t failures);
 };
 
-/* Several as one; they outlive it. Of a request that comes to nothing it remarks why. */
+// Several as one; they outlive it. Of a request that comes to nothing it remarks why.
 class Audiences final : public Audience {
   public:
     explicit Audiences(std::vector<Audience *> members = {}) : members_(std::move(members)) {}
@@ -64,7 +61,7 @@ class Audiences final : public Audience {
     void mute() override;
     void unmute() override;
     void remark(const std::string &text) override;
-    void end(const Scenario &scenario, std::size_t expectations, std::size_t failures) override;
+    void end(const Scenario &scenario, size_t expectations, size_t failures) override;
 
   private:
     template <typename Tell>
@@ -80,5 +77,3 @@ class Audiences final : public Audience {
 };
 
 } // namespace tspec::sim::scenario
-
-#endif

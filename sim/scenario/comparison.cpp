@@ -1,10 +1,9 @@
 #include "sim/scenario/comparison.h"
 
-#include <algorithm>
-
-#include <fmt/format.h>
-
 #include "sim/scenario/wanted.h"
+
+#include <algorithm>
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
@@ -45,9 +44,9 @@ bool all_hold(const Rows &rows)
     return count_holding(rows) == rows.size();
 }
 
-std::size_t count_holding(const Rows &rows)
+size_t count_holding(const Rows &rows)
 {
-    return static_cast<std::size_t>(
+    return static_cast<size_t>(
         std::count_if(rows.begin(), rows.end(), [](const Row &row) { return row.holds; }));
 }
 
@@ -56,9 +55,9 @@ std::vector<std::string> table_of(const Rows &rows)
     if (rows.empty()) {
         return {};
     }
-    std::size_t name = 0;
-    std::size_t expected = 8;
-    std::size_t actual = 6;
+    size_t name = 0;
+    size_t expected = 8;
+    size_t actual = 6;
     for (const Row &row : rows) {
         name = std::max(name, row.name.size());
         expected = std::max(expected, row.expected.size());

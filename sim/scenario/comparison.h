@@ -1,15 +1,12 @@
-/*
- * An expectation that did not hold: what was expected beside what there was.
- */
-#ifndef TSPEC_SIM_SCENARIO_COMPARISON_H
-#define TSPEC_SIM_SCENARIO_COMPARISON_H
+// An expectation that did not hold: what was expected beside what there was.
+#pragma once
+
+#include "sim/lib/decode.h"
+#include "sim/scenario/args.h"
 
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include "sim/lib/decode.h"
-#include "sim/scenario/args.h"
 
 namespace tspec::sim::scenario {
 
@@ -36,14 +33,12 @@ class ExpectationFailed : public std::runtime_error {
     std::vector<std::string> remarks_;
 };
 
-/* A row for each wanted field. */
+// A row for each wanted field.
 Rows compare(const WantedFields &wanted, const std::vector<Field> &fields);
 bool all_hold(const Rows &rows);
-std::size_t count_holding(const Rows &rows);
+size_t count_holding(const Rows &rows);
 
-/* The rows as a table of lines: name, expected, actual, a mark where they differ. */
+// The rows as a table of lines: name, expected, actual, a mark where they differ.
 std::vector<std::string> table_of(const Rows &rows);
 
 } // namespace tspec::sim::scenario
-
-#endif

@@ -1,9 +1,6 @@
-/*
- * What is wrong with a scenario file, and where. Everything that can be found
- * by reading the file is found before anything runs, all of it at once.
- */
-#ifndef TSPEC_SIM_SCENARIO_COMPLAINT_H
-#define TSPEC_SIM_SCENARIO_COMPLAINT_H
+// What is wrong with a scenario file, and where. Everything that can be found
+// by reading the file is found before anything runs, all of it at once.
+#pragma once
 
 #include <compare>
 #include <stdexcept>
@@ -12,7 +9,7 @@
 
 namespace tspec::sim::scenario {
 
-/* Line and column of a file, both from 1. */
+// Line and column of a file, both from 1.
 struct Place {
     int line = 0;
     int column = 0;
@@ -25,7 +22,7 @@ struct Complaint {
     Place place;
     std::string text;
 
-    std::string line() const; /* "file:12:5: text" */
+    std::string line() const; // "file:12:5: text"
     bool operator==(const Complaint &) const = default;
 };
 
@@ -39,5 +36,3 @@ class ScenarioError : public std::runtime_error {
 };
 
 } // namespace tspec::sim::scenario
-
-#endif

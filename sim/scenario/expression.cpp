@@ -2,7 +2,6 @@
 
 #include <cctype>
 #include <charconv>
-
 #include <fmt/format.h>
 
 namespace tspec::sim::scenario {
@@ -18,7 +17,7 @@ bool is_digit(char c)
     return std::isdigit(static_cast<unsigned char>(c)) != 0;
 }
 
-std::int64_t value_of(std::string_view name, const Variables &variables)
+int64_t value_of(std::string_view name, const Variables &variables)
 {
     auto found = variables.find(name);
     if (found == variables.end()) {
@@ -32,27 +31,27 @@ std::int64_t value_of(std::string_view name, const Variables &variables)
     throw ExpressionError("the expression's value is too large");
 }
 
-std::int64_t sum_of(std::int64_t a, std::int64_t b)
+int64_t sum_of(int64_t a, int64_t b)
 {
-    std::int64_t result = 0;
+    int64_t result = 0;
     if (__builtin_add_overflow(a, b, &result)) {
         refuse_overflow();
     }
     return result;
 }
 
-std::int64_t difference_of(std::int64_t a, std::int64_t b)
+int64_t difference_of(int64_t a, int64_t b)
 {
-    std::int64_t result = 0;
+    int64_t result = 0;
     if (__builtin_sub_overflow(a, b, &result)) {
         refuse_overflow();
     }
     return result;
 }
 
-std::int64_t product_of(std::int64_t a, std::int64_t b)
+int64_t product_of(int64_t a, int64_t b)
 {
-    std::int64_t result = 0;
+    int64_t result = 0;
     if (__builtin_mul_overflow(a, b, &result)) {
         refuse_overflow();
     }
@@ -65,9 +64,9 @@ class Parser {
     {
     }
 
-    std::int64_t whole()
+    int64_t whole()
     {
-        std::int64_t value = sum();
+        int64_t value = sum();
         skip_blanks();
         if (at_ < text_.size()) {
             fail();
@@ -76,9 +75,9 @@ class Parser {
     }
 
   private:
-    std::int64_t sum()
+    int64_t sum()
     {
-        std::int64_t value = product();
+        int64_t value = product();
         for (;;) {
             if (take('+')) {
                 value = sum_of(value, product());
@@ -90,9 +89,9 @@ class Parser {
         }
     }
 
-    std::int64_t product()
+    int64_t product()
     {
-        std::int64_t value = operand();
+        int64_t value = operand();
         for (;;) {
             if (take('*')) {
                 value = product_of(value, operand());
@@ -106,19 +105,19 @@ class Parser {
         }
     }
 
-    std::int64_t divisor()
+    int64_t divisor()
     {
-        std::int64_t value = operand();
+        int64_t value = operand();
         if (value <= 0) {
             throw ExpressionError("the expression divides by a number that is not positive");
         }
         return value;
     }
 
-    std::int64_t operand()
+    int64_t operand()
     {
         if (take('(')) {
-            std::int64_t value = sum();
+            int64_t value = sum();
             if (!take(')')) {
                 fail();
             }
@@ -131,7 +130,7 @@ class Parser {
         if (!is_digit(word.front())) {
             return value_of(word, variables_);
         }
-        std::int64_t value = 0;
+        int64_t value = 0;
         auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
         if (error != std::errc{} || end != word.data() + word.size()) {
             fail();
@@ -142,7 +141,7 @@ class Parser {
     void skip_blanks()
     {
         while (at_ < text_.size() && text_[at_] == ' ') {
-            ++at_;
+            at_++;
         }
     }
 
@@ -152,16 +151,16 @@ class Parser {
         if (at_ >= text_.size() || text_[at_] != wanted) {
             return false;
         }
-        ++at_;
+        at_++;
         return true;
     }
 
     std::string_view take_word()
     {
         skip_blanks();
-        std::size_t start = at_;
+        size_t start = at_;
         while (at_ < text_.size() && is_name_character(text_[at_])) {
-            ++at_;
+            at_++;
         }
         return text_.substr(start, at_ - start);
     }
@@ -173,14 +172,14 @@ class Parser {
 
     std::string_view text_;
     const Variables &variables_;
-    std::size_t at_ = 0;
+    size_t at_ = 0;
 };
 
-/* Length of the parenthesised part at the start of the text. */
-std::size_t parenthesised(std::string_view text)
+// Length of the parenthesised part at the start of the text.
+size_t parenthesised(std::string_view text)
 {
     int depth = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (size_t i = 0; i < text.size(); i++) {
         depth += text[i] == '(' ? 1 : text[i] == ')' ? -1 : 0;
         if (depth == 0) {
             return i + 1;
@@ -191,7 +190,7 @@ std::size_t parenthesised(std::string_view text)
 
 } // namespace
 
-std::int64_t evaluate(std::string_view expression, const Variables &variables)
+int64_t evaluate(std::string_view expression, const Variables &variables)
 {
     return Parser(expression, variables).whole();
 }
@@ -200,7 +199,7 @@ std::string substitute(std::string_view text, const Variables &variables)
 {
     std::string result;
     while (!text.empty()) {
-        std::size_t dollar = text.find('$');
+        size_t dollar = text.find('$');
         result += text.substr(0, dollar);
         if (dollar == std::string_view::npos) {
             break;
@@ -210,13 +209,13 @@ std::string substitute(std::string_view text, const Variables &variables)
             result += '$';
             text.remove_prefix(1);
         } else if (text.starts_with('(')) {
-            std::size_t length = parenthesised(text);
+            size_t length = parenthesised(text);
             result += std::to_string(evaluate(text.substr(1, length - 2), variables));
             text.remove_prefix(length);
         } else {
-            std::size_t length = 0;
+            size_t length = 0;
             while (length < text.size() && is_name_character(text[length])) {
-                ++length;
+                length++;
             }
             result += std::to_string(value_of(text.substr(0, length), variables));
             text.remove_prefix(length);

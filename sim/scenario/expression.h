@@ -1,10 +1,7 @@
-/*
- * Loop variables in the words of a scenario: "$n" stands for the variable's
- * value, "$(n / 8 + 1)" for an expression of whole numbers, "$$" for a dollar
- * sign.
- */
-#ifndef TSPEC_SIM_SCENARIO_EXPRESSION_H
-#define TSPEC_SIM_SCENARIO_EXPRESSION_H
+// Loop variables in the words of a scenario: "$n" stands for the variable's
+// value, "$(n / 8 + 1)" for an expression of whole numbers, "$$" for a dollar
+// sign.
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -14,19 +11,17 @@
 
 namespace tspec::sim::scenario {
 
-using Variables = std::map<std::string, std::int64_t, std::less<>>;
+using Variables = std::map<std::string, int64_t, std::less<>>;
 
 class ExpressionError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/* + - * / % and parentheses over whole numbers and variables. */
-std::int64_t evaluate(std::string_view expression, const Variables &variables);
+// + - * / % and parentheses over whole numbers and variables.
+int64_t evaluate(std::string_view expression, const Variables &variables);
 
-/* The text with every variable and expression replaced. */
+// The text with every variable and expression replaced.
 std::string substitute(std::string_view text, const Variables &variables);
 
 } // namespace tspec::sim::scenario
-
-#endif

@@ -1,13 +1,12 @@
 #include "sim/scenario/figures.h"
 
-#include <algorithm>
-
-#include <fmt/format.h>
-
 #include "sim/scenario/names.h"
 #include "sim/scenario/suggestion.h"
 #include "sim/scenario/units.h"
 #include "sim/scenario/wanted.h"
+
+#include <algorithm>
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
@@ -37,7 +36,7 @@ bool read_named(const YAML::Node &name, const YAML::Node &node, Reader &reader,
     }
     wanted = {name.Scalar(), {field}, *word, bare_value(field, *word), std::nullopt};
     if (is_number) {
-        std::optional<std::int64_t> number = whole_number(*word, -0x80000000LL, 0xffffffffLL);
+        std::optional<int64_t> number = whole_number(*word, -0x80000000LL, 0xffffffffLL);
         if (!number) {
             return reader.expected(node, form);
         }

@@ -1,22 +1,21 @@
 #include "sim/scenario/key_type.h"
 
-#include <cctype>
-#include <limits>
-
-#include <fmt/format.h>
-
 #include "sim/scenario/figures.h"
 #include "sim/scenario/suggestion.h"
 #include "sim/scenario/units.h"
 #include "tspec/message.h"
 
+#include <cctype>
+#include <fmt/format.h>
+#include <limits>
+
 namespace tspec::sim::scenario {
 
 namespace {
 
-constexpr std::int64_t u32_highest = std::numeric_limits<std::uint32_t>::max();
+constexpr int64_t u32_highest = std::numeric_limits<uint32_t>::max();
 
-/* A type written as one word; parse yields nothing for a wrong one. */
+// A type written as one word; parse yields nothing for a wrong one.
 template <typename Parse>
 KeyType from_word(std::string form, Parse parse)
 {
@@ -36,7 +35,7 @@ KeyType from_word(std::string form, Parse parse)
     return {std::move(form), std::move(read)};
 }
 
-/* A list of words, or a single one. */
+// A list of words, or a single one.
 template <typename Take>
 bool each_word(const YAML::Node &node, Reader &reader, const std::string &form, Take take)
 {
@@ -71,28 +70,28 @@ std::optional<bool> flag_of(std::string_view word)
     return word == "false" || word == "no" || word == "off" ? std::optional(false) : std::nullopt;
 }
 
-std::optional<std::int64_t> surplus_allowance(std::string_view word)
+std::optional<int64_t> surplus_allowance(std::string_view word)
 {
     std::optional<double> factor = real_number(word);
     return factor && *factor < 8.0 - 1.0 / 16384
-               ? std::optional<std::int64_t>(static_cast<std::int64_t>(*factor * 8192.0 + 0.5))
+               ? std::optional<int64_t>(static_cast<int64_t>(*factor * 8192.0 + 0.5))
                : std::nullopt;
 }
 
-std::optional<std::int64_t> seconds_of(std::string_view word)
+std::optional<int64_t> seconds_of(std::string_view word)
 {
     std::optional<Duration> length = duration(word);
     bool whole = length && length->count() >= 0 && length->count() % 1'000'000 == 0;
     return whole && length->count() / 1'000'000 <= u32_highest
-               ? std::optional<std::int64_t>(length->count() / 1'000'000)
+               ? std::optional<int64_t>(length->count() / 1'000'000)
                : std::nullopt;
 }
 
-std::optional<std::int64_t> microseconds_of(std::string_view word)
+std::optional<int64_t> microseconds_of(std::string_view word)
 {
     std::optional<Duration> length = duration(word);
     return length && length->count() >= 0 && length->count() <= u32_highest
-               ? std::optional<std::int64_t>(length->count())
+               ? std::optional<int64_t>(length->count())
                : std::nullopt;
 }
 
@@ -104,7 +103,7 @@ std::optional<std::string> interface_of(std::string_view word)
     }
     std::string_view number = word.substr(prefix.size());
     std::string_view vap;
-    if (std::size_t at = number.find("vap"); at != std::string_view::npos) {
+    if (size_t at = number.find("vap"); at != std::string_view::npos) {
         vap = number.substr(at + 3);
         number = number.substr(0, at);
         if (!whole_number(vap, 0, 255)) {
@@ -114,20 +113,20 @@ std::optional<std::string> interface_of(std::string_view word)
     return whole_number(number, 0, 254) ? std::optional(std::string(word)) : std::nullopt;
 }
 
-std::optional<std::int64_t> result_code(std::string_view word)
+std::optional<int64_t> result_code(std::string_view word)
 {
-    std::optional<std::int64_t> named = value_of_name(result_names(), word);
+    std::optional<int64_t> named = value_of_name(result_names(), word);
     return named ? named : whole_number(word, 0, 255);
 }
 
 std::optional<Share> share_of(std::string_view word)
 {
-    std::size_t slash = word.find('/');
-    std::optional<std::int64_t> admitted = whole_number(word.substr(0, slash), 0, u32_highest);
+    size_t slash = word.find('/');
+    std::optional<int64_t> admitted = whole_number(word.substr(0, slash), 0, u32_highest);
     if (!admitted || slash == std::string_view::npos) {
         return admitted ? std::optional(Share{*admitted, std::nullopt}) : std::nullopt;
     }
-    std::optional<std::int64_t> limit = whole_number(word.substr(slash + 1), 0, u32_highest);
+    std::optional<int64_t> limit = whole_number(word.substr(slash + 1), 0, u32_highest);
     return limit ? std::optional(Share{*admitted, limit}) : std::nullopt;
 }
 
@@ -146,7 +145,7 @@ bool read_categories(const YAML::Node &node, Reader &reader, Value &value)
     std::vector<std::string> words = words_of(access_category_names());
     bool good = each_word(node, reader, "a list of access categories",
                           [&](const YAML::Node &item, const std::string &word) {
-                              std::optional<std::int64_t> ac =
+                              std::optional<int64_t> ac =
                                   value_of_name(access_category_names(), word);
                               categories.push_back(ac.value_or(0));
                               return ac || unknown_word(item, reader, word, words);
@@ -165,12 +164,12 @@ bool read_percent_by_category(const YAML::Node &node, Reader &reader, Value &val
     bool good = true;
     for (const auto &item : node) {
         const std::string &word = item.first.Scalar();
-        std::optional<std::int64_t> ac = value_of_name(access_category_names(), word);
+        std::optional<int64_t> ac = value_of_name(access_category_names(), word);
         Value number;
         if (!ac) {
             good = unknown_word(item.first, reader, word, words);
         } else if (types::percent.read(item.second, reader, number)) {
-            numbers[static_cast<std::size_t>(*ac)] = std::get<std::int64_t>(number);
+            numbers[static_cast<size_t>(*ac)] = std::get<int64_t>(number);
         } else {
             good = false;
         }
@@ -181,12 +180,11 @@ bool read_percent_by_category(const YAML::Node &node, Reader &reader, Value &val
 
 bool read_status_flags(const YAML::Node &node, Reader &reader, Value &value)
 {
-    std::int64_t flags = 0;
+    int64_t flags = 0;
     std::vector<std::string> words = words_of(status_flag_names());
     bool good = each_word(node, reader, types::status_flags.form,
                           [&](const YAML::Node &item, const std::string &word) {
-                              std::optional<std::int64_t> bit =
-                                  value_of_name(status_flag_names(), word);
+                              std::optional<int64_t> bit = value_of_name(status_flag_names(), word);
                               bit = bit ? bit : whole_number(word, 0, u32_highest);
                               flags |= bit.value_or(0);
                               return bit || unknown_word(item, reader, word, words);
@@ -220,7 +218,7 @@ bool read_trace_levels(const YAML::Node &node, Reader &reader, Value &value)
                               if (word == "show") {
                                   return node.IsScalar() || reader.expected(item, "a trace level");
                               }
-                              std::optional<std::int64_t> level =
+                              std::optional<int64_t> level =
                                   word == "off" ? 0 : whole_number(word, 0, 255);
                               levels.push_back(level.value_or(0));
                               return level || reader.expected(item, types::trace_levels.form);
@@ -233,7 +231,7 @@ bool read_trace_levels(const YAML::Node &node, Reader &reader, Value &value)
 
 namespace types {
 
-KeyType number(std::int64_t lowest, std::int64_t highest)
+KeyType number(int64_t lowest, int64_t highest)
 {
     return from_word(fmt::format("a number {} to {}", lowest, highest),
                      [=](std::string_view word) { return whole_number(word, lowest, highest); });
@@ -247,7 +245,7 @@ KeyType choice(Names names)
         if (!word) {
             return false;
         }
-        std::optional<std::int64_t> number = value_of_name(names, *word);
+        std::optional<int64_t> number = value_of_name(names, *word);
         if (!number) {
             return unknown_word(node, reader, *word, scenario::words_of(names));
         }

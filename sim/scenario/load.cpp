@@ -1,18 +1,17 @@
 #include "sim/scenario/load.h"
 
-#include <algorithm>
-#include <cstdio>
-
-#include <fmt/format.h>
-
 #include "sim/lib/decode.h"
 #include "tspec/message.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
 namespace {
 
-constexpr std::size_t bar_width = 30;
+constexpr size_t bar_width = 30;
 
 } // namespace
 
@@ -29,22 +28,21 @@ std::optional<Load> parse_load(const std::string &line)
         return std::nullopt;
     }
     Load load;
-    std::size_t at = 0;
+    size_t at = 0;
     for (auto &radio : load) {
         for (int ac : report_order) {
-            radio[static_cast<std::size_t>(ac)] = {v[at], v[at + 1]};
+            radio[static_cast<size_t>(ac)] = {v[at], v[at + 1]};
             at += 2;
         }
     }
     return load;
 }
 
-std::string load_bar(const std::string &what, std::uint32_t now, std::uint32_t limit)
+std::string load_bar(const std::string &what, uint32_t now, uint32_t limit)
 {
-    std::size_t filled =
-        limit == 0
-            ? (now > 0 ? bar_width : 0)
-            : std::min<std::size_t>(bar_width, (std::size_t{now} * bar_width + limit - 1) / limit);
+    size_t filled =
+        limit == 0 ? (now > 0 ? bar_width : 0)
+                   : std::min<size_t>(bar_width, (size_t{now} * bar_width + limit - 1) / limit);
     std::string bar = std::string(filled, '#') + std::string(bar_width - filled, '.');
     return fmt::format("{:<18} [{}]  {} of {} units  ({:.2f} of {:.2f} % of the air)", what, bar,
                        now, limit, percent_of_medium(now), percent_of_medium(limit));

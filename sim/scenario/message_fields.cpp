@@ -1,20 +1,19 @@
 #include "sim/scenario/message_fields.h"
 
-#include <algorithm>
-
-#include <fmt/format.h>
-
 #include "sim/scenario/figures.h"
 #include "tspec/message.h"
+
+#include <algorithm>
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
 namespace {
 
-/* Fields of every message that begins with one of these bytes and is this long. */
+// Fields of every message that begins with one of these bytes and is this long.
 struct Sample {
-    std::uint8_t type;
-    std::size_t size;
+    uint8_t type;
+    size_t size;
 };
 
 std::vector<Field> fields_of_samples(Peer peer, const std::vector<Sample> &samples)
@@ -45,7 +44,7 @@ std::vector<Field> report_fields()
         for (const std::string &figure : radio_figures()) {
             bool is_word = figure == "oper-status";
             fields.push_back({fmt::format("ts-{}-{}", ac, figure),
-                              is_word ? std::nullopt : std::optional<std::uint64_t>(0), "", ""});
+                              is_word ? std::nullopt : std::optional<uint64_t>(0), "", ""});
         }
     }
     for (const char *word : {"station-mac", "interface", "ts-ac", "ts-direction"}) {

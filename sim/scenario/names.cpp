@@ -1,13 +1,12 @@
 #include "sim/scenario/names.h"
 
+#include "sim/scenario/units.h"
+#include "tspec/message.h"
+
 #include <algorithm>
 #include <csignal>
 #include <cstring>
-
 #include <fmt/format.h>
-
-#include "sim/scenario/units.h"
-#include "tspec/message.h"
 
 namespace tspec::sim::scenario {
 
@@ -51,14 +50,14 @@ Names status_flag_names()
     return status_flags;
 }
 
-std::optional<std::int64_t> value_of_name(Names names, std::string_view word)
+std::optional<int64_t> value_of_name(Names names, std::string_view word)
 {
     auto found = std::find_if(names.begin(), names.end(),
                               [&](const Name &name) { return name.word == word; });
     return found == names.end() ? std::nullopt : std::optional(found->value);
 }
 
-std::string word_of_value(Names names, std::int64_t value)
+std::string word_of_value(Names names, int64_t value)
 {
     auto found = std::find_if(names.begin(), names.end(),
                               [&](const Name &name) { return name.value == value; });
@@ -76,7 +75,7 @@ std::vector<std::string> words_of(Names names)
 std::string one_of(const std::vector<std::string> &words)
 {
     std::string text;
-    for (std::size_t i = 0; i < words.size(); ++i) {
+    for (size_t i = 0; i < words.size(); i++) {
         text += i == 0 ? "" : i + 1 == words.size() ? " or " : ", ";
         text += words[i];
     }
@@ -88,11 +87,11 @@ std::string one_of(Names names)
     return one_of(words_of(names));
 }
 
-std::optional<std::int64_t> radio_unit_of(std::string_view word)
+std::optional<int64_t> radio_unit_of(std::string_view word)
 {
     for (std::string_view prefix : {"wlan", "unit "}) {
         if (word.starts_with(prefix)) {
-            std::optional<std::int64_t> number = whole_number(
+            std::optional<int64_t> number = whole_number(
                 word.substr(prefix.size()), 0, prefix == "wlan" ? TSPEC_NUM_RADIOS - 1 : 255);
             return number && prefix == "wlan" ? std::optional(*number + 1) : number;
         }
@@ -106,9 +105,9 @@ std::string errno_word(int error)
     return name ? name : std::to_string(error);
 }
 
-std::optional<std::int64_t> errno_of(std::string_view word)
+std::optional<int64_t> errno_of(std::string_view word)
 {
-    for (int error = 1; error <= highest_errno; ++error) {
+    for (int error = 1; error <= highest_errno; error++) {
         if (errno_word(error) == word) {
             return error;
         }
@@ -116,9 +115,9 @@ std::optional<std::int64_t> errno_of(std::string_view word)
     return std::nullopt;
 }
 
-std::optional<std::int64_t> signal_of(std::string_view word)
+std::optional<int64_t> signal_of(std::string_view word)
 {
-    for (int signal = 1; signal < NSIG; ++signal) {
+    for (int signal = 1; signal < NSIG; signal++) {
         const char *name = sigabbrev_np(signal);
         if (name && word == fmt::format("SIG{}", name)) {
             return signal;

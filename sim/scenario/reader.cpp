@@ -1,7 +1,6 @@
 #include "sim/scenario/reader.h"
 
 #include <algorithm>
-
 #include <fmt/format.h>
 
 namespace tspec::sim::scenario {
@@ -10,7 +9,7 @@ namespace {
 
 Place place_of(const YAML::Mark &mark)
 {
-    if (mark.is_null()) { /* of an empty file, which has no place */
+    if (mark.is_null()) { // of an empty file, which has no place
         return {1, 1};
     }
     return {mark.line + 1, mark.column + 1};

@@ -1,12 +1,11 @@
 #include "sim/scenario/refusal.h"
 
-#include <cstdio>
-#include <utility>
-
-#include <fmt/format.h>
-
 #include "sim/lib/messages.h"
 #include "tspec/message.h"
+
+#include <cstdio>
+#include <fmt/format.h>
+#include <utility>
 
 namespace tspec::sim::scenario {
 
@@ -31,7 +30,7 @@ bool is_mapds_answer(const Event &event)
            event.data[0] == TSPEC_MAPD_MSG && event.data[1] == TSPEC_ADDTS_RESP_CMD;
 }
 
-bool is_sent_to(const Event &event, Peer peer, std::uint8_t type, std::uint8_t cmd)
+bool is_sent_to(const Event &event, Peer peer, uint8_t type, uint8_t cmd)
 {
     return event.kind == Kind::from_daemon && event.peer == peer && event.data.size() > 1 &&
            event.data[0] == type && event.data[1] == cmd;
@@ -40,7 +39,7 @@ bool is_sent_to(const Event &event, Peer peer, std::uint8_t type, std::uint8_t c
 bool is_associated(const DriverQuery &query)
 {
     unsigned flags = 0;
-    std::size_t at = query.reply.find("client_status=");
+    size_t at = query.reply.find("client_status=");
     return query.error == 0 && at != std::string::npos &&
            std::sscanf(query.reply.c_str() + at, "client_status=%x", &flags) == 1 &&
            (flags & TSPEC_CLIENT_ASSOCIATED) != 0;
@@ -97,7 +96,7 @@ void Refusals::take_line(const std::string &line)
 {
     unsigned limit = 0;
     unsigned current = 0;
-    std::size_t at = line.find("limit=");
+    size_t at = line.find("limit=");
     if (at != std::string::npos &&
         std::sscanf(line.c_str() + at, "limit=%u,current=%u", &limit, &current) == 2) {
         open_->traced = fmt::format("limit: {} units would be admitted, {} may be", current, limit);
@@ -116,7 +115,7 @@ std::string Refusals::reason_of_refusal() const
     return open_->traced.empty() ? "limit or count" : open_->traced;
 }
 
-/* The TID is looked at before the frame duration is asked for. */
+// The TID is looked at before the frame duration is asked for.
 std::string Refusals::reason_of_rejection() const
 {
     return open_->asked_duration ? "no airtime: it comes to a medium time of 0"
@@ -168,7 +167,7 @@ std::optional<std::string> Refusals::after(const Event &event)
     } else if (event.kind == Kind::from_daemon && event.data.size() > 1) {
         open_->asked_duration |= event.data[0] == TSPEC_FRAME_DUR_MARKER;
         if (is_sent_to(event, Peer::mapd, TSPEC_PEER_MSG, TSPEC_ADDTS_REQ_CMD)) {
-            open_.reset(); /* it is pending now, and mapd will say */
+            open_.reset(); // it is pending now, and mapd will say
         }
     }
     return std::nullopt;

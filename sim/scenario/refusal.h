@@ -1,39 +1,36 @@
-/*
- * Why a station's request came to nothing, from what the daemon was seen to ask
- * and to be told between the request and its end. Of a request that fits nowhere
- * the datagrams do not tell whether it was the limit or the number of streams;
- * lines on the console do, where the operator has them traced.
- */
-#ifndef TSPEC_SIM_SCENARIO_REFUSAL_H
-#define TSPEC_SIM_SCENARIO_REFUSAL_H
+// Why a station's request came to nothing, from what the daemon was seen to ask
+// and to be told between the request and its end. Of a request that fits nowhere
+// the datagrams do not tell whether it was the limit or the number of streams;
+// lines on the console do, where the operator has them traced.
+#pragma once
+
+#include "sim/lib/event.h"
 
 #include <optional>
 #include <string>
-
-#include "sim/lib/event.h"
 
 namespace tspec::sim::scenario {
 
 class Refusals {
   public:
-    /* A sentence that belongs before the event, or one that belongs after it.
-     * Every event of a run is to be shown to both, in order. */
+    // A sentence that belongs before the event, or one that belongs after it.
+    // Every event of a run is to be shown to both, in order.
     std::optional<std::string> before(const Event &event);
     std::optional<std::string> after(const Event &event);
 
-    /* The daemon is through with everything that it has read. */
+    // The daemon is through with everything that it has read.
     std::optional<std::string> settled();
 
   private:
-    /* A request that the daemon has read and not ended. */
+    // A request that the daemon has read and not ended.
     struct Request {
-        std::string who;        /* "station 02:..., TID 6" */
-        bool other_tid = false; /* in TS Info than in the message */
+        std::string who;        // "station 02:..., TID 6"
+        bool other_tid = false; // in TS Info than in the message
         bool asked_driver = false;
         bool asked_duration = false;
         bool got_duration = false;
         bool got_other = false;
-        std::string traced; /* what the console has said of it */
+        std::string traced; // what the console has said of it
     };
 
     static Request request_of(const Event &event);
@@ -44,9 +41,7 @@ class Refusals {
     std::string reason_of_refusal() const;
 
     std::optional<Request> open_;
-    bool mapd_speaks_ = false; /* the answer that comes is mapd's */
+    bool mapd_speaks_ = false; // the answer that comes is mapd's
 };
 
 } // namespace tspec::sim::scenario
-
-#endif

@@ -1,19 +1,18 @@
 #include "sim/scenario/run.h"
 
-#include <algorithm>
-#include <utility>
-
-#include <fmt/format.h>
-
 #include "sim/lib/messages.h"
 #include "sim/lib/private_world.h"
 #include "sim/scenario/step_kind.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <utility>
 
 namespace tspec::sim::scenario {
 
 namespace {
 
-/* The audience may follow another run after one that is broken off. */
+// The audience may follow another run after one that is broken off.
 class Muted {
   public:
     explicit Muted(Audience &audience) : audience_(audience) { audience_.mute(); }
@@ -61,7 +60,7 @@ RunResult Run::play()
         play_steps(scenario_.steps);
         check_end();
     } catch (const RunTrouble &trouble) {
-        ++result_.failures;
+        result_.failures++;
         fail(trouble.what());
     }
     audience_.end(scenario_, result_.expectations, result_.failures);
@@ -99,11 +98,11 @@ void Run::play_step(const Step &step)
     }
 }
 
-/* Of many turns the first and the last are told. */
+// Of many turns the first and the last are told.
 void Run::play_turns(const Step &step)
 {
-    std::size_t turns = step.turns.size();
-    for (std::size_t turn = 0; turn < turns; ++turn) {
+    size_t turns = step.turns.size();
+    for (size_t turn = 0; turn < turns; turn++) {
         bool told = turn == 0 || turn + 1 == turns;
         if (turn == 1 && !told) {
             audience_.remark(fmt::format("... {} more like that ...", turns - 2));
@@ -148,7 +147,7 @@ void Run::act(const Step &step)
 void Run::expect(const Step &step)
 {
     expected_before_ = true;
-    ++result_.expectations;
+    result_.expectations++;
     held_.clear();
     try {
         if (step.kind->needs_daemon && !started_) {
@@ -157,7 +156,7 @@ void Run::expect(const Step &step)
         carry_out(step);
         audience_.held(held_);
     } catch (const ExpectationFailed &failure) {
-        ++result_.failures;
+        result_.failures++;
         audience_.failed(scenario_, step, failure);
     }
 }
@@ -219,13 +218,13 @@ void Run::take(const Events &events)
             forwarded_.push_back(wire_of<tspec_mapd_msg_t>(event.data));
         }
         if (is_failed_send(event) && armed_faults_ > 0) {
-            --armed_faults_;
+            armed_faults_--;
         }
     }
 }
 
-/* The question makes the daemon turn its loop once more, which a send that is
- * set to fail would notice; so it is left out then. */
+// The question makes the daemon turn its loop once more, which a send that is
+// set to fail would notice; so it is left out then.
 void Run::note_load()
 {
     if (!ap_.running() || armed_faults_ > 0 || !load_) {
@@ -265,7 +264,7 @@ Events Run::ask_operator(const Bytes &command)
     return answers_to(ap_.settle(), Peer::console);
 }
 
-/* Anything else that came in the meantime happened like everything else. */
+// Anything else that came in the meantime happened like everything else.
 Events Run::answers_to(const Events &events, Peer peer)
 {
     Events answers;
@@ -283,7 +282,7 @@ Events Run::answers_to(const Events &events, Peer peer)
 }
 
 std::optional<tspec_mapd_msg_t> Run::forwarded(const std::optional<Mac> &station,
-                                               const std::optional<std::uint8_t> &tid) const
+                                               const std::optional<uint8_t> &tid) const
 {
     auto found =
         std::find_if(forwarded_.rbegin(), forwarded_.rend(), [&](const tspec_mapd_msg_t &request) {

@@ -1,16 +1,6 @@
-/*
- * One run of a scenario on a simulated access point. Steps are given the run
- * and do their work through it.
- */
-#ifndef TSPEC_SIM_SCENARIO_RUN_H
-#define TSPEC_SIM_SCENARIO_RUN_H
-
-#include <filesystem>
-#include <memory>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <vector>
+// One run of a scenario on a simulated access point. Steps are given the run
+// and do their work through it.
+#pragma once
 
 #include "sim/lib/access_point.h"
 #include "sim/scenario/audience.h"
@@ -19,56 +9,63 @@
 #include "sim/scenario/scenario.h"
 #include "sim/scenario/window.h"
 
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
 namespace tspec::sim::scenario {
 
-/* A step that cannot be carried out: the run ends there. */
+// A step that cannot be carried out: the run ends there.
 class RunTrouble : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
 struct RunResult {
-    std::size_t expectations = 0;
-    std::size_t failures = 0;
+    size_t expectations = 0;
+    size_t failures = 0;
 };
 
 class Run {
   public:
     Run(const Scenario &scenario, Audience &audience, Options options);
-    /* On an access point that runs already and goes on running. */
+    // On an access point that runs already and goes on running.
     Run(const Scenario &scenario, Audience &audience, AccessPoint &running);
 
     RunResult play();
 
-    /* For the steps. */
+    // For the steps.
     AccessPoint &ap() { return ap_; }
     Window &window() { return window_; }
     Audience &audience() { return audience_; }
 
-    /* An act that no event shows. */
+    // An act that no event shows.
     void say(const std::string &who, const std::string &what);
-    /* An expectation that holds, in words; said once the step is through. */
+    // An expectation that holds, in words; said once the step is through.
     void hold(const std::string &what) { held_ = what; }
 
-    /* Starts a daemon; what it did before is forgotten. */
+    // Starts a daemon; what it did before is forgotten.
     void start();
     void stop();
-    /* Somebody expects the daemon's end. */
+    // Somebody expects the daemon's end.
     void end_is_known() { end_known_ = true; }
 
-    /* Sends a question of an expectation's own and yields what came of it,
-     * neither shown nor open to other expectations. */
+    // Sends a question of an expectation's own and yields what came of it,
+    // neither shown nor open to other expectations.
     Events ask_dman(const Bytes &request);
     Events ask_operator(const Bytes &command);
 
-    /* The operator's figures of admitted medium time. */
+    // The operator's figures of admitted medium time.
     Load load();
 
-    /* The latest request forwarded to mapd, of a station and TID where given. */
+    // The latest request forwarded to mapd, of a station and TID where given.
     std::optional<tspec_mapd_msg_t> forwarded(const std::optional<Mac> &station,
-                                              const std::optional<std::uint8_t> &tid) const;
+                                              const std::optional<uint8_t> &tid) const;
 
-    /* Sends of the daemon that are set to fail. */
+    // Sends of the daemon that are set to fail.
     void faults_armed(unsigned count) { armed_faults_ += count; }
     void faults_cleared() { armed_faults_ = 0; }
 
@@ -89,7 +86,7 @@ class Run {
 
     const Scenario &scenario_;
     Audience &audience_;
-    std::unique_ptr<AccessPoint> own_; /* none where the access point is another's */
+    std::unique_ptr<AccessPoint> own_; // none where the access point is another's
     AccessPoint &ap_;
     Window window_;
     RunResult result_;
@@ -99,12 +96,10 @@ class Run {
     Time start_time_{};
     unsigned armed_faults_ = 0;
     bool expected_before_ = false;
-    const Step *step_ = nullptr; /* the latest */
-    bool untold_ = false;        /* in a turn of a loop that is not told */
+    const Step *step_ = nullptr; // the latest
+    bool untold_ = false;        // in a turn of a loop that is not told
     bool started_ = false;
     bool end_known_ = false;
 };
 
 } // namespace tspec::sim::scenario
-
-#endif

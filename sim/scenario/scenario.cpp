@@ -1,13 +1,12 @@
 #include "sim/scenario/scenario.h"
 
+#include "sim/scenario/step_table.h"
+#include "sim/scenario/suggestion.h"
+
+#include <fmt/format.h>
 #include <fstream>
 #include <set>
 #include <sstream>
-
-#include <fmt/format.h>
-
-#include "sim/scenario/step_table.h"
-#include "sim/scenario/suggestion.h"
 
 namespace tspec::sim::scenario {
 
@@ -29,7 +28,7 @@ std::vector<std::string> key_names(const StepKind &kind)
     return names;
 }
 
-/* What an error message lists: the status message alone has a thousand fields. */
+// What an error message lists: the status message alone has a thousand fields.
 std::string keys_for_people(const StepKind &kind)
 {
     if (kind.keys.empty() && !kind.fields) {
@@ -148,7 +147,7 @@ class ScenarioReader {
     bool read_arguments(const YAML::Node &name, const YAML::Node &node, const StepKind &kind,
                         Args &args)
     {
-        std::size_t before = reader_.complaints().size();
+        size_t before = reader_.complaints().size();
         if (node.IsMap()) {
             refuse_twice(node, kind.name);
             for (const auto &item : node) {
@@ -256,7 +255,7 @@ class ScenarioReader {
             reader_.complain(arguments, "repeat lacks the key \"steps\" (a list of steps)");
             return;
         }
-        std::size_t before = reader_.complaints().size();
+        size_t before = reader_.complaints().size();
         const std::string variable = step.args.text("as");
         if (reader_.variables.count(variable)) {
             reader_.complain(arguments, fmt::format("the loop variable \"{}\" belongs to a loop "
@@ -264,8 +263,8 @@ class ScenarioReader {
                                                     variable));
             return;
         }
-        std::int64_t first = step.args.number("from");
-        for (std::int64_t turn = 0; turn < step.args.number("times"); ++turn) {
+        int64_t first = step.args.number("from");
+        for (int64_t turn = 0; turn < step.args.number("times"); turn++) {
             reader_.variables[variable] = first + turn;
             step.turns.push_back(read_steps(block));
             if (reader_.complaints().size() > before) {

@@ -1,16 +1,13 @@
-/*
- * A scenario as read from its file: a name and steps whose arguments have all
- * been checked.
- */
-#ifndef TSPEC_SIM_SCENARIO_SCENARIO_H
-#define TSPEC_SIM_SCENARIO_SCENARIO_H
+// A scenario as read from its file: a name and steps whose arguments have all
+// been checked.
+#pragma once
+
+#include "sim/scenario/args.h"
+#include "sim/scenario/step_kind.h"
 
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include "sim/scenario/args.h"
-#include "sim/scenario/step_kind.h"
 
 namespace tspec::sim::scenario {
 
@@ -18,7 +15,7 @@ struct Step {
     const StepKind *kind = nullptr;
     Args args;
     Place place;
-    std::vector<std::vector<Step>> turns; /* of a loop */
+    std::vector<std::vector<Step>> turns; // of a loop
 };
 
 struct Scenario {
@@ -28,11 +25,9 @@ struct Scenario {
     std::vector<Step> steps;
 };
 
-/* Both throw ScenarioError with everything that is wrong, and
- * std::runtime_error when the file cannot be read. */
+// Both throw ScenarioError with everything that is wrong, and
+// std::runtime_error when the file cannot be read.
 Scenario read_scenario(const std::filesystem::path &file);
 Scenario parse_scenario(const std::string &text, const std::string &file_name);
 
 } // namespace tspec::sim::scenario
-
-#endif

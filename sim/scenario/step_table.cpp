@@ -1,7 +1,6 @@
 #include "sim/scenario/step_table.h"
 
 #include <algorithm>
-
 #include <fmt/format.h>
 
 namespace tspec::sim::scenario {

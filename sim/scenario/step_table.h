@@ -1,14 +1,11 @@
-/*
- * The table of all steps.
- */
-#ifndef TSPEC_SIM_SCENARIO_STEP_TABLE_H
-#define TSPEC_SIM_SCENARIO_STEP_TABLE_H
+// The table of all steps.
+#pragma once
+
+#include "sim/scenario/step_kind.h"
 
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "sim/scenario/step_kind.h"
 
 namespace tspec::sim::scenario {
 
@@ -21,7 +18,7 @@ const std::vector<StepSection> &step_sections();
 const StepKind *find_step(std::string_view name);
 std::vector<std::string> step_names();
 
-/* The groups, each in its own file. */
+// The groups, each in its own file.
 const StepGroup &story_steps();
 const StepGroup &dman_steps();
 const StepGroup &driver_steps();
@@ -33,9 +30,7 @@ const StepGroup &message_expectations();
 const StepGroup &text_expectations();
 const StepGroup &state_expectations();
 
-/* Every step with its keys as Markdown. */
+// Every step with its keys as Markdown.
 std::string describe_steps();
 
 } // namespace tspec::sim::scenario
-
-#endif

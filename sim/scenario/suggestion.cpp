@@ -1,28 +1,27 @@
 #include "sim/scenario/suggestion.h"
 
 #include <algorithm>
-#include <numeric>
-
 #include <fmt/format.h>
+#include <numeric>
 
 namespace tspec::sim::scenario {
 
 namespace {
 
-/* Insertions, removals, changes and swaps of neighbouring characters that lead
- * from a to b. */
-std::size_t edit_distance(std::string_view a, std::string_view b)
+// Insertions, removals, changes and swaps of neighbouring characters that lead
+// from a to b.
+size_t edit_distance(std::string_view a, std::string_view b)
 {
-    std::vector<std::size_t> before_last(b.size() + 1);
-    std::vector<std::size_t> last(b.size() + 1);
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 1; i <= a.size(); ++i) {
+    std::vector<size_t> before_last(b.size() + 1);
+    std::vector<size_t> last(b.size() + 1);
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 1; i <= a.size(); i++) {
         std::swap(before_last, last);
         std::swap(last, row);
         row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            std::size_t change = last[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+        for (size_t j = 1; j <= b.size(); j++) {
+            size_t change = last[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
             row[j] = std::min({change, row[j - 1] + 1, last[j] + 1});
             bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
             if (swapped) {
@@ -33,13 +32,13 @@ std::size_t edit_distance(std::string_view a, std::string_view b)
     return row.back();
 }
 
-/* "med" for "medium_time", "addts" for "hostapd.addts". */
+// "med" for "medium_time", "addts" for "hostapd.addts".
 bool is_part_of(std::string_view word, std::string_view candidate)
 {
     return word.size() >= 3 && candidate.find(word) != std::string_view::npos;
 }
 
-/* Other names of the same thing, which letters do not bring together. */
+// Other names of the same thing, which letters do not bring together.
 struct Synonym {
     std::string_view word;
     std::string_view meant;
@@ -76,9 +75,9 @@ std::string nearest(std::string_view word, const std::vector<std::string> &candi
         return meant;
     }
     std::string best;
-    std::size_t best_distance = std::max<std::size_t>(word.size() / 3, 1) + 1;
+    size_t best_distance = std::max<size_t>(word.size() / 3, 1) + 1;
     for (const std::string &candidate : candidates) {
-        std::size_t distance = edit_distance(word, candidate);
+        size_t distance = edit_distance(word, candidate);
         if (distance < best_distance) {
             best_distance = distance;
             best = candidate;

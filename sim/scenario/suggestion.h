@@ -1,8 +1,5 @@
-/*
- * The word that somebody probably meant.
- */
-#ifndef TSPEC_SIM_SCENARIO_SUGGESTION_H
-#define TSPEC_SIM_SCENARIO_SUGGESTION_H
+// The word that somebody probably meant.
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -10,12 +7,10 @@
 
 namespace tspec::sim::scenario {
 
-/* The candidate nearest to the word, or empty when none is near. */
+// The candidate nearest to the word, or empty when none is near.
 std::string nearest(std::string_view word, const std::vector<std::string> &candidates);
 
-/* "; did you mean \"tid\"?", or empty. */
+// "; did you mean \"tid\"?", or empty.
 std::string did_you_mean(std::string_view word, const std::vector<std::string> &candidates);
 
 } // namespace tspec::sim::scenario
-
-#endif

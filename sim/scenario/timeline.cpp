@@ -1,9 +1,5 @@
 #include "sim/scenario/timeline.h"
 
-#include <algorithm>
-
-#include <fmt/format.h>
-
 #include "sim/lib/decode.h"
 #include "sim/lib/terminal.h"
 #include "sim/scenario/names.h"
@@ -11,22 +7,25 @@
 #include "sim/scenario/units.h"
 #include "tspec/message.h"
 
+#include <algorithm>
+#include <fmt/format.h>
+
 namespace tspec::sim::scenario {
 
 namespace {
 
-constexpr std::size_t note_width = 92;
-constexpr const char *indent = "          "; /* below the time */
-constexpr std::size_t route_width = 24;
+constexpr size_t note_width = 92;
+constexpr const char *indent = "          "; // below the time
+constexpr size_t route_width = 24;
 
-constexpr std::size_t report_order[] = {TSPEC_AC_VO, TSPEC_AC_VI, TSPEC_AC_BE, TSPEC_AC_BK};
+constexpr size_t report_order[] = {TSPEC_AC_VO, TSPEC_AC_VI, TSPEC_AC_BE, TSPEC_AC_BK};
 
-std::vector<std::string> wrapped(const std::string &text, std::size_t width)
+std::vector<std::string> wrapped(const std::string &text, size_t width)
 {
     std::vector<std::string> lines(1);
-    std::size_t at = 0;
+    size_t at = 0;
     while (at < text.size()) {
-        std::size_t end = std::min(text.find_first_of(" \n", at), text.size());
+        size_t end = std::min(text.find_first_of(" \n", at), text.size());
         std::string word = text.substr(at, end - at);
         if (!lines.back().empty() && lines.back().size() + 1 + word.size() > width) {
             lines.emplace_back();
@@ -42,10 +41,10 @@ std::vector<std::string> wrapped(const std::string &text, std::size_t width)
 
 constexpr char glue = '\x01';
 
-/* Blanks inside of what stands between two commas do not break a line. */
+// Blanks inside of what stands between two commas do not break a line.
 std::string glued(std::string text)
 {
-    for (std::size_t i = 1; i < text.size(); ++i) {
+    for (size_t i = 1; i < text.size(); i++) {
         if (text[i] == ' ' && text[i - 1] != ',') {
             text[i] = glue;
         }
@@ -59,10 +58,10 @@ std::string unglued(std::string text)
     return text;
 }
 
-/* The route apart from the rest, so that both stand in columns. */
+// The route apart from the rest, so that both stand in columns.
 std::string in_columns(const std::string &description)
 {
-    std::size_t gap = description.find("  ");
+    size_t gap = description.find("  ");
     if (gap == std::string::npos) {
         return description;
     }
@@ -94,10 +93,10 @@ void Timeline::line(const std::string &text)
     fmt::print(out_, "{}\n", harmless(text, options_.colour));
 }
 
-/* Long ones go on below their second column, broken after a comma. */
+// Long ones go on below their second column, broken after a comma.
 void Timeline::told(const std::string &time, const std::string &text)
 {
-    constexpr std::size_t width = 86;
+    constexpr size_t width = 86;
     std::string route = text.substr(0, route_width);
     std::string margin = time;
     std::string rest = text.size() > route_width ? text.substr(route_width) : "";
@@ -110,7 +109,7 @@ void Timeline::told(const std::string &time, const std::string &text)
 
 std::string Timeline::time_column(Duration since_start)
 {
-    std::int64_t seconds = since_start.count() / 1'000'000;
+    int64_t seconds = since_start.count() / 1'000'000;
     std::string time =
         fmt::format("{:02}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
     bool repeated = time == last_time_;
@@ -166,7 +165,7 @@ void Timeline::status_bars(const Event &event)
         return;
     }
     auto status = wire_of<tspec_mapd_status_msg_t>(event.data);
-    for (std::size_t radio = 0; radio < TSPEC_NUM_RADIOS; ++radio) {
+    for (size_t radio = 0; radio < TSPEC_NUM_RADIOS; radio++) {
         const tspec_mapd_status_entry_t &entry = status.radio[radio];
         if (entry.oper_status == 0 || entry.num_active == 0) {
             continue;
@@ -191,15 +190,15 @@ void Timeline::load_changes(const Load &before, const Load &after)
     if (silent()) {
         return;
     }
-    for (std::size_t radio = 0; radio < after.size(); ++radio) {
-        for (std::size_t ac : report_order) {
+    for (size_t radio = 0; radio < after.size(); radio++) {
+        for (size_t ac : report_order) {
             const Admitted &admitted = after[radio][ac];
             if (admitted == before[radio][ac]) {
                 continue;
             }
             std::string what =
                 fmt::format("wlan{} {}", radio,
-                            word_of_value(access_category_names(), static_cast<std::int64_t>(ac)));
+                            word_of_value(access_category_names(), static_cast<int64_t>(ac)));
             line(indent + paint(Colour::bar, load_bar(what, admitted.now, admitted.limit)));
         }
     }
@@ -241,7 +240,7 @@ void Timeline::remark(const std::string &text)
     }
 }
 
-void Timeline::end(const Scenario &scenario, std::size_t expectations, std::size_t failures)
+void Timeline::end(const Scenario &scenario, size_t expectations, size_t failures)
 {
     if (!options_.quiet) {
         line("");

@@ -1,20 +1,17 @@
-/*
- * The story of a run as a person reads it: who sent what to whom and when, the
- * notes of the scenario, how full the air is, and which expectations held.
- */
-#ifndef TSPEC_SIM_SCENARIO_TIMELINE_H
-#define TSPEC_SIM_SCENARIO_TIMELINE_H
+// The story of a run as a person reads it: who sent what to whom and when, the
+// notes of the scenario, how full the air is, and which expectations held.
+#pragma once
+
+#include "sim/scenario/audience.h"
 
 #include <cstdio>
 #include <string>
 #include <vector>
 
-#include "sim/scenario/audience.h"
-
 namespace tspec::sim::scenario {
 
 struct TimelineOptions {
-    bool quiet = false; /* failures and the last line only */
+    bool quiet = false; // failures and the last line only
     bool colour = false;
 };
 
@@ -32,10 +29,10 @@ class Timeline final : public Audience {
                 const ExpectationFailed &failure) override;
     void failed(const Scenario &scenario, const Step &step, const std::string &headline) override;
     void failed(const std::string &headline) override;
-    void mute() override { ++muted_; }
-    void unmute() override { --muted_; }
+    void mute() override { muted_++; }
+    void unmute() override { muted_--; }
     void remark(const std::string &text) override;
-    void end(const Scenario &scenario, std::size_t expectations, std::size_t failures) override;
+    void end(const Scenario &scenario, size_t expectations, size_t failures) override;
 
   private:
     enum class Colour { none, bold, dim, good, bad, bar };
@@ -54,5 +51,3 @@ class Timeline final : public Audience {
 };
 
 } // namespace tspec::sim::scenario
-
-#endif

@@ -2,9 +2,8 @@
 
 #include <charconv>
 #include <cmath>
-#include <limits>
-
 #include <fmt/format.h>
+#include <limits>
 
 namespace tspec::sim::scenario {
 
@@ -12,14 +11,14 @@ namespace {
 
 struct Unit {
     std::string_view name;
-    std::int64_t microseconds;
+    int64_t microseconds;
 };
 
-/* Longer names first, where one begins with the other. */
+// Longer names first, where one begins with the other.
 constexpr Unit units[] = {{"us", 1},        {"ms", 1'000},        {"min", 60'000'000},
                           {"s", 1'000'000}, {"h", 3'600'000'000}, {"d", 86'400'000'000}};
 
-/* Takes digits with at most one point off the front. */
+// Takes digits with at most one point off the front.
 std::optional<double> take_number(std::string_view &text)
 {
     double value = 0;
@@ -28,7 +27,7 @@ std::optional<double> take_number(std::string_view &text)
     if (error != std::errc{}) {
         return std::nullopt;
     }
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    text.remove_prefix(static_cast<size_t>(end - text.data()));
     return value;
 }
 
@@ -62,14 +61,13 @@ bool is_hex_digit(char c)
 
 } // namespace
 
-std::optional<std::int64_t> whole_number(std::string_view word, std::int64_t lowest,
-                                         std::int64_t highest)
+std::optional<int64_t> whole_number(std::string_view word, int64_t lowest, int64_t highest)
 {
     bool negative = word.starts_with('-');
     std::string_view digits = word.substr(negative ? 1 : 0);
     int base = digits.starts_with("0x") ? 16 : 10;
     digits.remove_prefix(base == 16 ? 2 : 0);
-    std::int64_t value = 0;
+    int64_t value = 0;
     auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value, base);
     if (error != std::errc{} || end != digits.data() + digits.size() || digits.starts_with('-')) {
         return std::nullopt;
@@ -111,7 +109,7 @@ std::optional<Duration> duration(std::string_view word)
 
 std::string duration_text(Duration duration)
 {
-    std::int64_t rest = duration.count();
+    int64_t rest = duration.count();
     std::string text = rest < 0 ? "-" : "";
     rest = std::abs(rest);
     if (rest == 0) {
@@ -130,7 +128,7 @@ std::string duration_text(Duration duration)
     return text;
 }
 
-std::optional<std::int64_t> bit_rate(std::string_view word)
+std::optional<int64_t> bit_rate(std::string_view word)
 {
     if (!starts_like_number(word)) {
         return std::nullopt;
@@ -143,13 +141,13 @@ std::optional<std::int64_t> bit_rate(std::string_view word)
         return std::nullopt;
     }
     double bits = *value * factor;
-    if (bits > std::numeric_limits<std::uint32_t>::max() || bits != std::floor(bits)) {
+    if (bits > std::numeric_limits<uint32_t>::max() || bits != std::floor(bits)) {
         return std::nullopt;
     }
-    return static_cast<std::int64_t>(bits);
+    return static_cast<int64_t>(bits);
 }
 
-std::optional<std::int64_t> percentage(std::string_view word)
+std::optional<int64_t> percentage(std::string_view word)
 {
     if (word.ends_with('%')) {
         word.remove_suffix(1);
@@ -157,16 +155,15 @@ std::optional<std::int64_t> percentage(std::string_view word)
     while (word.ends_with(' ')) {
         word.remove_suffix(1);
     }
-    return whole_number(word, 0, std::numeric_limits<std::uint32_t>::max());
+    return whole_number(word, 0, std::numeric_limits<uint32_t>::max());
 }
 
 std::optional<Mac> station(std::string_view word)
 {
     constexpr std::string_view prefix = "station ";
     if (word.starts_with(prefix)) {
-        std::optional<std::int64_t> number = whole_number(word.substr(prefix.size()), 0, 0xffffff);
-        return number ? std::optional(station_mac(static_cast<std::uint32_t>(*number)))
-                      : std::nullopt;
+        std::optional<int64_t> number = whole_number(word.substr(prefix.size()), 0, 0xffffff);
+        return number ? std::optional(station_mac(static_cast<uint32_t>(*number))) : std::nullopt;
     }
     try {
         return Mac::parse(word);
@@ -178,15 +175,15 @@ std::optional<Mac> station(std::string_view word)
 std::optional<Bytes> hex_bytes(std::string_view word)
 {
     Bytes bytes;
-    for (std::size_t at = 0; at < word.size();) {
+    for (size_t at = 0; at < word.size();) {
         if (word[at] == ' ') {
-            ++at;
+            at++;
             continue;
         }
         if (at + 1 >= word.size() || !is_hex_digit(word[at]) || !is_hex_digit(word[at + 1])) {
             return std::nullopt;
         }
-        std::uint8_t byte = 0;
+        uint8_t byte = 0;
         std::from_chars(word.data() + at, word.data() + at + 2, byte, 16);
         bytes.push_back(byte);
         at += 2;

@@ -1,19 +1,18 @@
 #include "sim/scenario/wanted.h"
 
-#include <algorithm>
-
-#include <fmt/format.h>
-
 #include "sim/scenario/names.h"
 #include "sim/scenario/suggestion.h"
 #include "sim/scenario/units.h"
+
+#include <algorithm>
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
 namespace {
 
 template <Names (*names)()>
-std::optional<std::int64_t> named(std::string_view word)
+std::optional<int64_t> named(std::string_view word)
 {
     return value_of_name(names(), word);
 }
@@ -30,10 +29,10 @@ Names operation_states()
     return states;
 }
 
-std::optional<std::int64_t> microseconds(std::string_view word)
+std::optional<int64_t> microseconds(std::string_view word)
 {
     std::optional<Duration> length = duration(word);
-    return length ? std::optional<std::int64_t>(length->count()) : std::nullopt;
+    return length ? std::optional<int64_t>(length->count()) : std::nullopt;
 }
 
 std::string radio_form()
@@ -45,10 +44,10 @@ std::string time_form()
     return "a time such as 5s, or a number of microseconds";
 }
 
-/* Numeric fields whose values may be put in words. */
+// Numeric fields whose values may be put in words.
 struct WordForm {
     std::string_view field;
-    std::optional<std::int64_t> (*read)(std::string_view word);
+    std::optional<int64_t> (*read)(std::string_view word);
     std::string (*form)();
 };
 constexpr WordForm word_forms[] = {
@@ -62,12 +61,12 @@ constexpr WordForm word_forms[] = {
     {"inactivity_timeout", microseconds, time_form},
 };
 
-/* Status entries come in many places: "radio[0].oper_status". */
+// Status entries come in many places: "radio[0].oper_status".
 const WordForm *word_form(std::string_view field)
 {
     auto found =
         std::find_if(std::begin(word_forms), std::end(word_forms), [field](const WordForm &entry) {
-            std::size_t bracket = field.rfind("].");
+            size_t bracket = field.rfind("].");
             std::string_view last =
                 bracket == std::string_view::npos ? field : field.substr(bracket + 2);
             return entry.field == last;
@@ -75,10 +74,10 @@ const WordForm *word_form(std::string_view field)
     return found == std::end(word_forms) ? nullptr : found;
 }
 
-std::optional<std::int64_t> number_of(const std::string &field, const std::string &word)
+std::optional<int64_t> number_of(const std::string &field, const std::string &word)
 {
     const WordForm *form = word_form(field);
-    std::optional<std::int64_t> number = form ? form->read(word) : std::nullopt;
+    std::optional<int64_t> number = form ? form->read(word) : std::nullopt;
     return number ? number : whole_number(word, 0, 0xffffffff);
 }
 
@@ -88,8 +87,8 @@ std::string allowed_values(const std::string &field)
     return form ? form->form() : "a number";
 }
 
-/* "wlan0.num_active" is "radio[0].num_active", "wlan1vap3.num_active" is
- * "vap[1][3].num_active". */
+// "wlan0.num_active" is "radio[0].num_active", "wlan1vap3.num_active" is
+// "vap[1][3].num_active".
 std::string status_field(const std::string &word)
 {
     int radio = 0;
@@ -161,11 +160,11 @@ bool read_wanted(const YAML::Node &name, const YAML::Node &value, const MessageF
         wanted.value = bare_value(known->name, wanted.text);
         return true;
     }
-    std::optional<std::int64_t> number = number_of(known->name, wanted.text);
+    std::optional<int64_t> number = number_of(known->name, wanted.text);
     if (!number) {
         return reader.expected(value, allowed_values(known->name));
     }
-    wanted.number = static_cast<std::uint64_t>(*number);
+    wanted.number = static_cast<uint64_t>(*number);
     wanted.value = std::to_string(*number);
     return true;
 }

@@ -1,8 +1,8 @@
 #include "sim/scenario/window.h"
 
-#include <algorithm>
-
 #include "tspec/message.h"
+
+#include <algorithm>
 
 namespace tspec::sim::scenario {
 
@@ -46,7 +46,7 @@ std::optional<Channel> channel_of(const Event &event)
     }
 }
 
-/* hostapd gets its queries and its messages through one socket. */
+// hostapd gets its queries and its messages through one socket.
 bool covers(Channel wanted, Channel channel)
 {
     return channel == wanted ||
@@ -134,8 +134,8 @@ std::string line_text(const Event &event)
     }
     std::string text = event.kind == Kind::console ? console_texts({event}).front() : event.text();
     constexpr const char *line_ends = "\r\n";
-    std::size_t first = text.find_first_not_of(line_ends);
-    std::size_t last = text.find_last_not_of(line_ends);
+    size_t first = text.find_first_not_of(line_ends);
+    size_t last = text.find_last_not_of(line_ends);
     return first == std::string::npos ? std::string{} : text.substr(first, last - first + 1);
 }
 

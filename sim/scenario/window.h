@@ -1,10 +1,9 @@
-/*
- * What expectations look at: everything that the daemon did since the acts that
- * stand right before them. Expectations about one receiver hold in the order in
- * which they are written; what one of them has found, no other finds again.
- */
-#ifndef TSPEC_SIM_SCENARIO_WINDOW_H
-#define TSPEC_SIM_SCENARIO_WINDOW_H
+// What expectations look at: everything that the daemon did since the acts that
+// stand right before them. Expectations about one receiver hold in the order in
+// which they are written; what one of them has found, no other finds again.
+#pragma once
+
+#include "sim/lib/event.h"
 
 #include <functional>
 #include <optional>
@@ -12,14 +11,12 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/lib/event.h"
-
 namespace tspec::sim::scenario {
 
-/* Where something may come out of the daemon. */
+// Where something may come out of the daemon.
 enum class Channel {
     hostapd,
-    frame_duration_query, /* also to hostapd, a channel of its own for expect.nothing */
+    frame_duration_query, // also to hostapd, a channel of its own for expect.nothing
     mapd,
     dman,
     operator_tool,
@@ -41,7 +38,7 @@ std::optional<Channel> channel_of_word(std::string_view word);
 struct Happening {
     Event event;
     Channel channel;
-    bool found = false; /* by an expectation */
+    bool found = false; // by an expectation
 };
 
 class Window {
@@ -49,19 +46,17 @@ class Window {
     void add(const Events &events);
     void clear() { happenings_.clear(); }
 
-    /* The happenings that the next expectation about this receiver may find. */
+    // The happenings that the next expectation about this receiver may find.
     std::vector<Happening *> open(Channel channel);
-    /* All that arrived and that no expectation has found. */
+    // All that arrived and that no expectation has found.
     std::vector<const Happening *> unfound(Channel channel) const;
 
   private:
     std::vector<Happening> happenings_;
 };
 
-/* The text of a line as an expectation writes it: console prefix and line ends
- * are left out. */
+// The text of a line as an expectation writes it: console prefix and line ends
+// are left out.
 std::string line_text(const Event &event);
 
 } // namespace tspec::sim::scenario
-
-#endif

@@ -1,10 +1,10 @@
 #include "sim/serve/client_stream.h"
 
+#include "sim/serve/control_socket.h"
+
 #include <cerrno>
 #include <string_view>
 #include <system_error>
-
-#include "sim/serve/control_socket.h"
 
 namespace tspec::sim::serve {
 
@@ -22,7 +22,7 @@ ClientStream::~ClientStream()
     std::fclose(file_);
 }
 
-ssize_t ClientStream::write(void *stream, const char *text, std::size_t size)
+ssize_t ClientStream::write(void *stream, const char *text, size_t size)
 {
     send_story(static_cast<ClientStream *>(stream)->client_, std::string_view(text, size));
     return static_cast<ssize_t>(size);

@@ -1,20 +1,18 @@
 #include "sim/serve/command.h"
 
-#include <csignal>
-#include <fstream>
-#include <iterator>
-#include <memory>
-
-#include <sys/signalfd.h>
-
-#include <fmt/format.h>
-
 #include "sim/lib/host_share.h"
 #include "sim/lib/private_world.h"
 #include "sim/lib/terminal.h"
 #include "sim/scenario/scenario.h"
 #include "sim/serve/control_socket.h"
 #include "sim/serve/service.h"
+
+#include <csignal>
+#include <fmt/format.h>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <sys/signalfd.h>
 
 namespace tspec::sim::serve {
 
@@ -25,7 +23,7 @@ void complain(const std::string &what)
     fmt::print(stderr, "tspec-sim: {}\n", what);
 }
 
-/* Blocks the signals that end the service, so that they are read instead. */
+// Blocks the signals that end the service, so that they are read instead.
 Socket ending_signals()
 {
     sigset_t signals;
@@ -69,7 +67,7 @@ struct ApplyWords {
     bool no_colour = false;
 };
 
-/* Reads and checks every file, so that all complaints come at once. */
+// Reads and checks every file, so that all complaints come at once.
 bool read_all(const ApplyWords &words, std::vector<ApplyRequest> &requests)
 {
     bool good = true;
@@ -102,7 +100,7 @@ int apply_all(const ApplyWords &words)
         std::string unfinished;
         std::optional<int> status = apply(request, [&](std::string_view story) {
             unfinished += story;
-            const std::size_t end = unfinished.rfind('\n') + 1;
+            const size_t end = unfinished.rfind('\n') + 1;
             fmt::print("{}", harmless(unfinished.substr(0, end), request.colour));
             std::fflush(stdout);
             unfinished.erase(0, end);

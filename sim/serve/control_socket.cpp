@@ -3,11 +3,10 @@
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
-#include <system_error>
-
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace tspec::sim::serve {
@@ -18,7 +17,7 @@ constexpr std::string_view colour_wish = "colour ";
 constexpr std::string_view quiet_wish = "quiet ";
 constexpr std::string_view fresh_wish = "fresh ";
 
-/* A client that stands still may not hold the access point up. */
+// A client that stands still may not hold the access point up.
 constexpr timeval longest_send{1, 0};
 
 sockaddr_un control_address()
@@ -38,7 +37,7 @@ Socket stream_socket(int flags)
     return socket;
 }
 
-/* Root, or the user of this process. */
+// Root, or the user of this process.
 bool is_trusted(const Socket &peer)
 {
     ucred user{};
@@ -54,14 +53,14 @@ bool send_all(const Socket &socket, std::string_view text)
         if (sent < 0) {
             return false;
         }
-        text.remove_prefix(static_cast<std::size_t>(sent));
+        text.remove_prefix(static_cast<size_t>(sent));
     }
     return true;
 }
 
 std::string cut_line(std::string &text)
 {
-    std::size_t end = text.find('\n');
+    size_t end = text.find('\n');
     std::string line = text.substr(0, end);
     text.erase(0, end == std::string::npos ? end : end + 1);
     return line;
@@ -78,7 +77,7 @@ ControlServer::ControlServer() : listening_(stream_socket(SOCK_NONBLOCK))
     }
 }
 
-/* One client after another: what both would play might contradict. */
+// One client after another: what both would play might contradict.
 std::vector<int> ControlServer::descriptors() const
 {
     return {client_.is_open() ? client_.fd() : listening_.fd()};
@@ -118,7 +117,7 @@ bool ControlServer::read_all()
     char buffer[65536];
     ssize_t size;
     while ((size = recv(client_.fd(), buffer, sizeof buffer, MSG_DONTWAIT)) > 0) {
-        received_.append(buffer, static_cast<std::size_t>(size));
+        received_.append(buffer, static_cast<size_t>(size));
     }
     if (size < 0 && errno != EAGAIN) {
         client_.close();
@@ -157,8 +156,8 @@ std::optional<int> apply(const ApplyRequest &request,
     char buffer[4096];
     ssize_t size;
     while ((size = recv(server.fd(), buffer, sizeof buffer, 0)) > 0) {
-        std::string_view part(buffer, static_cast<std::size_t>(size));
-        std::size_t nul = end.empty() ? std::min(part.find('\0'), part.size()) : 0;
+        std::string_view part(buffer, static_cast<size_t>(size));
+        size_t nul = end.empty() ? std::min(part.find('\0'), part.size()) : 0;
         tell(part.substr(0, nul));
         end += part.substr(nul);
     }

@@ -18,7 +18,7 @@ bool may_change_load(const Event &event)
     if (event.kind != Kind::to_daemon || event.data.empty()) {
         return false;
     }
-    std::uint8_t type = event.data[0];
+    uint8_t type = event.data[0];
     bool is_command = event.door == Door::cli;
     return is_command ? type == TSPEC_CLI_DEL_CLIENT_CMD || type == TSPEC_CLI_DEL_TID_CMD
                       : type == TSPEC_DMAN_CONFIG_MSG || type == TSPEC_HOSTAPD_MSG ||
@@ -27,8 +27,8 @@ bool may_change_load(const Event &event)
 
 } // namespace
 
-/* The daemon handles one datagram at a time, so what it prints after the question
- * and before anything else is the answer. */
+// The daemon handles one datagram at a time, so what it prints after the question
+// and before anything else is the answer.
 bool LoadWatch::takes(const Event &event)
 {
     if (is_own_question(event)) {

@@ -1,13 +1,5 @@
 #include "sim/serve/service.h"
 
-#include <algorithm>
-#include <utility>
-
-#include <poll.h>
-
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
 #include "sim/lib/host_share.h"
 #include "sim/lib/messages.h"
 #include "sim/lib/terminal.h"
@@ -15,13 +7,19 @@
 #include "sim/scenario/run.h"
 #include "sim/serve/client_stream.h"
 
+#include <algorithm>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <poll.h>
+#include <utility>
+
 namespace tspec::sim::serve {
 
 namespace {
 
 struct PlayedPeer {
     Peer peer;
-    std::uint16_t port;
+    uint16_t port;
 };
 constexpr PlayedPeer played_peers[] = {{Peer::hostapd, TSPEC_HOSTAPD_PORT},
                                        {Peer::mapd, TSPEC_MAPD_PORT},
@@ -44,7 +42,7 @@ Options options_for(const ServeRequest &request)
     return options;
 }
 
-/* Who has a place that is taken, and what can be done about it. */
+// Who has a place that is taken, and what can be done about it.
 std::string advice_for(const TakenPlace &place)
 {
     for (const PlayedPeer &played : played_peers) {
@@ -120,7 +118,7 @@ void Service::start()
     say("daemon",
         ap_.running() ? fmt::format("starts, pid {}", ap_.pid()) : "starts, and ends at once");
     if (ap_.running() && !has(request_.away, Peer::dman)) {
-        for (std::uint8_t radio = 1; radio <= TSPEC_NUM_RADIOS; ++radio) {
+        for (uint8_t radio = 1; radio <= TSPEC_NUM_RADIOS; radio++) {
             ap_.dman().send(DmanConfig{.radio_if = radio}.bytes());
         }
     }
@@ -188,7 +186,7 @@ void Service::say(const std::string &who, const std::string &what)
     timeline_.act(ap_.now() - ap_.options().start_time, who, what);
 }
 
-/* Daemon and surroundings as a scenario finds them that runs by itself. */
+// Daemon and surroundings as a scenario finds them that runs by itself.
 void Service::clear()
 {
     ap_.stop();
@@ -198,8 +196,8 @@ void Service::clear()
     tell(ap_.settle());
 }
 
-/* Where answers to the operator and to dman come in belongs to the real tool; a
- * scenario has it while it is played, unless the tool is just at work. */
+// Where answers to the operator and to dman come in belongs to the real tool; a
+// scenario has it while it is played, unless the tool is just at work.
 void Service::borrow_from_tool()
 {
     try {
@@ -232,7 +230,7 @@ void Service::apply(ApplyRequest request)
     load_watch_.begin_anew();
 }
 
-/* The story goes to both, each as its reader wants it. */
+// The story goes to both, each as its reader wants it.
 int Service::play(const ApplyRequest &request)
 {
     ClientStream stream(request.client);

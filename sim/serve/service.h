@@ -1,14 +1,7 @@
-/*
- * An access point on the host's own ports for as long as somebody wants to try
- * his own parts on it: the daemon on the simulated driver, the peers that he
- * does not bring, and the story of what goes on.
- */
-#ifndef TSPEC_SIM_SERVE_SERVICE_H
-#define TSPEC_SIM_SERVE_SERVICE_H
-
-#include <filesystem>
-#include <string>
-#include <vector>
+// An access point on the host's own ports for as long as somebody wants to try
+// his own parts on it: the daemon on the simulated driver, the peers that he
+// does not bring, and the story of what goes on.
+#pragma once
 
 #include "sim/lib/access_point.h"
 #include "sim/scenario/refusal.h"
@@ -17,12 +10,16 @@
 #include "sim/serve/load_watch.h"
 #include "sim/serve/station_option.h"
 
+#include <filesystem>
+#include <string>
+#include <vector>
+
 namespace tspec::sim::serve {
 
 enum Status { ended = 0, daemon_lost = 1, wrong_input = 2, no_access_point = 3 };
 
 struct ServeRequest {
-    std::vector<Peer> away; /* of hostapd, mapd and dman */
+    std::vector<Peer> away; // of hostapd, mapd and dman
     std::vector<StationOption> stations;
     bool managed = false;
     std::filesystem::path daemon;
@@ -31,11 +28,11 @@ struct ServeRequest {
 
 class Service {
   public:
-    /* Throws when the daemon cannot be run. Signals that end the service are
-     * read from the descriptor. */
+    // Throws when the daemon cannot be run. Signals that end the service are
+    // read from the descriptor.
     Service(const ServeRequest &request, int signals);
 
-    /* Returns when a signal has come (ended) or the daemon has gone by itself. */
+    // Returns when a signal has come (ended) or the daemon has gone by itself.
     Status run();
 
   private:
@@ -61,10 +58,8 @@ class Service {
     ControlServer control_;
 };
 
-/* What a service of this request needs for itself and finds taken, one sentence
- * each. */
+// What a service of this request needs for itself and finds taken, one sentence
+// each.
 std::vector<std::string> obstacles_to(const ServeRequest &request);
 
 } // namespace tspec::sim::serve
-
-#endif

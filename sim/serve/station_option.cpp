@@ -1,10 +1,10 @@
 #include "sim/serve/station_option.h"
 
-#include <sstream>
-
 #include "sim/scenario/names.h"
 #include "sim/scenario/units.h"
 #include "tspec/message.h"
+
+#include <sstream>
 
 namespace tspec::sim::serve {
 
@@ -12,21 +12,20 @@ namespace {
 
 constexpr const char *no_state = "none";
 
-std::optional<std::uint32_t> flags_of(const std::string &states)
+std::optional<uint32_t> flags_of(const std::string &states)
 {
     if (states == no_state) {
         return 0;
     }
-    std::uint32_t flags = 0;
+    uint32_t flags = 0;
     std::istringstream words(states);
     std::string word;
     while (std::getline(words, word, ',')) {
-        std::optional<std::int64_t> flag =
-            scenario::value_of_name(scenario::status_flag_names(), word);
+        std::optional<int64_t> flag = scenario::value_of_name(scenario::status_flag_names(), word);
         if (!flag) {
             return std::nullopt;
         }
-        flags |= static_cast<std::uint32_t>(*flag);
+        flags |= static_cast<uint32_t>(*flag);
     }
     return (flags & TSPEC_CLIENT_ASSOCIATED) == 0 ? std::nullopt : std::optional(flags);
 }
@@ -35,9 +34,9 @@ std::optional<std::uint32_t> flags_of(const std::string &states)
 
 std::optional<StationOption> station_option(const std::string &word)
 {
-    std::size_t equals = word.find('=');
+    size_t equals = word.find('=');
     std::optional<Mac> mac = scenario::station(word.substr(0, equals));
-    std::optional<std::uint32_t> flags = TSPEC_CLIENT_ASSOCIATED;
+    std::optional<uint32_t> flags = TSPEC_CLIENT_ASSOCIATED;
     if (equals != std::string::npos) {
         flags = flags_of(word.substr(equals + 1));
     }

@@ -1,29 +1,24 @@
-/*
- * One entry of the driver's station table, as the command line gives it:
- * "02:00:00:00:00:01", "02:00:00:00:00:01=associated,roaming", "...=none".
- */
-#ifndef TSPEC_SIM_SERVE_STATION_OPTION_H
-#define TSPEC_SIM_SERVE_STATION_OPTION_H
+// One entry of the driver's station table, as the command line gives it:
+// "02:00:00:00:00:01", "02:00:00:00:00:01=associated,roaming", "...=none".
+#pragma once
+
+#include "sim/lib/bytes.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 
-#include "sim/lib/bytes.h"
-
 namespace tspec::sim::serve {
 
 struct StationOption {
     Mac mac;
-    std::uint32_t flags;
+    uint32_t flags;
 };
 
-/* None when the word has not that form. */
+// None when the word has not that form.
 std::optional<StationOption> station_option(const std::string &word);
 
-/* The words that may stand behind the equals sign. */
+// The words that may stand behind the equals sign.
 std::string station_states();
 
 } // namespace tspec::sim::serve
-
-#endif

@@ -1,30 +1,25 @@
-/*
- * What bash offers while a command line is typed: a completion script is run by
- * bash itself, in an empty folder but for one file, "a script.conf".
- */
-#ifndef TSPEC_TESTS_BASH_OFFERED_H
-#define TSPEC_TESTS_BASH_OFFERED_H
+// What bash offers while a command line is typed: a completion script is run by
+// bash itself, in an empty folder but for one file, "a script.conf".
+#pragma once
 
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <sstream>
 #include <string>
-#include <vector>
-
 #include <unistd.h>
-
-#include <gtest/gtest.h>
+#include <vector>
 
 namespace tspec::tests {
 
-/* What a shell command prints, by lines; it must succeed. */
+// What a shell command prints, by lines; it must succeed.
 inline std::vector<std::string> lines_of(const std::string &command)
 {
     std::FILE *pipe = popen(command.c_str(), "r");
     std::string text;
     char buffer[512];
-    while (std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
+    while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
         text.append(buffer, count);
     }
     EXPECT_EQ(pclose(pipe), 0) << command << '\n' << text;
@@ -36,7 +31,7 @@ inline std::vector<std::string> lines_of(const std::string &command)
     return lines;
 }
 
-/* The script in a folder of its own. */
+// The script in a folder of its own.
 class ScriptFile {
   public:
     explicit ScriptFile(const std::string &script)
@@ -60,8 +55,8 @@ class ScriptFile {
     std::string folder_;
 };
 
-/* Offers for the last of the words, which is being typed behind the program's
- * name. The script must have asked bash to complete the program. */
+// Offers for the last of the words, which is being typed behind the program's
+// name. The script must have asked bash to complete the program.
 inline std::vector<std::string> offered(const std::string &script, const std::string &program,
                                         const std::vector<std::string> &typed)
 {
@@ -79,5 +74,3 @@ inline std::vector<std::string> offered(const std::string &script, const std::st
 }
 
 } // namespace tspec::tests
-
-#endif

@@ -1,23 +1,20 @@
-/*
- * tspec-sim capacity as a user runs it: figures, files, wrong use.
- *
- * The medium time of a call by hand: packets per second, that is the mean rate
- * in bytes over the MSDU size, rounded up, times the microseconds of a frame
- * exchange, over 32; twice, for both directions. The exchanges are worked out in
- * airtime_test.cpp. A limit of P per cent is P * 31250 / 100 units.
- */
+// tspec-sim capacity as a user runs it: figures, files, wrong use.
+//
+// The medium time of a call by hand: packets per second, that is the mean rate
+// in bytes over the MSDU size, rounded up, times the microseconds of a frame
+// exchange, over 32; twice, for both directions. The exchanges are worked out in
+// airtime_test.cpp. A limit of P per cent is P * 31250 / 100 units.
+#include "sim_command.h"
+
 #include <cstdlib>
 #include <filesystem>
+#include <fmt/format.h>
 #include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <regex>
 #include <sstream>
-
-#include <fmt/format.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "sim_command.h"
 
 namespace tspec::tests {
 namespace {
@@ -43,7 +40,7 @@ class CapacityTest : public testing::Test {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    /* The lines of the CSV file behind the names of the columns. */
+    // The lines of the CSV file behind the names of the columns.
     std::vector<std::string> rows(std::vector<std::string> options)
     {
         options.insert(options.begin(), {"capacity", "--csv", path("rows.csv")});
@@ -66,12 +63,10 @@ class CapacityTest : public testing::Test {
     fs::path folder_;
 };
 
-/*
- * G.711 at 6M:  50 * 404 = 20200, / 32 = 631; twice 1262. 50 %: 15625 / 1262 =
- *               12.4, 12 calls, 15144 units.
- * G.729 at 54M: 50 *  80 =  4000, / 32 = 125; twice 250.  50 %: 15625 / 250 =
- *               62.5, 62 calls, 15500 units.
- */
+// G.711 at 6M:  50 * 404 = 20200, / 32 = 631; twice 1262. 50 %: 15625 / 1262 =
+//               12.4, 12 calls, 15144 units.
+// G.729 at 54M: 50 *  80 =  4000, / 32 = 125; twice 250.  50 %: 15625 / 250 =
+//               62.5, 62 calls, 15500 units.
 TEST_F(CapacityTest, CountsTheCallsThatTheDaemonAdmits)
 {
     EXPECT_THAT(rows({"--codec", "g711", "--phy-rate", "6M"}),
@@ -80,19 +75,17 @@ TEST_F(CapacityTest, CountsTheCallsThatTheDaemonAdmits)
                 ElementsAre("g729,8000,20000,20,68,54000000,50,80,125,250,62,15500,15625"));
 }
 
-/*
- * G.723: 19200 bit/s are 2400 bytes, over 72 are 33.3, 34 packets per second.
- * A packet is 102 bytes, 16 + 816 + 6 = 838 bits; at 24M 838 / 96 = 8.7, 9
- * symbols, 56 us, and 16 + 28: 100 us. 34 * 100 = 3400, / 32 = 106; twice 212.
- * The whole medium: 31250 / 212 = 147.4.
- */
+// G.723: 19200 bit/s are 2400 bytes, over 72 are 33.3, 34 packets per second.
+// A packet is 102 bytes, 16 + 816 + 6 = 838 bits; at 24M 838 / 96 = 8.7, 9
+// symbols, 56 us, and 16 + 28: 100 us. 34 * 100 = 3400, / 32 = 106; twice 212.
+// The whole medium: 31250 / 212 = 147.4.
 TEST_F(CapacityTest, RoundsPacketsUp)
 {
     EXPECT_THAT(rows({"--codec", "g723", "--phy-rate", "24M", "--limit", "100"}),
                 ElementsAre("g723,6400,30000,24,72,24000000,100,100,106,212,147,31164,31250"));
 }
 
-/* 1 % are 312 units, less than the 1262 of one call; 2 % of 250 each: 625 / 250. */
+// 1 % are 312 units, less than the 1262 of one call; 2 % of 250 each: 625 / 250.
 TEST_F(CapacityTest, GoesByTheLimits)
 {
     EXPECT_THAT(rows({"--codec", "g711", "--phy-rate", "6M", "--limit", "1"}),
@@ -101,17 +94,15 @@ TEST_F(CapacityTest, GoesByTheLimits)
                 ElementsAre("g729,8000,20000,20,68,54000000,2,80,125,250,2,500,625"));
 }
 
-/*
- * 1.5 is 12288 of 8192: 20200 + 20200 * 4096 / 8192 = 30300, / 32 = 946; twice
- * 1892. 15625 / 1892 = 8.3, 8 calls, 15136 units.
- */
+// 1.5 is 12288 of 8192: 20200 + 20200 * 4096 / 8192 = 30300, / 32 = 946; twice
+// 1892. 15625 / 1892 = 8.3, 8 calls, 15136 units.
 TEST_F(CapacityTest, SetsASurplusAside)
 {
     EXPECT_THAT(rows({"--codec", "g711", "--phy-rate", "6M", "--surplus", "1.5"}),
                 ElementsAre("g711,64000,20000,160,208,6000000,50,404,946,1892,8,15136,15625"));
 }
 
-/* 424 us: 50 * 424 = 21200, / 32 = 662; twice 1324. 15625 / 1324 = 11.8. */
+// 424 us: 50 * 424 = 21200, / 32 = 662; twice 1324. 15625 / 1324 = 11.8.
 TEST_F(CapacityTest, CountsWhatEncryptionAdds)
 {
     EXPECT_THAT(rows({"--codec", "g711", "--phy-rate", "6M", "--encryption", "ccmp"}),
@@ -143,7 +134,7 @@ TEST_F(CapacityTest, PrintsATable)
         << result.output;
 }
 
-/* Read by another program than the one that wrote it. */
+// Read by another program than the one that wrote it.
 TEST_F(CapacityTest, DrawsABarForEachRow)
 {
     CommandResult result = run_sim(
@@ -161,12 +152,12 @@ TEST_F(CapacityTest, DrawsABarForEachRow)
         popen(fmt::format("{} {} {}", TSPEC_PYTHON, path("read.py"), path("c.svg")).c_str(), "r");
     std::string output;
     char buffer[4096];
-    while (std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
+    while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
         output.append(buffer, count);
     }
     EXPECT_EQ(pclose(pipe), 0);
 
-    /* The lines of the grid go to 70; 150 pixels are 70 calls. */
+    // The lines of the grid go to 70; 150 pixels are 70 calls.
     EXPECT_EQ(output, "g711 at 6M, 50 %: 12 calls of 1262 units of medium time | 25.7\n"
                       "g729 at 6M, 50 %: 23 calls of 674 units of medium time | 49.3\n"
                       "g711 at 54M, 50 %: 50 calls of 312 units of medium time | 107.1\n"

@@ -1,29 +1,25 @@
-/*
- * What codecs ask of the network.
- */
-#include <gtest/gtest.h>
-
+// What codecs ask of the network.
 #include "sim/capacity/codec.h"
+
+#include <gtest/gtest.h>
 
 namespace tspec::tests {
 namespace {
 
 using namespace tspec::sim::capacity;
 
-/*
- * Payload: bit rate times interval, over 8. MSDU: payload and 48 bytes, that is
- * LLC/SNAP 8, IPv4 20, UDP 8, RTP 12. Mean rate: 8 * MSDU over the interval.
- *   64000 * 20 ms = 160 bytes, 208, 83200     15200 * 20 ms = 38, 86, 34400
- *   32000 * 20 ms =  80 bytes, 128, 51200      8000 * 20 ms = 20, 68, 27200
- *   24000 * 20 ms =  60 bytes, 108, 43200      6400 * 30 ms = 24, 72, 19200
- */
+// Payload: bit rate times interval, over 8. MSDU: payload and 48 bytes, that is
+// LLC/SNAP 8, IPv4 20, UDP 8, RTP 12. Mean rate: 8 * MSDU over the interval.
+//   64000 * 20 ms = 160 bytes, 208, 83200     15200 * 20 ms = 38, 86, 34400
+//   32000 * 20 ms =  80 bytes, 128, 51200      8000 * 20 ms = 20, 68, 27200
+//   24000 * 20 ms =  60 bytes, 108, 43200      6400 * 30 ms = 24, 72, 19200
 TEST(Codecs, FillPacketsWithSpeechAndHeaders)
 {
     struct Case {
         const char *name;
-        std::uint32_t payload;
-        std::uint32_t msdu_size;
-        std::uint32_t mean_data_rate;
+        uint32_t payload;
+        uint32_t msdu_size;
+        uint32_t mean_data_rate;
     };
     const Case cases[] = {{"g711", 160, 208, 83200}, {"g722", 160, 208, 83200},
                           {"g726", 80, 128, 51200},  {"opus", 60, 108, 43200},
@@ -34,7 +30,7 @@ TEST(Codecs, FillPacketsWithSpeechAndHeaders)
         const Codec *codec = find_codec(one.name);
         ASSERT_NE(codec, nullptr) << one.name;
         EXPECT_EQ(codec->payload, one.payload) << one.name;
-        EXPECT_EQ(std::uint64_t{codec->bit_rate} * codec->interval, 8'000'000ULL * codec->payload)
+        EXPECT_EQ(uint64_t{codec->bit_rate} * codec->interval, 8'000'000ULL * codec->payload)
             << one.name;
         EXPECT_EQ(codec->msdu_size(), one.msdu_size) << one.name;
         EXPECT_EQ(codec->mean_data_rate(), one.mean_data_rate) << one.name;
@@ -47,7 +43,7 @@ TEST(Codecs, AreFoundByName)
     EXPECT_EQ(find_codec(""), nullptr);
 }
 
-/* 98 bytes in 30 ms: 26133.33 bit/s. */
+// 98 bytes in 30 ms: 26133.33 bit/s.
 TEST(Codecs, RoundTheirRateUp)
 {
     Codec codec{"odd", 13'333, 30'000, 50};

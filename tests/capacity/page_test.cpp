@@ -1,14 +1,11 @@
-/*
- * docs/capacity.md shows what its command gives: the table and the chart.
- */
+// docs/capacity.md shows what its command gives: the table and the chart.
+#include "sim_command.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-
 #include <gtest/gtest.h>
-
-#include "sim_command.h"
+#include <iterator>
 
 namespace tspec::tests {
 namespace {

@@ -1,19 +1,15 @@
-/*
- * Events of a run as packets: which file's interface, which ports, what is said
- * beside them. And the capture that tspec-sim writes.
- */
+// Events of a run as packets: which file's interface, which ports, what is said
+// beside them. And the capture that tspec-sim writes.
+#include "../scenario/sim_command.h"
+#include "pcapng_file.h"
 #include "sim/capture/capture.h"
+#include "tspec/message.h"
 
 #include <cerrno>
 #include <filesystem>
-#include <sstream>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "../scenario/sim_command.h"
-#include "pcapng_file.h"
-#include "tspec/message.h"
+#include <sstream>
 
 namespace tspec::tests {
 namespace {
@@ -23,8 +19,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr std::uint32_t on_loopback = 0;
-constexpr std::uint32_t on_local_sockets = 1;
+constexpr uint32_t on_loopback = 0;
+constexpr uint32_t on_local_sockets = 1;
 
 Event ap_state()
 {
@@ -44,7 +40,7 @@ std::vector<CapturedPacket> captured(const Events &events)
     return parse_capture(out.str()).packets;
 }
 
-unsigned port_at(const CapturedPacket &packet, std::size_t offset)
+unsigned port_at(const CapturedPacket &packet, size_t offset)
 {
     return static_cast<unsigned>(packet.data[offset]) << 8U | packet.data[offset + 1];
 }
@@ -151,11 +147,11 @@ TEST(Capture, NamesTheScenarioAtItsFirstPacket)
     EXPECT_THAT(packets[1].comment, IsEmpty());
 }
 
-/* ---- the command ---- */
+// ---- the command ----
 
 class PcapOption : public testing::Test {
   protected:
-    /* In the scenario's folder, which goes with it. */
+    // In the scenario's folder, which goes with it.
     static std::string beside(const ScenarioFile &scenario)
     {
         return (std::filesystem::path(scenario.path()).parent_path() / "run.pcapng").string();
@@ -178,20 +174,20 @@ TEST_F(PcapOption, WritesEveryDatagramOfTheRun)
     ASSERT_EQ(result.status, 0) << result.output;
     CaptureFile capture = parse_capture(content_of(file));
     EXPECT_THAT(capture.program, testing::StartsWith("tspec-sim "));
-    std::vector<std::pair<std::uint32_t, Bytes>> inbound;
+    std::vector<std::pair<uint32_t, Bytes>> inbound;
     for (const CapturedPacket &packet : capture.packets) {
         if (packet.flags == 1) {
             inbound.emplace_back(packet.interface, packet.data);
         }
     }
-    /* Turns that the timeline leaves out are in it, the question behind
-     * expect.streams is not. */
+    // Turns that the timeline leaves out are in it, the question behind
+    // expect.streams is not.
     ASSERT_THAT(inbound, SizeIs(7));
     EXPECT_EQ(inbound[0].first, on_local_sockets);
     EXPECT_EQ(inbound[0].second.size(), 20U + 64);
     EXPECT_EQ(inbound[1].first, on_local_sockets);
     EXPECT_EQ(inbound[1].second.back(), TSPEC_CLI_PING_CMD);
-    for (std::size_t i = 2; i < 6; ++i) {
+    for (size_t i = 2; i < 6; i++) {
         EXPECT_EQ(inbound[i].first, on_loopback);
         EXPECT_EQ(inbound[i].second.size(), 28U + 3);
     }

@@ -1,20 +1,17 @@
-/*
- * What Wireshark's command line makes of captures with tools/wireshark/tspec.lua.
- * The bytes are the examples of docs/protocol.md.
- */
-#include <algorithm>
-#include <cstring>
-#include <fstream>
-#include <regex>
-#include <set>
-#include <sstream>
-
-#include <gmock/gmock.h>
-
+// What Wireshark's command line makes of captures with tools/wireshark/tspec.lua.
+// The bytes are the examples of docs/protocol.md.
 #include "../scenario/sim_command.h"
 #include "sim/capture/pcapng.h"
 #include "tshark.h"
 #include "tspec/wmm.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <regex>
+#include <set>
+#include <sstream>
 
 namespace tspec::tests {
 namespace {
@@ -25,12 +22,12 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-void put(Bytes &bytes, std::size_t at, std::initializer_list<std::uint8_t> what)
+void put(Bytes &bytes, size_t at, std::initializer_list<uint8_t> what)
 {
-    std::copy(what.begin(), what.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+    std::copy(what.begin(), what.end(), bytes.begin() + static_cast<ptrdiff_t>(at));
 }
 
-/* The ADDTS request of the examples, and what is made of it. */
+// The ADDTS request of the examples, and what is made of it.
 Bytes addts_request()
 {
     Bytes bytes(148);
@@ -52,7 +49,7 @@ Bytes refusal()
     return bytes;
 }
 
-/* As a big-endian machine sends it. */
+// As a big-endian machine sends it.
 Bytes big_endian_addts_request()
 {
     Bytes bytes = addts_request();
@@ -92,7 +89,7 @@ Bytes status_of_voice()
     return bytes;
 }
 
-Event to_daemon(Bytes bytes, std::uint16_t from = TSPEC_HOSTAPD_PORT)
+Event to_daemon(Bytes bytes, uint16_t from = TSPEC_HOSTAPD_PORT)
 {
     return {.kind = Kind::to_daemon,
             .data = std::move(bytes),
@@ -100,7 +97,7 @@ Event to_daemon(Bytes bytes, std::uint16_t from = TSPEC_HOSTAPD_PORT)
             .destination_port = TSPEC_UDP_PORT};
 }
 
-Event from_daemon(Bytes bytes, std::uint16_t to)
+Event from_daemon(Bytes bytes, uint16_t to)
 {
     return {.kind = Kind::from_daemon,
             .data = std::move(bytes),
@@ -118,19 +115,19 @@ Event from_operator(Bytes bytes)
     return {.kind = Kind::to_daemon, .data = std::move(bytes), .door = Door::cli};
 }
 
-Bytes cut(Bytes bytes, std::size_t size)
+Bytes cut(Bytes bytes, size_t size)
 {
     bytes.resize(size);
     return bytes;
 }
 
-Bytes with(Bytes bytes, std::size_t at, std::uint8_t value)
+Bytes with(Bytes bytes, size_t at, uint8_t value)
 {
     bytes[at] = value;
     return bytes;
 }
 
-/* ---- a run ---- */
+// ---- a run ----
 
 TEST_F(DissectorTest, FindsTheStoryOfARun)
 {
@@ -171,7 +168,7 @@ TEST_F(DissectorTest, FindsTheStoryOfARun)
                 IsEmpty());
 }
 
-/* ---- fields ---- */
+// ---- fields ----
 
 TEST_F(DissectorTest, ReadsAnAddtsRequest)
 {
@@ -211,7 +208,7 @@ TEST_F(DissectorTest, HandsTheElementToTheWirelessDissector)
                             "32976", "83200", "127.0.0.1", ""));
 }
 
-/* An action frame between station and access point, its sender first. */
+// An action frame between station and access point, its sender first.
 Bytes action_frame(const Bytes &body, bool of_station)
 {
     const Bytes station{2, 0, 0, 0, 0, 1}, access_point{2, 0, 0, 0, 0x0a, 0};
@@ -230,13 +227,13 @@ Bytes frame_of(const Bytes &message)
     tspec_hostapd_msg_t msg;
     std::memcpy(&msg, message.data(), sizeof msg);
     Bytes body(TSPEC_WMM_FRAME_SIZE);
-    std::size_t length = 0;
+    size_t length = 0;
     EXPECT_EQ(tspec_wmm_write(&msg, body.data(), body.size(), &length), TSPEC_WMM_OK);
     return action_frame(body, msg.msg_type == TSPEC_HOSTAPD_MSG);
 }
 
-/* Two ways to the same frame: rebuilt by the dissector from the message, and written
- * by the header that a hostapd uses. */
+// Two ways to the same frame: rebuilt by the dissector from the message, and written
+// by the header that a hostapd uses.
 TEST_F(DissectorTest, RebuildsTheFrameThatIsOnTheAir)
 {
     const std::vector<std::string> shown{"wlan.ta",
@@ -258,7 +255,7 @@ TEST_F(DissectorTest, RebuildsTheFrameThatIsOnTheAir)
     {
         std::ofstream out(file, std::ios::binary);
         capture::PcapngWriter writer(out, "a test");
-        std::uint32_t air = writer.add_interface(capture::LinkType::ieee802_11, "air", "");
+        uint32_t air = writer.add_interface(capture::LinkType::ieee802_11, "air", "");
         writer.add_packet(air, {.data = frame_of(addts_request())});
         writer.add_packet(air, {.data = frame_of(refusal())});
     }
@@ -356,9 +353,9 @@ TEST_F(DissectorTest, ReadsTheOtherDatagrams)
                     ElementsAre("", "", "", "", "", "", "", "", "0,2,3", "")));
 }
 
-/* ---- names ---- */
+// ---- names ----
 
-/* The third column of lines such as "F\tsta_mac\ttspec.sta_mac\tFT_ETHER...". */
+// The third column of lines such as "F\tsta_mac\ttspec.sta_mac\tFT_ETHER...".
 std::set<std::string> field_names(const std::string &list)
 {
     std::set<std::string> names;
@@ -366,7 +363,7 @@ std::set<std::string> field_names(const std::string &list)
     for (std::string line; std::getline(in, line);) {
         std::istringstream columns(line);
         std::string name;
-        for (int column = 0; column < 3; ++column) {
+        for (int column = 0; column < 3; column++) {
             std::getline(columns, name, '\t');
         }
         names.insert(name);
@@ -374,8 +371,8 @@ std::set<std::string> field_names(const std::string &list)
     return names;
 }
 
-/* Fields of the wire tables and keys of the reports; the driver's request is no
- * datagram. */
+// Fields of the wire tables and keys of the reports; the driver's request is no
+// datagram.
 std::set<std::string> documented_names()
 {
     static const std::regex field(R"(^\| \d+ \|.*\| `([a-z][a-z_0-9]+)` \|.*)");
@@ -409,7 +406,7 @@ TEST_F(DissectorTest, FieldsHaveTheNamesOfTheDocument)
     }
 }
 
-/* ---- what is wrong with a datagram ---- */
+// ---- what is wrong with a datagram ----
 
 struct Flaw {
     Event event;
@@ -442,7 +439,7 @@ TEST_F(DissectorTest, ComplainsAboutLengths)
     };
     std::vector<std::vector<std::string>> complaints = complaints_about(events_of(flaws));
     ASSERT_EQ(complaints.size(), flaws.size());
-    for (std::size_t i = 0; i < flaws.size(); ++i) {
+    for (size_t i = 0; i < flaws.size(); i++) {
         const Bytes &bytes = flaws[i].event.data;
         EXPECT_EQ(complaints[i], flaws[i].complaints) << hex_of(bytes, 4) << " of " << bytes.size();
     }
@@ -469,7 +466,7 @@ TEST_F(DissectorTest, ComplainsAboutCodes)
     };
     std::vector<std::vector<std::string>> complaints = complaints_about(events_of(flaws));
     ASSERT_EQ(complaints.size(), flaws.size());
-    for (std::size_t i = 0; i < flaws.size(); ++i) {
+    for (size_t i = 0; i < flaws.size(); i++) {
         const Bytes &bytes = flaws[i].event.data;
         EXPECT_EQ(complaints[i], flaws[i].complaints) << hex_of(bytes, 4) << " of " << bytes.size();
     }

@@ -1,6 +1,4 @@
-/*
- * Packets around datagrams, with checksums worked out by hand.
- */
+// Packets around datagrams, with checksums worked out by hand.
 #include "sim/capture/packets.h"
 
 #include <gmock/gmock.h>
@@ -12,9 +10,9 @@ namespace {
 using namespace tspec::sim;
 using namespace tspec::sim::capture;
 
-/* IP: 4500 + 001f + 4000 + 4011 + 7f00 + 0001 + 7f00 + 0001 = 1c332, c333 with the
- * carry, complement 3ccc. UDP: addresses, protocol, length, ports, length and data
- * as 16-bit words, where the carry comes back in at the lower end. */
+// IP: 4500 + 001f + 4000 + 4011 + 7f00 + 0001 + 7f00 + 0001 = 1c332, c333 with the
+// carry, complement 3ccc. UDP: addresses, protocol, length, ports, length and data
+// as 16-bit words, where the carry comes back in at the lower end.
 TEST(Packets, UdpHasHeadersAndChecksums)
 {
     Bytes packet = udp_packet(57774, 55263, Bytes{6, 1, 1}, 3);
@@ -39,7 +37,7 @@ TEST(Packets, AnEmptyDatagramIsTheHeadersAlone)
     EXPECT_EQ(packet[25], 8);
 }
 
-/* The lengths are those of the whole, and the checksum cannot be known. */
+// The lengths are those of the whole, and the checksum cannot be known.
 TEST(Packets, ADatagramCutShortHasNoChecksum)
 {
     Bytes packet = udp_packet(1, 55263, Bytes(1024, 7), 1100);
@@ -50,7 +48,7 @@ TEST(Packets, ADatagramCutShortHasNoChecksum)
     EXPECT_EQ(packet[26] << 8 | packet[27], 0);
 }
 
-/* Tag 12, length 4, the name; tag 0, length 0; the datagram. */
+// Tag 12, length 4, the name; tag 0, length 0; the datagram.
 TEST(Packets, ExportedPduNamesItsDissector)
 {
     EXPECT_EQ(exported_pdu("abcd", Bytes{1, 2}),

@@ -1,30 +1,27 @@
-/*
- * What stands in a pcapng file, read back independently of the writer: from its
- * bytes, block by block.
- */
-#ifndef TSPEC_TESTS_CAPTURE_PCAPNG_FILE_H
-#define TSPEC_TESTS_CAPTURE_PCAPNG_FILE_H
+// What stands in a pcapng file, read back independently of the writer: from its
+// bytes, block by block.
+#pragma once
+
+#include "sim/lib/bytes.h"
 
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "sim/lib/bytes.h"
-
 namespace tspec::tests {
 
 struct CapturedInterface {
-    std::uint16_t link_type = 0;
+    uint16_t link_type = 0;
     std::string name;
 };
 
 struct CapturedPacket {
-    std::uint32_t interface = 0;
-    std::uint64_t microseconds = 0;
+    uint32_t interface = 0;
+    uint64_t microseconds = 0;
     sim::Bytes data;
-    std::uint32_t original_size = 0;
-    std::uint32_t flags = 0;
+    uint32_t original_size = 0;
+    uint32_t flags = 0;
     std::string comment;
 };
 
@@ -34,12 +31,10 @@ struct CaptureFile {
     std::vector<CapturedPacket> packets;
 };
 
-/* Throws std::runtime_error on anything that is not as the format has it. */
+// Throws std::runtime_error on anything that is not as the format has it.
 CaptureFile parse_capture(const std::string &content);
 
-/* The whole file. */
+// The whole file.
 std::string content_of(const std::string &path);
 
 } // namespace tspec::tests
-
-#endif

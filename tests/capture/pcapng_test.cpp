@@ -1,14 +1,10 @@
-/*
- * Capture files, block by block.
- */
+// Capture files, block by block.
+#include "pcapng_file.h"
 #include "sim/capture/pcapng.h"
-
-#include <sstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "pcapng_file.h"
+#include <sstream>
 
 namespace tspec::tests {
 namespace {
@@ -35,20 +31,20 @@ TEST(Pcapng, NamesTheProgramAndTheInterfaces)
     EXPECT_THAT(file.packets, IsEmpty());
 }
 
-/* Sizes that need no padding, and each amount of it. */
+// Sizes that need no padding, and each amount of it.
 TEST(Pcapng, KeepsPacketsOfEverySize)
 {
     std::ostringstream out;
     PcapngWriter writer(out, "p");
     writer.add_interface(LinkType::raw_ip, "lo", "");
-    for (std::size_t size = 0; size <= 5; ++size) {
+    for (size_t size = 0; size <= 5; size++) {
         writer.add_packet(0, {.data = Bytes(size, 0xab), .comment = std::string(size, 'c')});
     }
 
     CaptureFile file = parse_capture(out.str());
 
     ASSERT_THAT(file.packets, SizeIs(6));
-    for (std::size_t size = 0; size <= 5; ++size) {
+    for (size_t size = 0; size <= 5; size++) {
         EXPECT_EQ(file.packets[size].data, Bytes(size, 0xab));
         EXPECT_EQ(file.packets[size].original_size, size);
         EXPECT_EQ(file.packets[size].comment, std::string(size, 'c'));
@@ -60,7 +56,7 @@ TEST(Pcapng, TellsTimeDirectionAndWhatIsMissing)
     std::ostringstream out;
     PcapngWriter writer(out, "p");
     writer.add_interface(LinkType::raw_ip, "a", "");
-    std::uint32_t second = writer.add_interface(LinkType::raw_ip, "b", "");
+    uint32_t second = writer.add_interface(LinkType::raw_ip, "b", "");
 
     writer.add_packet(second, {.time = Time{std::chrono::microseconds(1'700'000'000'000'001)},
                                .direction = Direction::outbound,

@@ -3,10 +3,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fmt/format.h>
 #include <fstream>
 #include <sstream>
-
-#include <fmt/format.h>
 
 namespace tspec::tests {
 
@@ -51,14 +50,14 @@ std::string DissectorTest::capture_of(const sim::Events &events) const
 
 std::string DissectorTest::tshark(const std::string &arguments) const
 {
-    /* The option -G is one only in the first place. */
+    // The option -G is one only in the first place.
     std::string command =
         fmt::format("HOME='{}' tshark {} -X lua_script:" TSPEC_DISSECTOR " 2>'{}/errors'", folder_,
                     arguments, folder_);
     std::FILE *pipe = popen(command.c_str(), "r");
     std::string output;
     char buffer[4096];
-    while (std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
+    while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
         output.append(buffer, count);
     }
     EXPECT_EQ(pclose(pipe), 0) << command << "\n" << std::ifstream(folder_ + "/errors").rdbuf();
@@ -93,7 +92,7 @@ DissectorTest::Packet DissectorTest::fields_of(const sim::Event &event,
     return packets.size() == 1 ? packets[0] : Packet{"not one packet"};
 }
 
-/* Expert information is found by its field, such as tspec.bad_length. */
+// Expert information is found by its field, such as tspec.bad_length.
 std::vector<std::vector<std::string>>
 DissectorTest::complaints_about(const sim::Events &events) const
 {
@@ -108,7 +107,7 @@ DissectorTest::complaints_about(const sim::Events &events) const
     std::vector<std::vector<std::string>> complaints;
     for (const Packet &packet : fields(capture_of(events), "", wanted)) {
         complaints.emplace_back();
-        for (std::size_t i = 0; i < names.size(); ++i) {
+        for (size_t i = 0; i < names.size(); i++) {
             if (!packet[i].empty()) {
                 complaints.back().push_back(names[i]);
             }

@@ -1,47 +1,43 @@
-/*
- * tshark with the dissector loaded, away from the user's own plugins.
- */
-#ifndef TSPEC_TESTS_CAPTURE_TSHARK_H
-#define TSPEC_TESTS_CAPTURE_TSHARK_H
-
-#include <map>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
+// tshark with the dissector loaded, away from the user's own plugins.
+#pragma once
 
 #include "sim/capture/capture.h"
 #include "sim/lib/event.h"
 
+#include <gtest/gtest.h>
+#include <map>
+#include <string>
+#include <vector>
+
 namespace tspec::tests {
 
-/* Skips its tests where there is no tshark. */
+// Skips its tests where there is no tshark.
 class DissectorTest : public testing::Test {
   protected:
     void SetUp() override;
     void TearDown() override;
 
-    /* A file in the test's own folder. */
+    // A file in the test's own folder.
     std::string path(const std::string &name) const { return folder_ + "/" + name; }
 
-    /* Makes a capture of these events. */
+    // Makes a capture of these events.
     std::string capture_of(const sim::Events &events) const;
 
-    /* The values of the fields in each packet that the filter finds; several in
-     * one packet are separated by commas. */
+    // The values of the fields in each packet that the filter finds; several in
+    // one packet are separated by commas.
     using Packet = std::vector<std::string>;
     std::vector<Packet> fields(const std::string &file, const std::string &filter,
                                const std::vector<std::string> &names,
                                const std::string &options = "") const;
 
-    /* The same for a capture of one event. */
+    // The same for a capture of one event.
     Packet fields_of(const sim::Event &event, const std::vector<std::string> &names,
                      const std::string &options = "") const;
 
-    /* The names of the expert information on each event. */
+    // The names of the expert information on each event.
     std::vector<std::vector<std::string>> complaints_about(const sim::Events &events) const;
 
-    /* tshark's output. */
+    // tshark's output.
     std::string tshark(const std::string &arguments) const;
 
   private:
@@ -49,5 +45,3 @@ class DissectorTest : public testing::Test {
 };
 
 } // namespace tspec::tests
-
-#endif

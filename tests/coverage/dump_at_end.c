@@ -1,8 +1,6 @@
-/*
- * Part of the daemon in the coverage build only: writes the counts when a signal
- * ends the process, as it does at the end of most tests. The process then dies
- * of the same signal as without this.
- */
+// Part of the daemon in the coverage build only: writes the counts when a signal
+// ends the process, as it does at the end of most tests. The process then dies
+// of the same signal as without this.
 #include <signal.h>
 #include <stddef.h>
 
@@ -17,8 +15,8 @@ static void dump_and_die(int signal_number)
     __real_raise(signal_number);
 }
 
-/* The one signal that the daemon sends to itself, after it has put the default
- * action in force. */
+// The one signal that the daemon sends to itself, after it has put the default
+// action in force.
 int __wrap_raise(int signal_number)
 {
     __gcov_dump();

@@ -1,7 +1,5 @@
-/*
- * tspec-cli config against the daemon: what is sent, in which order, and that it
- * is in force once the tool has ended.
- */
+// tspec-cli config against the daemon: what is sent, in which order, and that it
+// is in force once the tool has ended.
 #include "stimulus.h"
 #include "tool.h"
 
@@ -27,14 +25,14 @@ class ConfigTool : public DaemonTest {
         }
     }
 
-    /* Asked of the tool: it may come from another build than the tests. */
+    // Asked of the tool: it may come from another build than the tests.
     static bool lacks_command()
     {
         const ToolRun check = run_tool({"config", "check", file_of("")});
         return check.error.find("libinih was missing") != std::string::npos;
     }
 
-    /* What came in through dman's door, and every ping as the text "ping". */
+    // What came in through dman's door, and every ping as the text "ping".
     std::vector<Bytes> received()
     {
         std::vector<Bytes> datagrams;
@@ -85,7 +83,7 @@ TEST_F(ConfigTool, TheConfigurationIsInForceWhenTheToolEnds)
 {
     associate(ap());
     EXPECT_EQ(run_tool({"config", "apply", file_of(whole)}).status, 0);
-    /* 3 per cent are 937 units, 25 per cent 7812. */
+    // 3 per cent are 937 units, 25 per cent 7812.
     EXPECT_THAT(show(ap()), HasSubstr("wlan0: vo=0/937 vi=0/0 be=0/0 bk=0/0  "
                                       "wlan1: vo=0/0 vi=0/7812 be=0/0 bk=0/0"));
     admit(ap());
@@ -144,7 +142,7 @@ TEST_F(ConfigTool, GivesUpWithoutADaemon)
     EXPECT_THAT(result.error, HasSubstr("no daemon takes commands"));
 }
 
-/* At once, as each waits for its five seconds. */
+// At once, as each waits for its five seconds.
 TEST_F(ConfigTool, ConfigAndStatsSayWhenTheDaemonIsSilent)
 {
     ap().dman().turn_off();

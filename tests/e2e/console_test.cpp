@@ -1,7 +1,5 @@
-/*
- * The console: opened once, written a whole line at a time, replaced by standard
- * error where it cannot be opened, and silent while no level is on.
- */
+// The console: opened once, written a whole line at a time, replaced by standard
+// error where it cannot be opened, and silent while no level is on.
 #include "stimulus.h"
 
 #include <cerrno>
@@ -11,18 +9,18 @@ namespace {
 
 class Console : public DaemonTest {};
 
-std::size_t descriptors_of(const AccessPoint &ap)
+size_t descriptors_of(const AccessPoint &ap)
 {
     return open_descriptors(ap.pid()).size();
 }
 
-/* One of everything that can come in. */
+// One of everything that can come in.
 void play_mixed_session(AccessPoint &ap)
 {
     associate_all(ap);
-    for (std::uint8_t type = 0; type <= 8; ++type) {
-        for (std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{3}, std::size_t{120},
-                                 std::size_t{148}, std::size_t{1024}}) {
+    for (uint8_t type = 0; type <= 8; type++) {
+        for (size_t size :
+             {size_t{0}, size_t{1}, size_t{3}, size_t{120}, size_t{148}, size_t{1024}}) {
             Bytes datagram(size, type);
             ap.send_udp(datagram);
             ap.send_dman(datagram);
@@ -32,7 +30,7 @@ void play_mixed_session(AccessPoint &ap)
     for (bool by_mapd : {false, true}) {
         manage(ap, by_mapd);
         configure_voice_and_video(ap);
-        for (std::uint8_t cmd = 0; cmd <= 11; ++cmd) {
+        for (uint8_t cmd = 0; cmd <= 11; cmd++) {
             request(ap, from_hostapd(cmd));
             request(ap, from_hostapd(cmd, {.tid = 4, .user_priority = up_video}));
             respond(ap, from_mapd(cmd));
@@ -115,12 +113,12 @@ TEST_F(Console, BreaksADumpAfterSixteenBytes)
 TEST_F(Console, IsOpenedWithTheFirstLineAndKeptOpen)
 {
     AccessPoint &ap = boot();
-    std::size_t before = descriptors_of(ap);
+    size_t before = descriptors_of(ap);
     is_alive(ap);
     EXPECT_EQ(descriptors_of(ap), before);
     show(ap);
     EXPECT_EQ(descriptors_of(ap), before + 1);
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; i++) {
         show(ap);
     }
     EXPECT_EQ(descriptors_of(ap), before + 1);
@@ -145,7 +143,7 @@ TEST_F(Console, IsTriedOnceOnly)
     ASSERT_TRUE(ap.start());
     const std::string line_off = console_line("tspec debug: off\r\n");
     EXPECT_EQ(error_during(ap, [&] { ap.cli().send(cli_debug({})); }), line_off);
-    /* It could be opened now, but that is not tried. */
+    // It could be opened now, but that is not tried.
     EXPECT_EQ(error_during(ap, [&] { ap.cli().send(cli_debug({})); }), line_off);
     EXPECT_EQ(ap.console(), "");
 }
@@ -156,7 +154,7 @@ TEST_F(Console, TakesAWholeMessageOfTracesWithoutLoss)
     set_trace_mask(ap, info);
     Bytes datagram(1024, 0xee);
     std::string expected_dump;
-    for (int row = 0; row < 64; ++row) {
+    for (int row = 0; row < 64; row++) {
         expected_dump += "ee ee ee ee ee ee ee ee ee ee ee ee ee ee ee ee \n";
     }
     std::string expected =
@@ -164,7 +162,7 @@ TEST_F(Console, TakesAWholeMessageOfTracesWithoutLoss)
                        "tspec_hex_ver_pkt_print: UNKNOWN: 0xee (238), len 1024\n", expected_dump});
     std::string all;
     std::string console = console_during(ap, [&] {
-        for (int i = 0; i < 50; ++i) {
+        for (int i = 0; i < 50; i++) {
             ap.send_udp(datagram);
             all += expected;
         }

@@ -8,16 +8,16 @@ namespace tspec::e2e {
 
 using namespace tspec::sim;
 
-Datagram Datagram::pattern(std::size_t size, std::uint8_t seed)
+Datagram Datagram::pattern(size_t size, uint8_t seed)
 {
     Datagram datagram(size);
-    for (std::size_t i = 0; i < size; ++i) {
-        datagram.bytes_[i] = static_cast<std::uint8_t>(1 + (i * 7 + seed) % 255);
+    for (size_t i = 0; i < size; i++) {
+        datagram.bytes_[i] = static_cast<uint8_t>(1 + (i * 7 + seed) % 255);
     }
     return datagram;
 }
 
-std::uint8_t *Datagram::place(std::size_t offset, std::size_t size)
+uint8_t *Datagram::place(size_t offset, size_t size)
 {
     if (offset + size > bytes_.size()) {
         throw std::out_of_range("past the end of the datagram");
@@ -25,53 +25,53 @@ std::uint8_t *Datagram::place(std::size_t offset, std::size_t size)
     return bytes_.data() + offset;
 }
 
-Datagram &Datagram::u8(std::size_t offset, std::uint8_t value)
+Datagram &Datagram::u8(size_t offset, uint8_t value)
 {
     *place(offset, 1) = value;
     return *this;
 }
 
-Datagram &Datagram::u16(std::size_t offset, std::uint16_t value)
+Datagram &Datagram::u16(size_t offset, uint16_t value)
 {
     std::memcpy(place(offset, sizeof value), &value, sizeof value);
     return *this;
 }
 
-Datagram &Datagram::u32(std::size_t offset, std::uint32_t value)
+Datagram &Datagram::u32(size_t offset, uint32_t value)
 {
     std::memcpy(place(offset, sizeof value), &value, sizeof value);
     return *this;
 }
 
-Datagram &Datagram::mac(std::size_t offset, const Mac &value)
+Datagram &Datagram::mac(size_t offset, const Mac &value)
 {
     value.copy_to(place(offset, 6));
     return *this;
 }
 
-Datagram &Datagram::zero(std::size_t offset, std::size_t size)
+Datagram &Datagram::zero(size_t offset, size_t size)
 {
-    std::fill_n(place(offset, size), size, std::uint8_t{0});
+    std::fill_n(place(offset, size), size, uint8_t{0});
     return *this;
 }
 
-Datagram &Datagram::copy(std::size_t offset, ByteView source, std::size_t from, std::size_t size)
+Datagram &Datagram::copy(size_t offset, ByteView source, size_t from, size_t size)
 {
     ByteView part = source.subspan(from, size);
     std::copy(part.begin(), part.end(), place(offset, size));
     return *this;
 }
 
-std::uint16_t u16_at(ByteView bytes, std::size_t offset)
+uint16_t u16_at(ByteView bytes, size_t offset)
 {
-    std::uint16_t value = 0;
+    uint16_t value = 0;
     std::memcpy(&value, bytes.subspan(offset, sizeof value).data(), sizeof value);
     return value;
 }
 
-std::uint32_t u32_at(ByteView bytes, std::size_t offset)
+uint32_t u32_at(ByteView bytes, size_t offset)
 {
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     std::memcpy(&value, bytes.subspan(offset, sizeof value).data(), sizeof value);
     return value;
 }

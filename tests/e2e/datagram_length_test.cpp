@@ -1,19 +1,16 @@
-/*
- * Datagrams of every length at which anything changes, on each of the three
- * sockets, and what the receive buffer shows of earlier ones.
- */
+// Datagrams of every length at which anything changes, on each of the three
+// sockets, and what the receive buffer shows of earlier ones.
 #include "trace_lines.h"
 
 #include <algorithm>
-
 #include <fmt/format.h>
 
 namespace tspec::e2e {
 namespace {
 
-constexpr std::size_t longest_read = 1024;
-constexpr std::size_t sizes[] = {1,   2,   3,   4,   7,   8,   9,   63,   64,   65,  119,
-                                 120, 121, 147, 148, 149, 983, 984, 1023, 1024, 1025};
+constexpr size_t longest_read = 1024;
+constexpr size_t sizes[] = {1,   2,   3,   4,   7,   8,   9,   63,   64,   65,  119,
+                            120, 121, 147, 148, 149, 983, 984, 1023, 1024, 1025};
 
 std::string all_lines(const Trace &trace)
 {
@@ -24,17 +21,16 @@ std::string all_lines(const Trace &trace)
     return console;
 }
 
-Trace wrong_length(std::uint32_t level, const std::string &start, std::size_t expected,
-                   std::size_t size)
+Trace wrong_length(uint32_t level, const std::string &start, size_t expected, size_t size)
 {
     return line(level,
                 fmt::format("{}, length mismatch: exp={} act={}\r\n", start, expected, size));
 }
 
-/* What each type makes of a datagram whose other bytes are 0. */
-Trace zeros_of_type(std::uint8_t type, std::size_t size, Way way)
+// What each type makes of a datagram whose other bytes are 0.
+Trace zeros_of_type(uint8_t type, size_t size, Way way)
 {
-    Bytes datagram(std::max<std::size_t>(size, 1), 0);
+    Bytes datagram(std::max<size_t>(size, 1), 0);
     datagram[0] = type;
     switch (type) {
     case 1: {
@@ -100,9 +96,9 @@ Trace zeros_of_type(std::uint8_t type, std::size_t size, Way way)
 
 class EveryLength : public DaemonTest, public ::testing::WithParamInterface<int> {
   protected:
-    void expect_reaction(std::size_t size, Way way)
+    void expect_reaction(size_t size, Way way)
     {
-        auto type = static_cast<std::uint8_t>(GetParam());
+        auto type = static_cast<uint8_t>(GetParam());
         AccessPoint &access_point = boot();
         set_trace_mask(access_point, every_level);
         Bytes datagram(size, 0);
@@ -123,7 +119,7 @@ class EveryLength : public DaemonTest, public ::testing::WithParamInterface<int>
 
 TEST_P(EveryLength, IsHandledOnTheUdpSocket)
 {
-    for (std::size_t size : sizes) {
+    for (size_t size : sizes) {
         SCOPED_TRACE(fmt::format("{} bytes", size));
         expect_reaction(size, Way::udp_socket);
     }
@@ -131,16 +127,16 @@ TEST_P(EveryLength, IsHandledOnTheUdpSocket)
 
 TEST_P(EveryLength, IsHandledOnTheDmanSocket)
 {
-    for (std::size_t size : sizes) {
+    for (size_t size : sizes) {
         SCOPED_TRACE(fmt::format("{} bytes", size));
         expect_reaction(size, Way::dman_socket);
     }
 }
 
-/* A datagram of no bytes is taken for what the buffer holds, with length 0. */
+// A datagram of no bytes is taken for what the buffer holds, with length 0.
 TEST_P(EveryLength, IsNothingForWhatTheBufferHolds)
 {
-    auto type = static_cast<std::uint8_t>(GetParam());
+    auto type = static_cast<uint8_t>(GetParam());
     AccessPoint &access_point = boot();
     access_point.send_udp(Bytes{type, 0, 0, 0});
     access_point.settle();
@@ -157,8 +153,8 @@ TEST_F(UnknownType, IsDumpedAndCountedAsFailed)
 {
     AccessPoint &ap = boot();
     set_trace_mask(ap, every_level);
-    for (unsigned type = 7; type <= 256; ++type) {
-        Bytes datagram{static_cast<std::uint8_t>(type % 256), 0x5a, 0xa5};
+    for (unsigned type = 7; type <= 256; type++) {
+        Bytes datagram{static_cast<uint8_t>(type % 256), 0x5a, 0xa5};
         EXPECT_EQ(console_during(ap, [&] { ap.send_udp(datagram); }),
                   all_lines(unknown_type(datagram[0], datagram)));
         EXPECT_EQ(console_during(ap, [&] { ap.send_dman(datagram); }),
@@ -230,8 +226,8 @@ TEST_F(Buffer, TakesAMessageOfOneByteForTheOneBefore)
 TEST_F(Buffer, IsSharedByTheUdpAndTheDmanSocket)
 {
     AccessPoint &ap = boot();
-    /* Read as a message of hostapd: command 1, radio unit 1, and station
-     * 05:00:00:00:09:00 from the fast-transition limits. */
+    // Read as a message of hostapd: command 1, radio unit 1, and station
+    // 05:00:00:00:09:00 from the fast-transition limits.
     ap.dman().send(DmanConfig{
         .radio_if = 1, .mandatory = {.video = 1}, .fbt_limit_voice = 5, .fbt_limit_video = 9}
                        .bytes());
@@ -256,14 +252,14 @@ TEST_F(Buffer, EndsTheTextOfAStatusRequestAtTheReceivedLength)
                              "tspec_main_loop:Processing of TSPEC DMAN MSG failed\r\n"}));
 }
 
-/* The dump of a message of hostapd shows the whole buffer's start. */
+// The dump of a message of hostapd shows the whole buffer's start.
 TEST_F(Buffer, IsLeftAsItIsBehindTheTextOfAStatusRequest)
 {
     AccessPoint &ap = boot();
     Bytes long_text(40, 'a');
     long_text[0] = TSPEC_DMAN_STATUS_REQ_MSG;
     long_text[1] = TSPEC_TS_EXCEED_TIME_CMD;
-    long_text[20] = 1; /* where hostapd's messages have the radio */
+    long_text[20] = 1; // where hostapd's messages have the radio
     ap.dman().send(long_text);
     ap.dman().send(Bytes{TSPEC_DMAN_STATUS_REQ_MSG, TSPEC_TS_EXCEED_TIME_CMD, 'c'});
     ap.settle();
@@ -278,8 +274,7 @@ TEST_F(Buffer, CutsALongMessageButHandlesIt)
     associate(ap);
     Bytes datagram = from_hostapd(TSPEC_ADDTS_REQ_CMD).bytes();
     Bytes plain = only_sent_to(request(ap, from_hostapd(TSPEC_ADDTS_REQ_CMD)), Peer::hostapd);
-    for (std::size_t size : {std::size_t{149}, std::size_t{1024}, std::size_t{1025},
-                             std::size_t{4000}, std::size_t{60000}}) {
+    for (size_t size : {size_t{149}, size_t{1024}, size_t{1025}, size_t{4000}, size_t{60000}}) {
         datagram.resize(size, 0xff);
         ap.hostapd().send(datagram);
         EXPECT_TRUE(same_bytes(only_sent_to(ap.settle(), Peer::hostapd), plain)) << size;
@@ -297,7 +292,7 @@ class OperatorLength : public DaemonTest {
 TEST_F(OperatorLength, AnswersAPingOfAnyLength)
 {
     AccessPoint &ap = boot();
-    for (std::size_t size = 1; size <= 65; ++size) {
+    for (size_t size = 1; size <= 65; size++) {
         Bytes command(size, 0xff);
         command[0] = TSPEC_CLI_PING_CMD;
         ap.cli().send(command);
@@ -309,11 +304,11 @@ TEST_F(OperatorLength, AnswersAPingOfAnyLength)
 TEST_F(OperatorLength, ReadsLevelsUpToTheEndOfTheCommand)
 {
     AccessPoint &ap = boot();
-    for (std::size_t size = 3; size <= 64; ++size) {
+    for (size_t size = 3; size <= 64; size++) {
         ap.cli().send(cli_debug({0}));
         Bytes command(size, 99);
         command[0] = TSPEC_CLI_DEBUG_CMD;
-        command[1] = static_cast<std::uint8_t>(size - 2);
+        command[1] = static_cast<uint8_t>(size - 2);
         command.back() = 3;
         ap.cli().send(command);
         EXPECT_EQ(levels(ap), console_line("tspec debug: 3 \r\n")) << size;
@@ -323,13 +318,13 @@ TEST_F(OperatorLength, ReadsLevelsUpToTheEndOfTheCommand)
 TEST_F(OperatorLength, IgnoresLevelsPastTheBuffer)
 {
     AccessPoint &ap = boot();
-    for (std::uint8_t count : {std::uint8_t{62}, std::uint8_t{63}, std::uint8_t{255}}) {
+    for (uint8_t count : {uint8_t{62}, uint8_t{63}, uint8_t{255}}) {
         ap.cli().send(cli_debug({0}));
         Bytes command(65, 99);
         command[0] = TSPEC_CLI_DEBUG_CMD;
         command[1] = count;
         command[63] = 5;
-        command[64] = 3; /* cut off */
+        command[64] = 3; // cut off
         ap.cli().send(command);
         EXPECT_EQ(levels(ap), console_line("tspec debug: 5 \r\n"));
     }
@@ -370,8 +365,8 @@ TEST_F(OperatorLength, IgnoresUnknownCommandsOfAnyLength)
 {
     AccessPoint &ap = boot();
     for (unsigned code : {0U, 7U, 8U, 128U, 255U}) {
-        for (std::size_t size = 1; size <= 65; size += 8) {
-            ap.cli().send(Bytes(size, static_cast<std::uint8_t>(code)));
+        for (size_t size = 1; size <= 65; size += 8) {
+            ap.cli().send(Bytes(size, static_cast<uint8_t>(code)));
         }
     }
     ap.settle();

@@ -1,11 +1,8 @@
-/*
- * Descriptors: none is left open but the one of each failed driver query, and
- * the daemon lives on without any.
- */
+// Descriptors: none is left open but the one of each failed driver query, and
+// the daemon lives on without any.
 #include "stimulus.h"
 
 #include <cerrno>
-
 #include <sys/resource.h>
 
 namespace tspec::e2e {
@@ -13,13 +10,13 @@ namespace {
 
 class Descriptors : public DaemonTest {
   protected:
-    std::size_t count() { return open_descriptors(ap().pid()).size(); }
+    size_t count() { return open_descriptors(ap().pid()).size(); }
 
-    /* Each leaves one behind. */
+    // Each leaves one behind.
     void fail_queries(unsigned times)
     {
         ap().driver().set_station(station_mac(77), StationAnswer::failure(EINVAL));
-        for (unsigned i = 0; i < times; ++i) {
+        for (unsigned i = 0; i < times; i++) {
             ap().hostapd().send(from_hostapd(TSPEC_ADDTS_REQ_CMD, {.station = 77}).bytes());
         }
         ap().settle();
@@ -29,7 +26,7 @@ class Descriptors : public DaemonTest {
 TEST_F(Descriptors, OfFailedQueriesStayOpen)
 {
     boot();
-    std::size_t before = count();
+    size_t before = count();
     fail_queries(1);
     EXPECT_EQ(count(), before + 1);
     fail_queries(20);
@@ -49,8 +46,8 @@ TEST_F(Descriptors, OfEverythingElseAreClosed)
     associate(ap());
     configure_voice_and_video(ap());
     ap().driver().set_proc_file("wlan0", channel_utilisation_text(10));
-    show(ap()); /* the console, once */
-    std::size_t before = count();
+    show(ap()); // the console, once
+    size_t before = count();
     admit(ap());
     const FrameDurationPolicy policies[] = {
         frame_duration::none(), frame_duration::empty(), frame_duration::wrong_marker(1),
@@ -116,7 +113,7 @@ TEST_F(Descriptors, RunOutBeforeTheFirstLineOfTheConsole)
     EXPECT_EQ(ap().console(), "");
 }
 
-/* Numbers that select() cannot hold are as good as none. */
+// Numbers that select() cannot hold are as good as none.
 TEST_F(Descriptors, BeyondTheReachOfSelectAreNotWaitedOn)
 {
     rlimit limit{};
@@ -128,7 +125,7 @@ TEST_F(Descriptors, BeyondTheReachOfSelectAreNotWaitedOn)
     associate(ap());
     configure_voice_and_video(ap());
     fail_queries(1100);
-    std::size_t before = count();
+    size_t before = count();
     ASSERT_GT(before, 1024U);
     set_trace_mask(ap(), error);
     Events events;
@@ -137,7 +134,7 @@ TEST_F(Descriptors, BeyondTheReachOfSelectAreNotWaitedOn)
         console_lines({"tspec_send_receive_other_process: socket call failed\n",
                        "tspec_ts_medium_time_calc: Error receiving frame duration from port "
                        "55301.\n"}));
-    /* The answer is a refusal, and nothing stays open but the console. */
+    // The answer is a refusal, and nothing stays open but the console.
     EXPECT_EQ(only_sent_to(events, Peer::hostapd).size(), 148U);
     EXPECT_EQ(count(), before + 1);
     EXPECT_TRUE(is_alive(ap()));

@@ -1,7 +1,5 @@
-/*
- * The driver's answers about a station: how their text is read, and what a
- * failed query leaves behind.
- */
+// The driver's answers about a station: how their text is read, and what a
+// failed query leaves behind.
 #include "stimulus.h"
 
 #include <algorithm>
@@ -23,18 +21,18 @@ void PrintTo(const ReplyCase &reply, std::ostream *out)
     *out << reply.name;
 }
 
-constexpr std::size_t reply_size = 4096;
+constexpr size_t reply_size = 4096;
 
-/* Lines that fill the reply's start so that the tail ends at its last byte. */
+// Lines that fill the reply's start so that the tail ends at its last byte.
 std::string filled_up_to(const std::string &tail)
 {
     std::string text;
-    std::size_t left = reply_size - tail.size();
+    size_t left = reply_size - tail.size();
     while (left > 0) {
-        std::size_t line = std::min<std::size_t>(left, 100);
-        /* No empty line may remain for the last one. */
+        size_t line = std::min<size_t>(left, 100);
+        // No empty line may remain for the last one.
         if (left - line == 1) {
-            --line;
+            line--;
         }
         text += std::string(line - 1, 'x') + '\n';
         left -= line;
@@ -122,7 +120,7 @@ TEST_F(DriverQueries, NameTheInterfaceOfTheVap)
 {
     boot();
     using Names = std::vector<std::string>;
-    auto addts = [](std::uint8_t radio_unit, std::uint8_t vap) {
+    auto addts = [](uint8_t radio_unit, uint8_t vap) {
         return from_hostapd(TSPEC_ADDTS_REQ_CMD, {.radio_unit = radio_unit, .vap = vap});
     };
     EXPECT_EQ(interfaces_asked(addts(1, 0)), Names{"wlan0"});
@@ -139,7 +137,7 @@ TEST_F(DriverQueries, AreMadeOnceUnlessManaged)
     HostapdMessage addts = from_hostapd(TSPEC_ADDTS_REQ_CMD);
     EXPECT_EQ(interfaces_asked(addts).size(), 1U);
     manage(ap());
-    /* A renewal leaves the roam flag as it is. */
+    // A renewal leaves the roam flag as it is.
     EXPECT_EQ(interfaces_asked(addts).size(), 1U);
     EXPECT_EQ(
         interfaces_asked(from_hostapd(TSPEC_ADDTS_REQ_CMD, {.tid = 1, .user_priority = 0})).size(),
@@ -149,7 +147,7 @@ TEST_F(DriverQueries, AreMadeOnceUnlessManaged)
         1U);
     for (int cmd : {TSPEC_DELTS_REQ_CMD, TSPEC_TS_INACTIVE_CMD, TSPEC_TS_EXCEED_TIME_CMD,
                     TSPEC_TS_UNAUTH_TRAFFIC_CMD, TSPEC_STA_DISASSOC_CMD}) {
-        EXPECT_TRUE(interfaces_asked(from_hostapd(static_cast<std::uint8_t>(cmd))).empty());
+        EXPECT_TRUE(interfaces_asked(from_hostapd(static_cast<uint8_t>(cmd))).empty());
     }
 }
 

@@ -1,7 +1,5 @@
-/*
- * How the daemon ends: by signals, and by the division that a frame size of
- * nothing leads to.
- */
+// How the daemon ends: by signals, and by the division that a frame size of
+// nothing leads to.
 #include "stimulus.h"
 
 #include <csignal>
@@ -11,7 +9,7 @@ namespace {
 
 class End : public DaemonTest {
   protected:
-    /* A request whose nominal frame size is 0, bit 15 apart. */
+    // A request whose nominal frame size is 0, bit 15 apart.
     static HostapdMessage request_of_no_size(bool fixed, const Stream &stream = {})
     {
         HostapdMessage message = from_hostapd(TSPEC_ADDTS_REQ_CMD, stream);
@@ -39,7 +37,7 @@ TEST_F(End, ComesWithAFrameSizeOfNothing)
         configure_voice_and_video(ap());
         Events events = request(ap(), request_of_no_size(fixed));
         expect_end_by(SIGFPE);
-        /* Before anything was asked or answered. */
+        // Before anything was asked or answered.
         EXPECT_TRUE(of_kind(events, Kind::from_daemon).empty());
         EXPECT_EQ(ap().standard_error(), "");
     }
@@ -74,7 +72,7 @@ TEST_F(End, DoesNotComeWithOtherCommands)
     boot();
     associate(ap());
     configure_voice_and_video(ap());
-    for (std::uint8_t cmd = 2; cmd <= 10; ++cmd) {
+    for (uint8_t cmd = 2; cmd <= 10; cmd++) {
         HostapdMessage message = request_of_no_size(true);
         message.cmd = cmd;
         request(ap(), message);

@@ -1,10 +1,9 @@
 #include "exposition.h"
 
+#include <fmt/format.h>
 #include <regex>
 #include <set>
 #include <sstream>
-
-#include <fmt/format.h>
 
 namespace tspec::e2e {
 
@@ -22,7 +21,7 @@ class Reader {
   public:
     void take(const std::string &line)
     {
-        ++line_;
+        line_++;
         std::smatch parts;
         if (std::regex_match(line, parts, help_line)) {
             begin_metric(parts[1]);
@@ -43,7 +42,7 @@ class Reader {
     Exposition &result() { return result_; }
 
   private:
-    /* All lines of a metric stand together, so its name comes up once. */
+    // All lines of a metric stand together, so its name comes up once.
     void begin_metric(const std::string &name)
     {
         if (!seen_.insert(name).second) {

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <exception>
-
 #include <gmock/gmock.h>
 
 int main(int argc, char **argv)

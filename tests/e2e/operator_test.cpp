@@ -1,14 +1,11 @@
-/*
- * tspec-cli, the operator's tool, against the daemon: what each command shows on
- * the console, and what the tool itself says and returns.
- */
+// tspec-cli, the operator's tool, against the daemon: what each command shows on
+// the console, and what the tool itself says and returns.
 #include "stimulus.h"
 #include "tool.h"
 
 #include <csignal>
-#include <ostream>
-
 #include <fcntl.h>
+#include <ostream>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -23,7 +20,7 @@ class OperatorTool : public DaemonTest {
     void SetUp() override
     {
         boot();
-        /* The answer to a ping is the tool's. */
+        // The answer to a ping is the tool's.
         ap().cli().turn_off();
     }
 
@@ -53,7 +50,7 @@ TEST_F(OperatorTool, Pings)
 
 TEST_F(OperatorTool, PingsAgainAndAgain)
 {
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 5; i++) {
         EXPECT_EQ(run_tool({"ping"}).output, "PONG\n");
     }
 }
@@ -119,12 +116,12 @@ TEST_F(OperatorTool, DeletesAStreamAndSaysWhich)
     EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("wlan0: vo=0/15625 "));
 }
 
-/* A fast transition brings a TID along that another category has already. */
+// A fast transition brings a TID along that another category has already.
 TEST_F(OperatorTool, SaysThatAnotherStreamOfTheTidIsLeft)
 {
     ap().dman().turn_off();
     associate(ap());
-    for (std::uint8_t priority : {up_voice, up_video}) {
+    for (uint8_t priority : {up_voice, up_video}) {
         request(ap(),
                 from_hostapd(TSPEC_FBT_ADDTS_CMD, {.user_priority = priority, .medium_time = 500}));
     }
@@ -156,7 +153,7 @@ TEST_F(OperatorTool, SaysThatThereIsNoSuchStream)
     EXPECT_THAT(show(ap()), ::testing::HasSubstr("tid=6 "));
 }
 
-/* The list shows TIDs 0 to 7, and nothing beside a dman. */
+// The list shows TIDs 0 to 7, and nothing beside a dman.
 TEST_F(OperatorTool, ClaimsNothingThatTheListCannotShow)
 {
     associate(ap());
@@ -194,11 +191,11 @@ TEST_F(OperatorTool, DropsAClientWhenForced)
     EXPECT_EQ(forced.output,
               "Removed: 02:00:00:00:00:01 wlan0 TID 6 voice uplink, medium time 625\n");
     EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("No TS records found."));
-    /* Nothing but the record has gone. */
+    // Nothing but the record has gone.
     EXPECT_THAT(console_of({"show"}), ::testing::HasSubstr("wlan0: vo=625/15625 "));
 }
 
-/* The daemon alone, on the machine's own console, which root may turn. */
+// The daemon alone, on the machine's own console, which root may turn.
 class MachineConsole : public DaemonTest {
   protected:
     void SetUp() override
@@ -306,7 +303,7 @@ TEST_F(OperatorTool, SaysWhenNoAnswerComes)
     EXPECT_EQ(result.output, "");
     EXPECT_NE(result.error, "");
     ap().resume();
-    /* Nobody takes the late answer. */
+    // Nobody takes the late answer.
     EXPECT_EQ(console_during(ap(), [] {}), "");
     EXPECT_THAT(ap().console(), ::testing::HasSubstr("sendto error"));
 }

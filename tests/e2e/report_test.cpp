@@ -1,13 +1,9 @@
-/*
- * Reports of violations: lines of the system log and records of the trap pipe.
- */
+// Reports of violations: lines of the system log and records of the trap pipe.
+#include "sim/lib/private_world.h"
 #include "stimulus.h"
 
 #include <cerrno>
-
 #include <fmt/format.h>
-
-#include "sim/lib/private_world.h"
 
 namespace tspec::e2e {
 namespace {
@@ -26,7 +22,7 @@ class Report : public DaemonTest {
         configure_voice_and_video(ap());
     }
 
-    Events unauthorised(std::uint8_t user_priority)
+    Events unauthorised(uint8_t user_priority)
     {
         return request(ap(), from_hostapd(TSPEC_TS_UNAUTH_TRAFFIC_CMD,
                                           {.user_priority = user_priority, .station = 0x1234}));
@@ -41,7 +37,7 @@ class Report : public DaemonTest {
 
     void exceed(const Stream &stream, int times)
     {
-        for (int i = 0; i < times; ++i) {
+        for (int i = 0; i < times; i++) {
             request(ap(), from_hostapd(TSPEC_TS_EXCEED_TIME_CMD, stream));
         }
     }
@@ -53,7 +49,7 @@ TEST_F(Report, OfUnauthorisedTrafficNamesTheCategoryByNumberAndByName)
 {
     ap().trap().open_reader();
     struct Case {
-        std::uint8_t user_priority;
+        uint8_t user_priority;
         int number;
         const char *name;
     };
@@ -91,7 +87,7 @@ TEST_F(Report, ArrivesAtTheSystemLog)
     Events lines = of_kind(unauthorised(5), Kind::syslog);
     ASSERT_EQ(lines.size(), 1U);
     EXPECT_TRUE(lines[0].delivered);
-    /* "<14>Nov 14 22:13:20 tspec[4711]: ..." */
+    // "<14>Nov 14 22:13:20 tspec[4711]: ..."
     EXPECT_THAT(text_of(lines[0].as<SyslogLine>()->raw),
                 ::testing::MatchesRegex(fmt::format(
                     "<14>[A-Z][a-z][a-z] [ 0-9][0-9] [0-9][0-9]:[0-9][0-9]:[0-9][0-9] "
@@ -131,10 +127,10 @@ TEST_F(Report, OfExcessNamesTheStream)
     message.sta = Mac{{0x00, 0x11, 0x22, 0x33, 0x44, 0x55}};
     request(ap(), message);
     message.cmd = TSPEC_TS_EXCEED_TIME_CMD;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; i++) {
         request(ap(), message);
     }
-    for (int interval = 0; interval < 2; ++interval) {
+    for (int interval = 0; interval < 2; interval++) {
         Events events = after_the_interval();
         EXPECT_EQ(log_texts(events),
                   Strings{"Client 00:11:22:33:44:55 has exceeded bandwidth usage 3 times for "
@@ -223,7 +219,7 @@ TEST_F(Report, IsLostSilentlyWithoutAReader)
     ASSERT_EQ(of_kind(events, Kind::trap).size(), 1U);
     EXPECT_EQ(of_kind(events, Kind::trap)[0].error, ENXIO);
     EXPECT_EQ(ap().standard_error(), "");
-    /* What was lost is not made up for. */
+    // What was lost is not made up for.
     ap().trap().open_reader();
     EXPECT_EQ(trap_records(unauthorised(6)).size(), 1U);
     EXPECT_EQ(ap().trap().received(), "9,2,Unauthorized traffic sent,02:00:00:00:12:34,voice");
@@ -304,8 +300,8 @@ TEST_F(Report, LeavesNoDescriptorOpen)
 {
     ap().trap().open_reader();
     unauthorised(6);
-    std::size_t before = open_descriptors(ap().pid()).size();
-    for (int i = 0; i < 50; ++i) {
+    size_t before = open_descriptors(ap().pid()).size();
+    for (int i = 0; i < 50; i++) {
         unauthorised(6);
     }
     ap().trap().close_reader();

@@ -1,7 +1,5 @@
-/*
- * What the daemon takes of the machine: memory with every stream in use, and
- * nothing lost over a long time.
- */
+// What the daemon takes of the machine: memory with every stream in use, and
+// nothing lost over a long time.
 #include "stimulus.h"
 
 #include <cerrno>
@@ -12,18 +10,18 @@ namespace {
 
 class Resources : public DaemonTest {
   protected:
-    std::uint64_t memory() { return private_memory_kb(ap().pid()); }
-    std::uint64_t written_memory() { return anonymous_memory_kb(ap().pid()); }
-    std::size_t descriptors() { return open_descriptors(ap().pid()).size(); }
+    uint64_t memory() { return private_memory_kb(ap().pid()); }
+    uint64_t written_memory() { return anonymous_memory_kb(ap().pid()); }
+    size_t descriptors() { return open_descriptors(ap().pid()).size(); }
 
-    void show_figure(const char *name, std::uint64_t value, const char *unit)
+    void show_figure(const char *name, uint64_t value, const char *unit)
     {
         std::printf("%s: %llu %s\n", name, static_cast<unsigned long long>(value), unit);
         RecordProperty(name, static_cast<int>(value));
     }
 };
 
-/* The driver library and the loader's share are counted in. */
+// The driver library and the loader's share are counted in.
 TEST_F(Resources, OfAFullAccessPointStayUnderOneAndAHalfMegabytes)
 {
     if (daemon_is_sanitized()) {
@@ -33,8 +31,8 @@ TEST_F(Resources, OfAFullAccessPointStayUnderOneAndAHalfMegabytes)
     associate_all(ap());
     configure_voice_and_video(ap());
     ap().hostapd().answer_frame_duration(frame_duration::normal(10));
-    std::uint64_t empty = memory();
-    for (std::uint32_t station = 1; station <= 512; ++station) {
+    uint64_t empty = memory();
+    for (uint32_t station = 1; station <= 512; station++) {
         ap().hostapd().send(from_hostapd(TSPEC_ADDTS_REQ_CMD, {.station = station}).bytes());
     }
     ap().settle();
@@ -44,10 +42,10 @@ TEST_F(Resources, OfAFullAccessPointStayUnderOneAndAHalfMegabytes)
     EXPECT_LT(memory(), 1536U);
 }
 
-/* One of everything; the count of datagrams sent. */
+// One of everything; the count of datagrams sent.
 unsigned play_round(AccessPoint &ap, unsigned round)
 {
-    const std::uint32_t station = 1 + round % 40;
+    const uint32_t station = 1 + round % 40;
     const Stream voice{.station = station};
     const Stream video{.tid = 4,
                        .user_priority = up_video,
@@ -113,15 +111,15 @@ TEST_F(Resources, AreNotLostOverManyOperations)
         }
     };
     play_until(warm_up);
-    std::uint64_t memory_then = written_memory();
-    std::size_t descriptors_then = descriptors();
+    uint64_t memory_then = written_memory();
+    size_t descriptors_then = descriptors();
     play_until(operations);
     show_figure("operations", done, "");
     show_figure("written_memory_after_10000_operations", memory_then, "kB");
     show_figure("written_memory_at_the_end", written_memory(), "kB");
     EXPECT_EQ(descriptors(), descriptors_then);
     if (!daemon_is_sanitized()) {
-        /* A block lost in one round of two would be seen. */
+        // A block lost in one round of two would be seen.
         EXPECT_LE(written_memory(), memory_then + 8);
     }
     EXPECT_TRUE(is_alive(ap()));
@@ -135,8 +133,8 @@ TEST_F(Resources, LostToFailedQueriesAreOneDescriptorEach)
     Bytes datagram = from_hostapd(TSPEC_ADDTS_REQ_CMD).bytes();
     ap().hostapd().send(datagram);
     ap().settle();
-    std::size_t descriptors_then = descriptors();
-    for (unsigned i = 0; i < failures; ++i) {
+    size_t descriptors_then = descriptors();
+    for (unsigned i = 0; i < failures; i++) {
         ap().hostapd().send(datagram);
     }
     ap().settle();

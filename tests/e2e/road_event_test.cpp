@@ -1,12 +1,9 @@
-/*
- * What hostapd's events do to streams and bookings, and what is sent because of
- * them, in both modes.
- */
+// What hostapd's events do to streams and bookings, and what is sent because of
+// them, in both modes.
+#include "datagram.h"
 #include "stimulus.h"
 
 #include <fmt/format.h>
-
-#include "datagram.h"
 
 namespace tspec::e2e {
 namespace {
@@ -33,15 +30,15 @@ std::string empty_list()
 std::string booked(AccessPoint &ap)
 {
     std::string list = show(ap);
-    std::size_t at = list.find("wlan0: ");
+    size_t at = list.find("wlan0: ");
     return list.substr(at + 7, list.find(" be=") - at - 7);
 }
 
 unsigned streams_in(const std::string &list)
 {
     unsigned count = 0;
-    for (std::size_t at = 0; (at = list.find("sta=", at)) != std::string::npos; ++at) {
-        ++count;
+    for (size_t at = 0; (at = list.find("sta=", at)) != std::string::npos; at++) {
+        count++;
     }
     return count;
 }
@@ -70,7 +67,7 @@ TEST_F(RoadEvent, DeletionIsForwardedToMapd)
     admit(ap());
     manage(ap());
     HostapdMessage message = from_hostapd(TSPEC_DELTS_REQ_CMD);
-    message.tspec.nominal_msdu_size = 999; /* the stored element counts */
+    message.tspec.nominal_msdu_size = 999; // the stored element counts
     message.tspec.ts_info = TsInfo{6 << 1, 6 << 3, 0x5a};
     Bytes sent = sent_to(request(ap(), message), Peer::mapd).front();
     Bytes original = from_hostapd(TSPEC_ADDTS_REQ_CMD).bytes();
@@ -87,7 +84,7 @@ TEST_F(RoadEvent, DeletionIsForwardedToMapd)
                                      .u8(59, 0x5a)
                                      .copy(60, original, 76, 50)
                                      .u16(110, 625)));
-    /* The local account is mapd's affair now. */
+    // The local account is mapd's affair now.
     EXPECT_EQ(booked(ap()), "vo=625/15625 vi=0/15625");
 }
 
@@ -119,7 +116,7 @@ TEST_F(RoadEvent, InactivityOfAPendingStreamIsARefusal)
 TEST_F(RoadEvent, ExcessOnlyCounts)
 {
     admit(ap());
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; i++) {
         EXPECT_TRUE(
             of_kind(request(ap(), from_hostapd(TSPEC_TS_EXCEED_TIME_CMD)), Kind::from_daemon)
                 .empty());
@@ -200,7 +197,7 @@ TEST_F(RoadEvent, FastTransitionIsBookedWithoutAWord)
     HostapdMessage message =
         from_hostapd(TSPEC_FBT_ADDTS_CMD, {.direction = bidirectional, .medium_time = 20000});
     EXPECT_TRUE(of_kind(request(ap(), message), Kind::from_daemon).empty());
-    /* Twice the time, and beyond the limit. */
+    // Twice the time, and beyond the limit.
     EXPECT_EQ(booked(ap()), "vo=40000/15625 vi=0/15625");
     EXPECT_THAT(show(ap()), ::testing::HasSubstr("med_time=20000 state=1"));
 }
@@ -220,7 +217,7 @@ TEST_F(RoadEvent, FastTransitionTakesNothingFromOrdinaryAdmissions)
     request(ap(), from_hostapd(TSPEC_FBT_ADDTS_CMD, {.station = 9, .medium_time = 5000}));
     admit(ap());
     EXPECT_EQ(booked(ap()), "vo=5625/1250 vi=0/0");
-    /* The reserve is withheld: a second stream finds no room. */
+    // The reserve is withheld: a second stream finds no room.
     Events events = request(ap(), from_hostapd(TSPEC_ADDTS_REQ_CMD, {.station = 2}));
     EXPECT_EQ(u32_at(sent_to(events, Peer::hostapd).back(), 132), 3U);
 }
@@ -240,7 +237,7 @@ TEST_F(RoadEvent, StreamsInBothDirectionsUseBothBanks)
     std::string list = show(ap());
     EXPECT_THAT(list, ::testing::HasSubstr("Pri tid=6 ac=3 dir=0 "));
     EXPECT_THAT(list, ::testing::HasSubstr("Alt tid=7 ac=3 dir=1 "));
-    /* The second moves up when the first goes. */
+    // The second moves up when the first goes.
     request(ap(), from_hostapd(TSPEC_DELTS_REQ_CMD));
     list = show(ap());
     EXPECT_EQ(streams_in(list), 1U);
@@ -266,7 +263,7 @@ TEST_F(RoadEvent, AStreamForBothDirectionsReplacesTheTwo)
 
 TEST_F(RoadEvent, TheLimitOfStreamsCountsThemAll)
 {
-    for (std::uint32_t station = 1; station <= 512; ++station) {
+    for (uint32_t station = 1; station <= 512; station++) {
         ap().hostapd().send(
             from_hostapd(TSPEC_ADDTS_REQ_CMD, {.user_priority = 0, .station = station}).bytes());
     }
@@ -278,7 +275,7 @@ TEST_F(RoadEvent, TheLimitOfStreamsCountsThemAll)
     HostapdMessage one_more =
         from_hostapd(TSPEC_ADDTS_REQ_CMD, {.user_priority = 0, .station = 513});
     EXPECT_EQ(result_of(one_more), 3U);
-    /* A renewal counts no second time. */
+    // A renewal counts no second time.
     EXPECT_EQ(result_of(from_hostapd(TSPEC_ADDTS_REQ_CMD, {.user_priority = 0})), 0U);
     request(ap(), from_hostapd(TSPEC_DELTS_REQ_CMD, {.user_priority = 0}));
     EXPECT_EQ(result_of(one_more), 0U);

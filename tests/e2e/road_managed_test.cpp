@@ -1,18 +1,15 @@
-/*
- * The road of a request while mapd decides, to the byte: the forwarded request,
- * mapd's answer on its way to hostapd, and the status messages.
- */
-#include "stimulus.h"
-
+// The road of a request while mapd decides, to the byte: the forwarded request,
+// mapd's answer on its way to hostapd, and the status messages.
 #include "datagram.h"
+#include "stimulus.h"
 
 namespace tspec::e2e {
 namespace {
 
 const Mac station = Mac{{0x02, 0x1a, 0x2b, 0x3c, 0x4d, 0x5e}};
-constexpr std::uint8_t ts_info_0 = 0x80 | 6 << 1; /* TID 6, uplink */
-constexpr std::uint8_t ts_info_0_down = ts_info_0 | 1 << 5;
-constexpr std::uint8_t ts_info_1 = 0xc7 | 6 << 3; /* user priority 6 */
+constexpr uint8_t ts_info_0 = 0x80 | 6 << 1; // TID 6, uplink
+constexpr uint8_t ts_info_0_down = ts_info_0 | 1 << 5;
+constexpr uint8_t ts_info_1 = 0xc7 | 6 << 3; // user priority 6
 
 class RoadManaged : public DaemonTest {
   protected:
@@ -39,8 +36,8 @@ class RoadManaged : public DaemonTest {
     }
 };
 
-/* The one datagram of this size; status messages have another than requests. */
-Bytes only_of_size(const Events &events, Peer peer, std::size_t size)
+// The one datagram of this size; status messages have another than requests.
+Bytes only_of_size(const Events &events, Peer peer, size_t size)
 {
     std::vector<Bytes> chosen;
     for (const Bytes &datagram : sent_to(events, peer)) {
@@ -57,8 +54,8 @@ Datagram request_datagram()
     return Datagram::pattern(148, 5)
         .u8(0, 3)
         .u8(1, 1)
-        .u8(20, 1) /* radio_unit: wlan0 */
-        .u8(53, 3) /* vap */
+        .u8(20, 1) // radio_unit: wlan0
+        .u8(53, 3) // vap
         .mac(56, station)
         .u8(72, ts_info_0)
         .u8(73, ts_info_1)
@@ -68,26 +65,26 @@ Datagram request_datagram()
         .u8(140, 6);
 }
 
-/* The request as mapd gets it. */
-Datagram forwarded(const Bytes &request, std::uint16_t medium_time = 0, std::uint16_t previous = 0,
-                   std::uint8_t previous_ac = 0)
+// The request as mapd gets it.
+Datagram forwarded(const Bytes &request, uint16_t medium_time = 0, uint16_t previous = 0,
+                   uint8_t previous_ac = 0)
 {
     return Datagram(120)
         .u8(0, 0x23)
         .u8(1, 1)
-        .copy(2, request, 2, 12) /* peer_addr1, peer_addr2 */
+        .copy(2, request, 2, 12) // peer_addr1, peer_addr2
         .mac(14, station)
-        .copy(20, request, 20, 33) /* radio_unit, ssid */
-        .u8(53, 3)                 /* ac_idx: voice */
-        .copy(57, request, 72, 3)  /* ts_info */
-        .copy(60, request, 76, 50) /* nominal_msdu_size ... surplus_bandwidth_allowance */
+        .copy(20, request, 20, 33) // radio_unit, ssid
+        .u8(53, 3)                 // ac_idx: voice
+        .copy(57, request, 72, 3)  // ts_info
+        .copy(60, request, 76, 50) // nominal_msdu_size ... surplus_bandwidth_allowance
         .u16(110, medium_time)
         .u16(116, previous)
         .u8(118, previous_ac);
 }
 
-/* mapd's answer with values of its own in every field. */
-Datagram answer(std::uint8_t result, std::uint8_t first_ts_info = ts_info_0)
+// mapd's answer with values of its own in every field.
+Datagram answer(uint8_t result, uint8_t first_ts_info = ts_info_0)
 {
     return Datagram::pattern(120, 140)
         .u8(0, 4)
@@ -100,17 +97,17 @@ Datagram answer(std::uint8_t result, std::uint8_t first_ts_info = ts_info_0)
         .u8(119, result);
 }
 
-/* What hostapd gets of it. */
-Datagram passed_on(const Bytes &answer_datagram, const Bytes &request, std::uint32_t result)
+// What hostapd gets of it.
+Datagram passed_on(const Bytes &answer_datagram, const Bytes &request, uint32_t result)
 {
     return Datagram(request)
         .u8(0, 0x23)
         .u8(1, 2)
-        .copy(2, answer_datagram, 2, 51) /* addresses, station, radio_unit, ssid */
+        .copy(2, answer_datagram, 2, 51) // addresses, station, radio_unit, ssid
         .zero(54, 2)
         .zero(62, 2)
         .copy(72, answer_datagram, 57, 3)
-        .copy(76, answer_datagram, 60, 52) /* nominal_msdu_size ... medium_time */
+        .copy(76, answer_datagram, 60, 52) // nominal_msdu_size ... medium_time
         .u8(128, request[141])
         .u32(132, result)
         .u32(136, 0);
@@ -125,7 +122,7 @@ TEST_F(RoadManaged, ForwardsTheRequestToMapd)
     Events sent = with_peer(events, Peer::mapd, Kind::from_daemon);
     EXPECT_EQ(sent.at(0).source_port, 55263);
     EXPECT_EQ(sent.at(0).destination_port, 57774);
-    /* The utilisation is read by the unit, which was not asked. */
+    // The utilisation is read by the unit, which was not asked.
     EXPECT_TRUE(of_kind(events, Kind::proc_read).empty());
 }
 
@@ -161,7 +158,7 @@ TEST_F(RoadManaged, ForwardsWhatARenewalReplaces)
 TEST_F(RoadManaged, ForwardsTwiceTheTimeOfBothDirections)
 {
     configure_voice_and_video(ap());
-    const std::uint8_t both = ts_info_0 | 3 << 5;
+    const uint8_t both = ts_info_0 | 3 << 5;
     Datagram request = request_datagram().u8(72, both);
     hostapd_says(request);
     mapd_says(answer(0, both));
@@ -201,7 +198,7 @@ TEST_F(RoadManaged, PassesNoMediumTimeOnForADownlinkStream)
 
 TEST_F(RoadManaged, PassesRefusalsOn)
 {
-    for (std::uint8_t result : {std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{3}}) {
+    for (uint8_t result : {uint8_t{1}, uint8_t{2}, uint8_t{3}}) {
         Datagram request = request_datagram();
         hostapd_says(request);
         Datagram refused = answer(result);
@@ -213,7 +210,7 @@ TEST_F(RoadManaged, PassesRefusalsOn)
 
 TEST_F(RoadManaged, KeepsHostapdOutOfResultsThatItDoesNotKnow)
 {
-    for (std::uint8_t result : {std::uint8_t{4}, std::uint8_t{255}}) {
+    for (uint8_t result : {uint8_t{4}, uint8_t{255}}) {
         hostapd_says(request_datagram());
         EXPECT_TRUE(sent_to(mapd_says(answer(result)), Peer::hostapd).empty());
         EXPECT_THAT(show(ap()), ::testing::HasSubstr("No TS records found."));
@@ -235,8 +232,8 @@ TEST_F(RoadManaged, FindsAPendingRequestByItsTid)
     Datagram first = request_datagram();
     hostapd_says(first);
     mapd_says(answer(0));
-    /* The same entry, asked for under another TID. */
-    const std::uint8_t tid_7 = 0x80 | 7 << 1;
+    // The same entry, asked for under another TID.
+    const uint8_t tid_7 = 0x80 | 7 << 1;
     Datagram request = request_datagram().u8(72, tid_7).u8(140, 7).u8(141, 0x43);
     hostapd_says(request);
     Datagram accepted = answer(0, tid_7);
@@ -247,7 +244,7 @@ TEST_F(RoadManaged, FindsAPendingRequestByItsTid)
     EXPECT_EQ(to_hostapd[0][140], 6);
     EXPECT_EQ(u16_at(to_hostapd[0], 126), 5000);
     EXPECT_TRUE(same_bytes(to_hostapd[1], passed_on(accepted, request, 0)));
-    /* mapd is told with the stream's time set to nothing. */
+    // mapd is told with the stream's time set to nothing.
     Bytes withdrawn = only_of_size(events, Peer::mapd, 120);
     EXPECT_EQ(withdrawn[1], 3);
     EXPECT_EQ(withdrawn[57], ts_info_0);
@@ -267,19 +264,19 @@ TEST_F(RoadManaged, PassesADeletionOn)
     EXPECT_THAT(show(ap()), ::testing::HasSubstr("No TS records found."));
 }
 
-/* ---- status messages --------------------------------------------------- */
+// ---- status messages ---------------------------------------------------
 
 struct Load {
-    std::uint32_t operational = 0;
-    std::uint32_t active = 0;
-    std::uint32_t clients = 0;
-    std::uint32_t roaming = 0;
-    std::uint32_t admitted = 0;
-    std::uint32_t unallocated = 0;
-    std::uint32_t roam_unallocated = 0;
+    uint32_t operational = 0;
+    uint32_t active = 0;
+    uint32_t clients = 0;
+    uint32_t roaming = 0;
+    uint32_t admitted = 0;
+    uint32_t unallocated = 0;
+    uint32_t roam_unallocated = 0;
 };
 
-void put_load(Datagram &status, std::size_t offset, const Load &load)
+void put_load(Datagram &status, size_t offset, const Load &load)
 {
     status.u32(offset, load.operational)
         .u32(offset + 4, load.active)
@@ -290,16 +287,16 @@ void put_load(Datagram &status, std::size_t offset, const Load &load)
         .u32(offset + 24, load.roam_unallocated);
 }
 
-std::size_t radio_offset(std::size_t radio)
+size_t radio_offset(size_t radio)
 {
     return 32 + radio * 28;
 }
-std::size_t vap_offset(std::size_t radio, std::size_t vap)
+size_t vap_offset(size_t radio, size_t vap)
 {
     return 88 + (radio * 16 + vap) * 28;
 }
 
-Datagram empty_status(std::uint8_t ac)
+Datagram empty_status(uint8_t ac)
 {
     return Datagram(984).u8(0, 0x28).u8(1, 1).u8(2, ac);
 }
@@ -314,8 +311,8 @@ TEST_F(RoadManaged, SendsTheStatusOfTheCategoryThatChanged)
     Bytes status = only_sent_to(mapd_says(answer(0)), Peer::mapd);
 
     Datagram expected = empty_status(3);
-    expected.u32(4, 1).u32(8, 1).u32(12, 1); /* the whole access point */
-    expected.u32(16, 1).u32(24, 1);          /* accepted, of these roaming */
+    expected.u32(4, 1).u32(8, 1).u32(12, 1); // the whole access point
+    expected.u32(16, 1).u32(24, 1);          // accepted, of these roaming
     Load loaded{.operational = 1,
                 .active = 1,
                 .clients = 1,
@@ -325,7 +322,7 @@ TEST_F(RoadManaged, SendsTheStatusOfTheCategoryThatChanged)
                 .roam_unallocated = 10625};
     put_load(expected, radio_offset(0), loaded);
     put_load(expected, radio_offset(1), {.operational = 1});
-    for (std::size_t vap = 0; vap < 16; ++vap) {
+    for (size_t vap = 0; vap < 16; vap++) {
         put_load(expected, vap_offset(0, vap),
                  vap == 3
                      ? loaded
@@ -340,7 +337,7 @@ TEST_F(RoadManaged, CountsRefusalsOfRoamingStations)
     ap().driver().set_station(station, StationAnswer::flags(0x41));
     hostapd_says(request_datagram());
     mapd_says(answer(0));
-    hostapd_says(request_datagram()); /* a renewal, so that the client is known */
+    hostapd_says(request_datagram()); // a renewal, so that the client is known
     Bytes status = only_sent_to(mapd_says(answer(3)), Peer::mapd);
     EXPECT_EQ(u32_at(status, 16), 1U);
     EXPECT_EQ(u32_at(status, 20), 1U);
@@ -350,7 +347,7 @@ TEST_F(RoadManaged, CountsRefusalsOfRoamingStations)
 
 TEST_F(RoadManaged, CountsBothDirectionsTwiceInTheStatus)
 {
-    const std::uint8_t both = ts_info_0 | 3 << 5;
+    const uint8_t both = ts_info_0 | 3 << 5;
     hostapd_says(request_datagram().u8(72, both));
     Bytes status = only_sent_to(mapd_says(answer(0, both)), Peer::mapd);
     EXPECT_EQ(u32_at(status, radio_offset(0) + 16), 10000U);
@@ -371,7 +368,7 @@ TEST_F(RoadManaged, SendsEveryCategoryAfterAConfiguration)
     ap().dman().send(Datagram(64).u8(0, 1).u8(1, 1).bytes());
     std::vector<Bytes> statuses = sent_to(ap().settle(), Peer::mapd);
     ASSERT_EQ(statuses.size(), 4U);
-    for (std::uint8_t ac = 0; ac < 4; ++ac) {
+    for (uint8_t ac = 0; ac < 4; ac++) {
         EXPECT_TRUE(same_bytes(statuses[ac], empty_status(ac)));
     }
 }

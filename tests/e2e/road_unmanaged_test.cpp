@@ -1,10 +1,7 @@
-/*
- * The road of a request while the daemon itself decides, to the byte: what goes
- * to the driver and to hostapd, and what stays booked.
- */
-#include "stimulus.h"
-
+// The road of a request while the daemon itself decides, to the byte: what goes
+// to the driver and to hostapd, and what stays booked.
 #include "datagram.h"
+#include "stimulus.h"
 
 namespace tspec::e2e {
 namespace {
@@ -20,38 +17,38 @@ class RoadUnmanaged : public DaemonTest {
 
 const Mac station = Mac{{0x02, 0x1a, 0x2b, 0x3c, 0x4d, 0x5e}};
 
-constexpr std::uint8_t ts_info_0(unsigned tid, unsigned direction)
+constexpr uint8_t ts_info_0(unsigned tid, unsigned direction)
 {
-    return static_cast<std::uint8_t>(0x81 | tid << 1 | direction << 5);
+    return static_cast<uint8_t>(0x81 | tid << 1 | direction << 5);
 }
 
-constexpr std::uint8_t ts_info_1(unsigned user_priority)
+constexpr uint8_t ts_info_1(unsigned user_priority)
 {
-    return static_cast<std::uint8_t>(0xc7 | user_priority << 3);
+    return static_cast<uint8_t>(0xc7 | user_priority << 3);
 }
 
-/* A request of hostapd with a value in every byte, reserved ones included. */
-Datagram hostapd_datagram(std::uint8_t cmd, unsigned tid = 6, unsigned direction = uplink,
+// A request of hostapd with a value in every byte, reserved ones included.
+Datagram hostapd_datagram(uint8_t cmd, unsigned tid = 6, unsigned direction = uplink,
                           unsigned user_priority = 6)
 {
     return Datagram::pattern(148, 17)
         .u8(0, 3)
         .u8(1, cmd)
-        .u8(20, 2) /* radio_unit: wlan1 */
-        .u8(53, 3) /* vap */
+        .u8(20, 2) // radio_unit: wlan1
+        .u8(53, 3) // vap
         .mac(56, station)
         .u8(72, ts_info_0(tid, direction))
         .u8(73, ts_info_1(user_priority))
-        .u16(76, 0x80d0)    /* nominal_msdu_size: 208, fixed */
-        .u32(104, 83200)    /* mean_data_rate */
-        .u32(120, 24000000) /* min_phy_rate */
-        .u16(124, 0x3000)   /* surplus_bandwidth_allowance: 1.5 */
-        .u8(140, static_cast<std::uint8_t>(tid));
+        .u16(76, 0x80d0)    // nominal_msdu_size: 208, fixed
+        .u32(104, 83200)    // mean_data_rate
+        .u32(120, 24000000) // min_phy_rate
+        .u16(124, 0x3000)   // surplus_bandwidth_allowance: 1.5
+        .u8(140, static_cast<uint8_t>(tid));
 }
 
-/* The answer: the request's addresses, element and auxiliary values, nothing in
- * the bytes that no step fills. */
-Datagram admitted(const Bytes &request, std::uint16_t medium_time, std::uint32_t time_out = 0)
+// The answer: the request's addresses, element and auxiliary values, nothing in
+// the bytes that no step fills.
+Datagram admitted(const Bytes &request, uint16_t medium_time, uint32_t time_out = 0)
 {
     return Datagram(request)
         .u8(0, 0x23)
@@ -60,27 +57,27 @@ Datagram admitted(const Bytes &request, std::uint16_t medium_time, std::uint32_t
         .zero(54, 2)
         .zero(62, 2)
         .u16(126, medium_time)
-        .u8(128, request[141]) /* aux_flag: the request's aux_byte */
-        .u32(132, 0)           /* result_code */
+        .u8(128, request[141]) // aux_flag: the request's aux_byte
+        .u32(132, 0)           // result_code
         .u32(136, time_out);
 }
 
-Datagram rejected(const Bytes &request, std::uint32_t code)
+Datagram rejected(const Bytes &request, uint32_t code)
 {
     return Datagram(request).u8(0, 0x23).u8(1, 2).u16(126, 0).u32(132, code);
 }
 
-/* dman's configuration of wlan1, by the byte. */
-Datagram configuration(std::uint32_t voice_limit)
+// dman's configuration of wlan1, by the byte.
+Datagram configuration(uint32_t voice_limit)
 {
     return Datagram(64)
         .u8(0, 1)
-        .u8(1, 2)             /* radio_if */
-        .u32(4, 1)            /* enabled */
-        .u32(16, 1)           /* mandatory for voice */
-        .u32(32, voice_limit) /* percent */
-        .u32(44, 5)           /* downlink time-out, seconds */
-        .u32(48, 7);          /* uplink time-out, seconds */
+        .u8(1, 2)             // radio_if
+        .u32(4, 1)            // enabled
+        .u32(16, 1)           // mandatory for voice
+        .u32(32, voice_limit) // percent
+        .u32(44, 5)           // downlink time-out, seconds
+        .u32(48, 7);          // uplink time-out, seconds
 }
 
 Events hostapd_says(AccessPoint &ap, const Bytes &datagram)
@@ -142,12 +139,12 @@ TEST_F(RoadUnmanaged, AsksHostapdForTheFrameDuration)
     ASSERT_EQ(sent.size(), 2U);
     EXPECT_TRUE(same_bytes(sent.front(), Datagram(28)
                                              .u8(0, 0x24)
-                                             .u32(4, 55301) /* reply_port */
-                                             .u8(8, 2)      /* radio_unit */
+                                             .u32(4, 55301) // reply_port
+                                             .u8(8, 2)      // radio_unit
                                              .mac(9, station)
-                                             .u32(16, 24000000) /* min_phy_rate */
-                                             .u32(20, 0x80d0)   /* nominal_msdu_size */
-                                             .u8(24, 3)         /* vap */
+                                             .u32(16, 24000000) // min_phy_rate
+                                             .u32(20, 0x80d0)   // nominal_msdu_size
+                                             .u8(24, 3)         // vap
                                              .bytes()));
 }
 
@@ -167,17 +164,17 @@ TEST_F(RoadUnmanaged, AdmitsWithTheMediumTimeAndTheTimeOut)
     Datagram request = hostapd_datagram(1);
     std::vector<Bytes> sent = sent_to(hostapd_says(ap(), request), Peer::hostapd);
     ASSERT_EQ(sent.size(), 2U);
-    /* 50 frames a second of 400 us, times 1.5, in units of 32 us. */
+    // 50 frames a second of 400 us, times 1.5, in units of 32 us.
     EXPECT_TRUE(same_bytes(sent.back(), admitted(request, 937, 7000000)));
 }
 
 TEST_F(RoadUnmanaged, RefusesWhatDoesNotFit)
 {
-    ap().dman().send(configuration(2)); /* 625 units */
+    ap().dman().send(configuration(2)); // 625 units
     Datagram request = hostapd_datagram(1);
     std::vector<Bytes> sent = sent_to(hostapd_says(ap(), request), Peer::hostapd);
     ASSERT_EQ(sent.size(), 2U);
-    /* An answer of the response handler, not an echo. */
+    // An answer of the response handler, not an echo.
     EXPECT_TRUE(same_bytes(sent.back(), admitted(request, 0, 7000000).u32(132, 3)));
     EXPECT_EQ(show(ap()),
               list_line("No TS records found.\r\n") +
@@ -247,9 +244,9 @@ TEST_F(RoadUnmanaged, RenewsAnAdmittedStream)
     ap().dman().send(configuration(3));
     Datagram first = hostapd_datagram(1);
     hostapd_says(ap(), first);
-    /* Half the rate and other values all around; it fits in place of the first. */
+    // Half the rate and other values all around; it fits in place of the first.
     Datagram request = hostapd_datagram(1)
-                           .u8(64, 0x99) /* element_id */
+                           .u8(64, 0x99) // element_id
                            .u8(75, 0x9a)
                            .u32(104, 41600)
                            .u8(129, 0x9b)
@@ -257,7 +254,7 @@ TEST_F(RoadUnmanaged, RenewsAnAdmittedStream)
                            .u8(142, 0x78);
     std::vector<Bytes> sent = sent_to(hostapd_says(ap(), request), Peer::hostapd);
     ASSERT_EQ(sent.size(), 2U);
-    /* The element's header and its reserved bytes stay those of the first. */
+    // The element's header and its reserved bytes stay those of the first.
     EXPECT_TRUE(same_bytes(sent.back(), admitted(request, 468, 7000000)
                                             .copy(64, first, 64, 8)
                                             .copy(75, first, 75, 1)
@@ -291,7 +288,7 @@ TEST_F(RoadUnmanaged, TellsHostapdOfAnInactiveStream)
                             .u8(73, ts_info_1(6))
                             .u8(140, 6);
     Bytes delts = only_sent_to(hostapd_says(ap(), inactive), Peer::hostapd);
-    /* All of it from the record and the stored stream. */
+    // All of it from the record and the stored stream.
     EXPECT_TRUE(same_bytes(delts, Datagram(request)
                                       .u8(0, 0x23)
                                       .u8(1, 5)
@@ -306,15 +303,15 @@ TEST_F(RoadUnmanaged, TellsHostapdOfAnInactiveStream)
                                       .bytes()));
 }
 
-/* Seen in what mapd is asked, where nothing is refused. */
+// Seen in what mapd is asked, where nothing is refused.
 TEST_F(RoadUnmanaged, ComputesTheMediumTime)
 {
     struct Case {
-        std::uint32_t duration;
-        std::uint32_t rate;
-        std::uint16_t nominal;
-        std::uint16_t surplus;
-        std::uint16_t medium_time;
+        uint32_t duration;
+        uint32_t rate;
+        uint16_t nominal;
+        uint16_t surplus;
+        uint16_t medium_time;
     };
     const Case cases[] = {
         {400, 83200, 0x80d0, 0x2000, 625},
@@ -328,7 +325,7 @@ TEST_F(RoadUnmanaged, ComputesTheMediumTime)
         {32, 8, 0x0001, 0x2000, 1},
         {400, 83200, 0x80d0, 0xffff, 4999},
         {400000, 83200, 0x80d0, 0x2000, 65535},
-        {0x80000000, 83200, 0x80d0, 0x2000, 0}, /* the product wraps at 32 bits */
+        {0x80000000, 83200, 0x80d0, 0x2000, 0}, // the product wraps at 32 bits
     };
     ap().dman().send(configuration(50));
     ap().mapd().send(Bytes{6, 1, 1});
@@ -337,7 +334,7 @@ TEST_F(RoadUnmanaged, ComputesTheMediumTime)
         Datagram request =
             hostapd_datagram(1).u16(76, one.nominal).u32(104, one.rate).u16(124, one.surplus);
         Events events = hostapd_says(ap(), request);
-        std::uint16_t forwarded = 0;
+        uint16_t forwarded = 0;
         for (const Bytes &datagram : sent_to(events, Peer::mapd)) {
             if (datagram.size() == 120) {
                 forwarded = u16_at(datagram, 110);

@@ -1,10 +1,7 @@
-/*
- * The daemon's timers: the interval of the violation reports on the simulated
- * clock, and the two time-outs of select in real time.
- */
-#include "stimulus.h"
-
+// The daemon's timers: the interval of the violation reports on the simulated
+// clock, and the two time-outs of select in real time.
 #include "datagram.h"
+#include "stimulus.h"
 
 namespace tspec::e2e {
 namespace {
@@ -19,7 +16,7 @@ class Schedule : public DaemonTest {
         offend();
     }
 
-    /* A stream to report, so that each run of the reports can be seen. */
+    // A stream to report, so that each run of the reports can be seen.
     void offend()
     {
         associate_all(ap());
@@ -27,14 +24,14 @@ class Schedule : public DaemonTest {
         request(ap(), from_hostapd(TSPEC_TS_EXCEED_TIME_CMD));
     }
 
-    std::size_t reports_within(Duration duration)
+    size_t reports_within(Duration duration)
     {
         ap().settle();
         ap().advance(duration);
         return log_texts(ap().settle()).size();
     }
 
-    void set_interval(std::uint32_t seconds)
+    void set_interval(uint32_t seconds)
     {
         ap().dman().send(ViolationInterval{.seconds = seconds}.bytes());
         ap().settle();
@@ -49,7 +46,7 @@ TEST_F(Schedule, RunsFirstAfterFiveMinutes)
 
 TEST_F(Schedule, RunsEveryFiveMinutes)
 {
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; i++) {
         EXPECT_EQ(reports_within(299s), 0U);
         EXPECT_EQ(reports_within(1s), 1U);
     }
@@ -59,7 +56,7 @@ TEST_F(Schedule, RunsEveryFiveMinutes)
 TEST_F(Schedule, TakesANewIntervalAtOnce)
 {
     EXPECT_EQ(reports_within(100s), 0U);
-    /* The 100 seconds count. */
+    // The 100 seconds count.
     ap().dman().send(ViolationInterval{.seconds = 100}.bytes());
     EXPECT_EQ(log_texts(ap().settle()).size(), 1U);
     EXPECT_EQ(reports_within(99s), 0U);
@@ -79,7 +76,7 @@ TEST_F(Schedule, IsOffAtIntervalZero)
 {
     set_interval(0);
     EXPECT_EQ(reports_within(24h), 0U);
-    /* The time meanwhile counts once it is on again. */
+    // The time meanwhile counts once it is on again.
     ap().dman().send(ViolationInterval{.seconds = 3600}.bytes());
     EXPECT_EQ(log_texts(ap().settle()).size(), 1U);
 }
@@ -102,7 +99,7 @@ TEST_F(Schedule, IsLookedAtWheneverADatagramCame)
 TEST_F(Schedule, StartsAnewWithEveryChangeOfTheState)
 {
     EXPECT_EQ(reports_within(299s), 0U);
-    manage(ap(), false); /* the state that it is in already */
+    manage(ap(), false); // the state that it is in already
     EXPECT_EQ(reports_within(299s), 0U);
     manage(ap(), true);
     EXPECT_EQ(reports_within(1000s), 0U);
@@ -126,7 +123,7 @@ TEST_F(Schedule, RunsAtOnceWhenTheClockWasSetForth)
     EXPECT_EQ(reports_within(299s), 0U);
 }
 
-/* The seconds since the last run wrap at 32 bits, so they are many. */
+// The seconds since the last run wrap at 32 bits, so they are many.
 TEST_F(Schedule, RunsAtOnceWhenTheClockWasSetBack)
 {
     set_trace_mask(ap(), info);
@@ -157,7 +154,7 @@ TEST_F(Schedule, TakesTheTimeOfTheStartForTheFirstRun)
 {
     boot({.start_time = Time{std::chrono::seconds(4294967295 - 100)}});
     offend();
-    /* The clock passes the end of 32 bits meanwhile. */
+    // The clock passes the end of 32 bits meanwhile.
     EXPECT_EQ(reports_within(299s), 0U);
     EXPECT_EQ(reports_within(1s), 1U);
 }
@@ -169,15 +166,15 @@ TEST_F(Schedule, RunsOncePerTurnHoweverLongItWasLate)
     EXPECT_EQ(log_texts(ap().settle()).size(), 1U);
 }
 
-/* ---- real time --------------------------------------------------------- */
+// ---- real time ---------------------------------------------------------
 
 class RealTime : public DaemonTest {
   protected:
     void SetUp() override { boot({.clock = Clock::real}); }
 };
 
-/* The status that was lost is sent again on the next turn, and what brings the
- * next turn is the time-out alone. */
+// The status that was lost is sent again on the next turn, and what brings the
+// next turn is the time-out alone.
 TEST_F(RealTime, TheLoopTurnsWithoutDatagrams)
 {
     manage(ap());
@@ -186,7 +183,7 @@ TEST_F(RealTime, TheLoopTurnsWithoutDatagrams)
     request(ap(), from_hostapd(TSPEC_FBT_ADDTS_CMD));
     Events all = ap().history();
     std::vector<Bytes> arrived;
-    for (int i = 0; i < 100 && arrived.empty(); ++i) {
+    for (int i = 0; i < 100 && arrived.empty(); i++) {
         ap().advance(100ms);
         for (const Event &event : with_peer(ap().settle(), Peer::mapd, Kind::from_daemon)) {
             if (event.delivered) {
@@ -208,16 +205,16 @@ TEST_F(RealTime, TheWaitForAFrameDurationEndsWithoutAnAnswer)
     ap().hostapd().answer_frame_duration(frame_duration::none());
     ap().hostapd().send(from_hostapd(TSPEC_ADDTS_REQ_CMD).bytes());
     ap().cli().send(cli_ping());
-    std::vector<std::pair<Peer, std::size_t>> sent;
+    std::vector<std::pair<Peer, size_t>> sent;
     for (const Event &event : of_kind(ap().settle(), Kind::from_daemon)) {
         sent.emplace_back(event.peer, event.data.size());
         if (event.data.size() == 148) {
             EXPECT_EQ(u32_at(event.data, 132), 3U);
         }
     }
-    EXPECT_THAT(sent, ::testing::ElementsAre(std::pair<Peer, std::size_t>{Peer::hostapd, 28},
-                                             std::pair<Peer, std::size_t>{Peer::hostapd, 148},
-                                             std::pair<Peer, std::size_t>{Peer::cli, 4}));
+    EXPECT_THAT(sent, ::testing::ElementsAre(std::pair<Peer, size_t>{Peer::hostapd, 28},
+                                             std::pair<Peer, size_t>{Peer::hostapd, 148},
+                                             std::pair<Peer, size_t>{Peer::cli, 4}));
 }
 
 TEST_F(RealTime, AnAnswerWithinTheWaitIsTaken)

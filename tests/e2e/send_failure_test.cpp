@@ -1,11 +1,8 @@
-/*
- * Sends that fail: what standard error says, and what the daemon undoes.
- */
+// Sends that fail: what standard error says, and what the daemon undoes.
+#include "datagram.h"
 #include "stimulus.h"
 
 #include <cerrno>
-
-#include "datagram.h"
 
 namespace tspec::e2e {
 namespace {
@@ -19,7 +16,7 @@ class SendFailure : public DaemonTest {
         configure_voice_and_video(ap());
     }
 
-    void fail_next(std::uint16_t port, int cause)
+    void fail_next(uint16_t port, int cause)
     {
         ap().driver().inject(Fault{.call = Call::sendto, .error = cause, .port = port});
     }
@@ -34,14 +31,14 @@ std::string two_lines(const char *second, int cause)
 TEST_F(SendFailure, OfAResponseRemovesTheStream)
 {
     for (int cause : {ENETUNREACH, ENOBUFS, EPERM}) {
-        /* The query before it goes to the same port. */
+        // The query before it goes to the same port.
         ap().driver().inject(
             Fault{.call = Call::sendto, .error = cause, .after = 1, .port = TSPEC_HOSTAPD_PORT});
         EXPECT_EQ(error_during(ap(), [&] { request(ap(), from_hostapd(TSPEC_ADDTS_REQ_CMD)); }),
                   two_lines("Error sending data to hostapd.\n", cause));
         EXPECT_THAT(show(ap()), ::testing::HasSubstr("No TS records found."));
     }
-    /* The count of streams has come down again. */
+    // The count of streams has come down again.
     admit(ap());
 }
 
@@ -50,7 +47,7 @@ TEST_F(SendFailure, OfAResponseKeepsTheFiguresOfTheStreamThatIsGone)
     ap().driver().inject(
         Fault{.call = Call::sendto, .error = ENETUNREACH, .after = 1, .port = TSPEC_HOSTAPD_PORT});
     request(ap(), from_hostapd(TSPEC_ADDTS_REQ_CMD));
-    /* No update of the figures follows this deletion. */
+    // No update of the figures follows this deletion.
     std::string answer = *ask(ap(), "tspec-ap-stats");
     EXPECT_EQ(value_of(answer, "ts-vo-num-active"), "1");
     EXPECT_EQ(value_of(answer, "tspec-vo-tot-accepted"), "1");
@@ -131,7 +128,7 @@ TEST_F(SendFailure, OfAStatusIsSaidOnEveryTurn)
     break_sends(ap(), TSPEC_MAPD_PORT, 8);
     std::string once = two_lines("Error sending TSPEC Status message to mapd.\n", ENETUNREACH);
     std::string all;
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; i++) {
         all += once;
     }
     Events events;
@@ -142,7 +139,7 @@ TEST_F(SendFailure, OfAStatusIsSaidOnEveryTurn)
                                events = ap().settle();
                            }),
               all);
-    EXPECT_EQ(sent_to(events, Peer::mapd).size(), 8U); /* four lost, four sent */
+    EXPECT_EQ(sent_to(events, Peer::mapd).size(), 8U); // four lost, four sent
 }
 
 TEST_F(SendFailure, OfStatisticsIsSaid)

@@ -1,7 +1,5 @@
-/*
- * In which order the daemon serves its sockets: UDP, dman, operator, one
- * datagram of each on every turn.
- */
+// In which order the daemon serves its sockets: UDP, dman, operator, one
+// datagram of each on every turn.
 #include "stimulus.h"
 
 #include <cerrno>
@@ -11,7 +9,7 @@ namespace {
 
 class ServiceOrder : public DaemonTest {};
 
-/* The first byte of each datagram, in the order in which they were read. */
+// The first byte of each datagram, in the order in which they were read.
 std::string reading_order(const Events &events)
 {
     std::string order;
@@ -26,13 +24,13 @@ void send_marks(AccessPoint &ap, const std::string &udp, const std::string &loca
                 const std::string &operators)
 {
     for (char mark : operators) {
-        ap.send_cli(Bytes{static_cast<std::uint8_t>(mark)});
+        ap.send_cli(Bytes{static_cast<uint8_t>(mark)});
     }
     for (char mark : local) {
-        ap.send_dman(Bytes{static_cast<std::uint8_t>(mark)});
+        ap.send_dman(Bytes{static_cast<uint8_t>(mark)});
     }
     for (char mark : udp) {
-        ap.send_udp(Bytes{static_cast<std::uint8_t>(mark)});
+        ap.send_udp(Bytes{static_cast<uint8_t>(mark)});
     }
 }
 
@@ -109,16 +107,16 @@ TEST_F(ServiceOrder, QueuesEverythingWhileItWaitsForHostapd)
     ap.hostapd().send(from_hostapd(TSPEC_ADDTS_REQ_CMD).bytes());
     ap.hostapd().send(from_hostapd(TSPEC_ADDTS_REQ_CMD, {.station = 2}).bytes());
     ap.resume();
-    std::vector<std::pair<Peer, std::size_t>> sent;
+    std::vector<std::pair<Peer, size_t>> sent;
     for (const Event &event : of_kind(ap.settle(), Kind::from_daemon)) {
         sent.emplace_back(event.peer, event.data.size());
     }
-    /* Query, refusal, then the ping, then the second request. */
-    EXPECT_EQ(sent, (std::vector<std::pair<Peer, std::size_t>>{{Peer::hostapd, 28},
-                                                               {Peer::hostapd, 148},
-                                                               {Peer::cli, 4},
-                                                               {Peer::hostapd, 28},
-                                                               {Peer::hostapd, 148}}));
+    // Query, refusal, then the ping, then the second request.
+    EXPECT_EQ(sent, (std::vector<std::pair<Peer, size_t>>{{Peer::hostapd, 28},
+                                                          {Peer::hostapd, 148},
+                                                          {Peer::cli, 4},
+                                                          {Peer::hostapd, 28},
+                                                          {Peer::hostapd, 148}}));
 }
 
 } // namespace

@@ -1,22 +1,18 @@
-/*
- * Start-up: what must be free, what is tolerated, what is in force afterwards.
- */
+// Start-up: what must be free, what is tolerated, what is in force afterwards.
+#include "sim/lib/socket.h"
 #include "stimulus.h"
 
 #include <cerrno>
 #include <fstream>
-
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "sim/lib/socket.h"
-
 namespace tspec::e2e {
 namespace {
 
-/* A failed start prints nothing at all. */
+// A failed start prints nothing at all.
 void expect_silent_failure(AccessPoint &ap)
 {
     EXPECT_FALSE(ap.start());
@@ -134,7 +130,7 @@ TEST_F(StartUp, ServesHostapdMapdAndDmanWhenTheOperatorsNameIsTaken)
     ASSERT_TRUE(ap.start());
     admit(ap);
     EXPECT_EQ(value_of(*ask(ap, "tspec-ap-stats"), "ts-vo-num-active"), "1");
-    /* Standard input, output, error and two sockets. */
+    // Standard input, output, error and two sockets.
     EXPECT_EQ(open_descriptors(ap.pid()).size(), 5U);
     EXPECT_EQ(ap.standard_error(), "");
     ap.cli().send(cli_ping());
@@ -203,8 +199,8 @@ TEST_F(StartUp, BindsTheUdpPortOnAllAddresses)
 
 TEST_F(StartUp, StartsBesideAConnectionThatSharesItsPort)
 {
-    /* Both ask to share, so the path of dman's socket is what tells a second
-     * daemon that one is running. */
+    // Both ask to share, so the path of dman's socket is what tells a second
+    // daemon that one is running.
     AccessPoint &ap = prepare();
     Socket other(::socket(AF_INET, SOCK_DGRAM, 0));
     int one = 1;

@@ -1,18 +1,15 @@
-/*
- * dman's status requests: whole answers, key by key.
- */
+// dman's status requests: whole answers, key by key.
 #include "stimulus.h"
 
-#include <map>
-
 #include <fmt/format.h>
+#include <map>
 
 namespace tspec::e2e {
 namespace {
 
 class Statistics : public DaemonTest {};
 
-/* Values by key; 0 (or "down") where none is given. */
+// Values by key; 0 (or "down") where none is given.
 using Figures = std::map<std::string, std::string>;
 
 std::string lines_of(const std::vector<std::string> &keys, const Figures &figures)
@@ -80,24 +77,24 @@ std::string entry_answer(const Figures &figures = {})
                     figures);
 }
 
-/* A bidirectional voice stream and a downlink one beside it on VAP 3 of wlan1,
- * video on wlan1 itself, best effort on wlan0; voice and video mandatory on
- * wlan1 alone. */
+// A bidirectional voice stream and a downlink one beside it on VAP 3 of wlan1,
+// video on wlan1 itself, best effort on wlan0; voice and video mandatory on
+// wlan1 alone.
 void populate(AccessPoint &ap)
 {
     associate_all(ap);
     ap.dman().send(DmanConfig{
         .radio_if = 2, .limit_percent = {.video = 20, .voice = 40}, .fbt_limit_voice = 10}
                        .bytes());
-    const std::uint8_t second_radio = 2;
+    const uint8_t second_radio = 2;
     admit(ap, {.tid = 6, .direction = bidirectional, .radio_unit = second_radio, .vap = 3});
     admit(ap, {.tid = 6, .station = 2, .radio_unit = second_radio, .vap = 3});
     admit(ap,
           {.tid = 7, .direction = downlink, .station = 2, .radio_unit = second_radio, .vap = 3});
     admit(ap, {.tid = 4, .user_priority = up_video, .radio_unit = second_radio, .vap = 3});
     admit(ap, {.tid = 0, .user_priority = up_best_effort, .station = 3});
-    /* Two that find no room. */
-    for (std::uint32_t station : {4U, 5U}) {
+    // Two that find no room.
+    for (uint32_t station : {4U, 5U}) {
         request(ap, from_hostapd(TSPEC_ADDTS_REQ_CMD, {.station = station,
                                                        .radio_unit = second_radio,
                                                        .mean_data_rate = 8320000}));
@@ -148,7 +145,7 @@ TEST_F(Statistics, CountEachRadio)
     populate(ap);
     EXPECT_EQ(ask(ap, "tspec-radio-wlan0"),
               entry_answer({{"ts-be-num-active", "1"}, {"ts-be-num-clients", "1"}}));
-    /* Voice: 50 % are 15625, of which 1250 and twice 625 are taken. */
+    // Voice: 50 % are 15625, of which 1250 and twice 625 are taken.
     EXPECT_EQ(ask(ap, "tspec-radio-wlan1"),
               entry_answer({{"ts-vo-oper-status", "up"},
                             {"ts-vo-num-active", "3"},
@@ -246,7 +243,7 @@ TEST_F(Statistics, LeaveNothingWhereTheReserveTakesItAll)
 {
     AccessPoint &ap = boot();
     manage(ap);
-    for (std::uint32_t reserve : {50U, 51U, 65535U}) {
+    for (uint32_t reserve : {50U, 51U, 65535U}) {
         ap.dman().send(DmanConfig{
             .mandatory = {.voice = 1}, .limit_percent = {.voice = 50}, .roam_reserve = reserve}
                            .bytes());
@@ -269,7 +266,7 @@ TEST_F(Statistics, DoNotCountAClientWhoseOnlyStreamIsTheAlternate)
     AccessPoint &ap = boot();
     associate(ap);
     manage(ap);
-    /* The first stays pending while the second is admitted. */
+    // The first stays pending while the second is admitted.
     request(ap, from_hostapd(TSPEC_ADDTS_REQ_CMD, {.tid = 6}));
     admit(ap, {.tid = 7, .direction = downlink});
     EXPECT_EQ(value_of(*ask(ap, "tspec-ap-stats"), "ts-vo-num-active"), "0");
@@ -279,7 +276,7 @@ TEST_F(Statistics, DoNotCountAClientWhoseOnlyStreamIsTheAlternate)
 TEST_F(Statistics, FollowTheConfigurationByTheByte)
 {
     AccessPoint &ap = boot();
-    /* Flags keep 8 bits, percentages 16. */
+    // Flags keep 8 bits, percentages 16.
     ap.dman().send(
         DmanConfig{.enabled = 0x100, .mandatory = {.voice = 1}, .limit_percent = {.voice = 50}}
             .bytes());

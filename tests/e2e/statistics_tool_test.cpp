@@ -1,19 +1,16 @@
-/*
- * tspec-cli stats, streams and metrics against the daemon: the figures that dman
- * would get, in three forms.
- */
+// tspec-cli stats, streams and metrics against the daemon: the figures that dman
+// would get, in three forms.
 #include "exposition.h"
 #include "stimulus.h"
 #include "tool.h"
 
 #include <cstdlib>
+#include <fmt/format.h>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <memory>
 #include <sstream>
-
-#include <fmt/format.h>
 
 namespace tspec::e2e {
 namespace {
@@ -26,7 +23,7 @@ class StatisticsTool : public DaemonTest {
     void SetUp() override
     {
         boot();
-        /* The answers go to the tool, while it runs. */
+        // The answers go to the tool, while it runs.
         ap().dman().turn_off();
         associate_all(ap());
     }
@@ -39,7 +36,7 @@ class StatisticsTool : public DaemonTest {
         return result.output;
     }
 
-    /* Two clients, three streams: two of the first client, on either radio. */
+    // Two clients, three streams: two of the first client, on either radio.
     void admit_three_streams()
     {
         configure_voice_and_video(ap());
@@ -144,7 +141,7 @@ TEST_F(StatisticsTool, StreamsOfNobody)
     EXPECT_THAT(output_of({"streams"}), HasSubstr("\n0 streams on TIDs 0 to 7."));
 }
 
-/* The sample of a figure that dman gets under `key`, of a radio when given. */
+// The sample of a figure that dman gets under `key`, of a radio when given.
 std::string sample_name(const std::string &key, const std::string &radio)
 {
     static const std::map<std::string, std::string> categories = {
@@ -161,21 +158,21 @@ std::string sample_name(const std::string &key, const std::string &radio)
         {"med-time-admitted", "medium_time_admitted"},
         {"med-time-unalloc", "medium_time_unallocated"},
         {"med-time-roam-unalloc", "medium_time_roaming_unallocated"}};
-    std::size_t category = key.find('-') + 1;
+    size_t category = key.find('-') + 1;
     std::string label = fmt::format("category=\"{}\"", categories.at(key.substr(category, 2)));
     std::string name = names.at(key.substr(category + 3));
     return radio.empty() ? fmt::format("tspec_ap_{}{{{}}}", name, label)
                          : fmt::format("tspec_radio_{}{{radio=\"{}\",{}}}", name, radio, label);
 }
 
-/* Checks every line of dman's answer; yields their number. */
-std::size_t expect_samples(const Exposition &exposition, const std::string &answer,
-                           const std::string &radio)
+// Checks every line of dman's answer; yields their number.
+size_t expect_samples(const Exposition &exposition, const std::string &answer,
+                      const std::string &radio)
 {
-    std::size_t lines = 0;
+    size_t lines = 0;
     std::istringstream stream(answer);
-    for (std::string line; std::getline(stream, line); ++lines) {
-        std::size_t equals = line.find('=');
+    for (std::string line; std::getline(stream, line); lines++) {
+        size_t equals = line.find('=');
         std::string name = sample_name(line.substr(0, equals), radio);
         std::string value = line.substr(equals + 1);
         value = value == "up" ? "1" : value == "down" ? "0" : value;
@@ -194,7 +191,7 @@ TEST_F(StatisticsTool, MetricsAreTheFiguresThatDmanGets)
     Exposition exposition = read_exposition(output_of({"metrics"}));
     EXPECT_THAT(exposition.mistakes, IsEmpty());
     ap().dman().turn_on();
-    std::size_t figures = expect_samples(exposition, ask(ap(), "tspec-ap-stats").value(), "");
+    size_t figures = expect_samples(exposition, ask(ap(), "tspec-ap-stats").value(), "");
     for (const std::string radio : {"wlan0", "wlan1"}) {
         figures += expect_samples(exposition, ask(ap(), "tspec-radio-" + radio).value(), radio);
     }
@@ -247,7 +244,7 @@ TEST_F(StatisticsTool, SaysThatDmanHasThePortAndHowToAskIt)
 TEST_F(StatisticsTool, RunsAtOnceTakeTurns)
 {
     std::vector<std::unique_ptr<ToolProcess>> tools;
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; i++) {
         tools.push_back(std::make_unique<ToolProcess>(Words{"stats", "--radio", "0"}));
     }
     for (const auto &tool : tools) {

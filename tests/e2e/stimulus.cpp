@@ -1,14 +1,14 @@
 #include "stimulus.h"
 
-#include <cerrno>
-
 #include "datagram.h"
+
+#include <cerrno>
 
 namespace tspec::e2e {
 
 namespace {
 
-constexpr std::size_t result_code_of_hostapd_msg = 132;
+constexpr size_t result_code_of_hostapd_msg = 132;
 
 TrafficSpec spec_of(const Stream &stream)
 {
@@ -23,7 +23,7 @@ TrafficSpec spec_of(const Stream &stream)
 
 } // namespace
 
-HostapdMessage from_hostapd(std::uint8_t cmd, const Stream &stream)
+HostapdMessage from_hostapd(uint8_t cmd, const Stream &stream)
 {
     HostapdMessage message;
     message.cmd = cmd;
@@ -34,7 +34,7 @@ HostapdMessage from_hostapd(std::uint8_t cmd, const Stream &stream)
     return message;
 }
 
-MapdMessage from_mapd(std::uint8_t cmd, const Stream &stream, std::uint8_t result)
+MapdMessage from_mapd(uint8_t cmd, const Stream &stream, uint8_t result)
 {
     MapdMessage message;
     message.cmd = cmd;
@@ -46,7 +46,7 @@ MapdMessage from_mapd(std::uint8_t cmd, const Stream &stream, std::uint8_t resul
     return message;
 }
 
-std::uint8_t ac_of(const Stream &stream)
+uint8_t ac_of(const Stream &stream)
 {
     return ac_of_user_priority(stream.user_priority);
 }
@@ -69,7 +69,7 @@ void configure_voice_and_video(AccessPoint &ap)
 
 void manage(AccessPoint &ap, bool managed)
 {
-    ap.mapd().send(ApState{.managed_mode = managed ? std::uint8_t{1} : std::uint8_t{0}}.bytes());
+    ap.mapd().send(ApState{.managed_mode = managed ? uint8_t{1} : uint8_t{0}}.bytes());
     ap.settle();
 }
 
@@ -111,7 +111,7 @@ void admit(AccessPoint &ap, const Stream &stream)
     ASSERT_EQ(u32_at(responses.front(), result_code_of_hostapd_msg), 0U) << "stream refused";
 }
 
-void break_sends(AccessPoint &ap, std::uint16_t port, unsigned times)
+void break_sends(AccessPoint &ap, uint16_t port, unsigned times)
 {
     ap.driver().inject(
         Fault{.call = Call::sendto, .error = ENETUNREACH, .times = times, .port = port});

@@ -1,6 +1,4 @@
-/*
- * dman's walk over the streams, and the operator's list of them.
- */
+// dman's walk over the streams, and the operator's list of them.
 #include "stimulus.h"
 
 #include <fmt/format.h>
@@ -25,7 +23,7 @@ TEST_F(StreamWalk, EndsAtOnceWithoutStreams)
     for (const char *text : {"tspec-client-ts-first", "tspec-client-ts-next"}) {
         ap().dman().send(status_request(text));
         Bytes answer = only_sent_to(ap().settle(), Peer::dman);
-        EXPECT_EQ(hex_of(answer), "65 6e 64"); /* "end", no NUL */
+        EXPECT_EQ(hex_of(answer), "65 6e 64"); // "end", no NUL
     }
 }
 
@@ -149,7 +147,7 @@ TEST_F(StreamWalk, MeetsStreamsThatCameMeanwhile)
     EXPECT_EQ(next(), "end");
 }
 
-/* The walk must not go on from a client that has gone, by whatever way. */
+// The walk must not go on from a client that has gone, by whatever way.
 TEST_F(StreamWalk, StartsAgainWhenItsClientIsGone)
 {
     using Removal = std::function<void(AccessPoint &)>;
@@ -179,7 +177,7 @@ TEST_F(StreamWalk, StartsAgainWhenItsClientIsGone)
 
 TEST_F(StreamWalk, GoesOnWhenAnotherClientIsGone)
 {
-    for (std::uint32_t station : {1U, 2U, 3U}) {
+    for (uint32_t station : {1U, 2U, 3U}) {
         admit(ap(), {.station = station});
     }
     first();
@@ -226,7 +224,7 @@ TEST_F(StreamWalk, ListShowsFreeEntriesOnDemand)
     const char *free_entry = "sta={} {} tid=0 ac=0 dir=0 prio=0 med_time=0     state=0 inact=0   "
                              "tok=0   excess_use=0    \r\n";
     std::vector<std::string> lines{"Client TS records:\r\n"};
-    for (int ac = 0; ac < 4; ++ac) {
+    for (int ac = 0; ac < 4; ac++) {
         for (const char *bank : {"Pri", "Alt"}) {
             lines.push_back(fmt::format(fmt::runtime(free_entry), "02:00:00:00:00:01", bank));
         }

@@ -1,20 +1,18 @@
 #include "support.h"
 
+#include "sim/lib/child_process.h"
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fmt/format.h>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <sstream>
 #include <system_error>
-
 #include <unistd.h>
-
-#include <fmt/format.h>
-
-#include "sim/lib/child_process.h"
 
 namespace tspec::e2e {
 
@@ -22,12 +20,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/* A division by zero must end the daemon as a signal does, and what the runtime
- * finds must be seen in the exit status. */
+// A division by zero must end the daemon as a signal does, and what the runtime
+// finds must be seen in the exit status.
 constexpr const char *sanitizer_options = "handle_sigfpe=0:exitcode=99";
 
-/* A new one for each process, whatever earlier ones left behind: in a private /tmp what
- * the machine's own holds is mounted, and could not be replaced. */
+// A new one for each process, whatever earlier ones left behind: in a private /tmp what
+// the machine's own holds is mounted, and could not be replaced.
 class ScratchFolder {
   public:
     ScratchFolder()
@@ -39,7 +37,7 @@ class ScratchFolder {
 
     ~ScratchFolder()
     {
-        if (getpid() == owner_) { /* not a child that ends without having executed a program */
+        if (getpid() == owner_) { // not a child that ends without having executed a program
             std::error_code ignored;
             fs::remove_all(name_, ignored);
         }
@@ -55,8 +53,8 @@ class ScratchFolder {
     pid_t owner_ = getpid();
 };
 
-/* Inode of the UDP socket with this local port in a table of the kernel. */
-std::string inode_of_port(int pid, std::uint16_t port)
+// Inode of the UDP socket with this local port in a table of the kernel.
+std::string inode_of_port(int pid, uint16_t port)
 {
     std::ifstream table(fmt::format("/proc/{}/net/udp", pid));
     std::string line;
@@ -71,7 +69,7 @@ std::string inode_of_port(int pid, std::uint16_t port)
     return {};
 }
 
-std::size_t errors_so_far(const AccessPoint &ap)
+size_t errors_so_far(const AccessPoint &ap)
 {
     return ap.standard_error().size();
 }
@@ -84,7 +82,7 @@ AccessPoint &DaemonTest::prepare(const Options &options)
     Options complete = options;
     complete.environment.emplace_back("ASAN_OPTIONS", sanitizer_options);
     complete.environment.emplace_back("UBSAN_OPTIONS", "handle_sigfpe=0:print_stacktrace=1");
-    /* The search for leaks needs to trace, and descriptors. */
+    // The search for leaks needs to trace, and descriptors.
     if (!options.wrapper.empty() || options.descriptor_limit != 0) {
         complete.environment.emplace_back("LSAN_OPTIONS", "detect_leaks=0");
     }
@@ -122,7 +120,7 @@ void DaemonTest::TearDown()
 
 bool daemon_is_sanitized()
 {
-    /* Asked for each of many test cases; the answer takes reading the whole file. */
+    // Asked for each of many test cases; the answer takes reading the whole file.
     static const bool is_sanitized = has_address_sanitizer(find_daemon({}));
     return is_sanitized;
 }
@@ -135,7 +133,7 @@ static std::string content_of(const fs::path &path)
     return content;
 }
 
-/* Told by its program interpreter. */
+// Told by its program interpreter.
 static bool daemon_is_on_musl()
 {
     static const bool is_on_musl =
@@ -171,10 +169,10 @@ std::string console_lines(const std::vector<std::string> &texts)
     return lines;
 }
 
-void set_trace_mask(AccessPoint &ap, std::uint32_t mask)
+void set_trace_mask(AccessPoint &ap, uint32_t mask)
 {
-    std::vector<std::uint8_t> levels{0};
-    for (std::uint8_t level = 1; level <= 7; ++level) {
+    std::vector<uint8_t> levels{0};
+    for (uint8_t level = 1; level <= 7; level++) {
         if (mask & (1U << (level - 1))) {
             levels.push_back(level);
         }
@@ -186,7 +184,7 @@ void set_trace_mask(AccessPoint &ap, std::uint32_t mask)
 std::string console_during(AccessPoint &ap, const std::function<void()> &action)
 {
     ap.settle();
-    std::size_t before = ap.console().size();
+    size_t before = ap.console().size();
     action();
     ap.settle();
     return ap.console().substr(before);
@@ -195,7 +193,7 @@ std::string console_during(AccessPoint &ap, const std::function<void()> &action)
 std::string error_during(AccessPoint &ap, const std::function<void()> &action)
 {
     ap.settle();
-    std::size_t before = errors_so_far(ap);
+    size_t before = errors_so_far(ap);
     action();
     ap.settle();
     return ap.standard_error().substr(before);
@@ -293,8 +291,8 @@ int udp_descriptor(const AccessPoint &ap)
     return -1;
 }
 
-/* What the daemon's C library calls an error. The tests' own is glibc; a daemon
- * built on musl has other words for some. */
+// What the daemon's C library calls an error. The tests' own is glibc; a daemon
+// built on musl has other words for some.
 static std::string error_text(int error_number)
 {
     static const std::map<int, std::string> words_of_musl = {
@@ -322,7 +320,7 @@ std::string perror_line(std::string_view text, int error_number)
     }
     ::testing::AssertionResult failure = ::testing::AssertionFailure();
     failure << actual.size() << " bytes, expected " << expected.size() << '\n';
-    for (std::size_t i = 0; i < std::max(actual.size(), expected.size()); ++i) {
+    for (size_t i = 0; i < std::max(actual.size(), expected.size()); i++) {
         int got = i < actual.size() ? actual[i] : -1;
         int wanted = i < expected.size() ? expected[i] : -1;
         if (got != wanted) {

@@ -1,19 +1,14 @@
-/*
- * What the daemon asks of the kernel while it serves, seen by strace: these
- * calls and no others.
- */
+// What the daemon asks of the kernel while it serves, seen by strace: these
+// calls and no others.
+#include "sim/driver/control.h"
 #include "stimulus.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <fmt/format.h>
 #include <fstream>
-
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <fmt/format.h>
-
-#include "sim/driver/control.h"
 
 namespace tspec::e2e {
 namespace {
@@ -41,7 +36,7 @@ class SystemCalls : public DaemonTest {
         std::filesystem::remove(file_);
     }
 
-    /* False, and the test is skipped, where it cannot be done. */
+    // False, and the test is skipped, where it cannot be done.
     bool begin_tracing()
     {
         file_ = scratch_file("strace");
@@ -54,7 +49,7 @@ class SystemCalls : public DaemonTest {
         return {.wrapper = {"strace", "-o", file_.string(), "-s", "40"}, .kernel_calls = true};
     }
 
-    /* The calls that the daemon makes for what the action sends. */
+    // The calls that the daemon makes for what the action sends.
     Calls calls_during(const std::function<void()> &action)
     {
         mark(begin_mark);
@@ -64,7 +59,7 @@ class SystemCalls : public DaemonTest {
         return calls_between_marks();
     }
 
-    /* Those from the first that begins like this on. */
+    // Those from the first that begins like this on.
     Calls calls_from(const std::string &first) const
     {
         std::ifstream file(file_);
@@ -97,27 +92,27 @@ class SystemCalls : public DaemonTest {
         return WIFEXITED(status) && WEXITSTATUS(status) == 0;
     }
 
-    /* A datagram of an unknown type, which can be told from its text. */
+    // A datagram of an unknown type, which can be told from its text.
     void mark(const char *text)
     {
         ap().send_udp(bytes_of(text));
         ap().settle();
     }
 
-    /* The driver library talks to the simulator over descriptors of its own. */
+    // The driver library talks to the simulator over descriptors of its own.
     static bool is_of_the_library(const std::string &line)
     {
-        std::size_t at = line.find('(');
+        size_t at = line.find('(');
         return at != std::string::npos &&
                std::atoi(line.c_str() + at + 1) >= sim::control::first_fd &&
                !line.starts_with("pselect6(") && !line.starts_with("select(");
     }
 
-    /* Some C libraries close a system log that was never opened. */
+    // Some C libraries close a system log that was never opened.
     static bool does_nothing(const std::string &line) { return line.starts_with("close(-1)"); }
 
-    /* C libraries ask for the same under different names, and the driver library
-     * asks more than once whether something can be read. */
+    // C libraries ask for the same under different names, and the driver library
+    // asks more than once whether something can be read.
     static void add_call(Calls &calls, std::string name)
     {
         if (name == "pselect6") {
@@ -153,7 +148,7 @@ class SystemCalls : public DaemonTest {
     std::filesystem::path file_;
 };
 
-/* Every round is the same, and the last wait follows the last. */
+// Every round is the same, and the last wait follows the last.
 void expect_rounds(Calls calls, const Calls &round, unsigned count)
 {
     ASSERT_FALSE(calls.empty());
@@ -162,9 +157,9 @@ void expect_rounds(Calls calls, const Calls &round, unsigned count)
     ASSERT_EQ(calls.size(), round.size() * count)
         << "the first: "
         << ::testing::PrintToString(
-               Calls(calls.begin(), calls.begin() + static_cast<std::ptrdiff_t>(
-                                                        std::min<std::size_t>(30, calls.size()))));
-    for (std::size_t i = 0; i < calls.size(); ++i) {
+               Calls(calls.begin(),
+                     calls.begin() + static_cast<ptrdiff_t>(std::min<size_t>(30, calls.size()))));
+    for (size_t i = 0; i < calls.size(); i++) {
         ASSERT_EQ(calls[i], round[i % round.size()]) << "call " << i;
     }
 }
@@ -173,9 +168,9 @@ TEST_F(SystemCalls, OfAThousandRequests)
 {
     constexpr unsigned requests = 1000;
     Bytes datagram = from_hostapd(TSPEC_ADDTS_REQ_CMD).bytes();
-    ap().hostapd().send(datagram); /* the client's record takes memory, once */
+    ap().hostapd().send(datagram); // the client's record takes memory, once
     Calls calls = calls_during([&] {
-        for (unsigned i = 0; i < requests; ++i) {
+        for (unsigned i = 0; i < requests; i++) {
             ap().hostapd().send(datagram);
         }
     });
@@ -188,7 +183,7 @@ TEST_F(SystemCalls, OfStatusRequests)
 {
     constexpr unsigned requests = 100;
     Calls calls = calls_during([&] {
-        for (unsigned i = 0; i < requests; ++i) {
+        for (unsigned i = 0; i < requests; i++) {
             ap().dman().send(status_request("tspec-ap-stats"));
         }
     });
@@ -198,21 +193,21 @@ TEST_F(SystemCalls, OfStatusRequests)
 TEST_F(SystemCalls, OfAnIdleHour)
 {
     Calls calls = calls_during([&] { ap().advance(std::chrono::hours(1)); });
-    /* Twelve runs of the reports find nothing and call nobody. */
+    // Twelve runs of the reports find nothing and call nobody.
     EXPECT_EQ(calls, Calls{"select"});
 }
 
 TEST_F(SystemCalls, OfPings)
 {
     Calls calls = calls_during([&] {
-        for (int i = 0; i < 10; ++i) {
+        for (int i = 0; i < 10; i++) {
             ap().cli().send(cli_ping());
         }
     });
     expect_rounds(calls, {"select", "recvfrom", "sendto"}, 10);
 }
 
-/* A start that fails gives back what it had taken, in the order of taking. */
+// A start that fails gives back what it had taken, in the order of taking.
 class FailedStart : public SystemCalls {
   protected:
     void SetUp() override
@@ -229,7 +224,7 @@ class FailedStart : public SystemCalls {
         EXPECT_EQ(ap().end()->text(), "exit status 255");
         expect_no_daemon();
         Calls made = calls_from("socket(AF_INET");
-        /* What a daemon built for coverage writes at its end comes behind. */
+        // What a daemon built for coverage writes at its end comes behind.
         made.resize(std::min(made.size(), calls.size()));
         EXPECT_EQ(made, calls);
     }

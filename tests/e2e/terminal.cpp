@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <cstdlib>
-
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
@@ -14,10 +13,10 @@ namespace {
 
 constexpr int patience_ms = 10000;
 
-/* Where a sequence that begins with ESC ends, or npos when it is not whole. */
-std::size_t end_of_sequence(const std::string &bytes, std::size_t begin)
+// Where a sequence that begins with ESC ends, or npos when it is not whole.
+size_t end_of_sequence(const std::string &bytes, size_t begin)
 {
-    for (std::size_t i = begin + 2; i < bytes.size(); ++i) {
+    for (size_t i = begin + 2; i < bytes.size(); i++) {
         if (bytes[i] >= '@' && bytes[i] <= '~') {
             return i + 1;
         }
@@ -45,12 +44,12 @@ Screen::Screen(unsigned rows, unsigned columns) : cells_(rows, std::string(colum
 void Screen::take(const std::string &bytes)
 {
     std::string all = std::exchange(pending_, {}) + bytes;
-    for (std::size_t i = 0; i < all.size();) {
+    for (size_t i = 0; i < all.size();) {
         if (all[i] != '\033') {
             put(all[i++]);
             continue;
         }
-        std::size_t end = end_of_sequence(all, i);
+        size_t end = end_of_sequence(all, i);
         if (end == std::string::npos) {
             pending_ = all.substr(i);
             return;
@@ -82,7 +81,7 @@ void Screen::take_sequence(const std::string &sequence)
 void Screen::next_row()
 {
     if (row_ + 1 < cells_.size()) {
-        ++row_;
+        row_++;
         return;
     }
     scrolled_ = true;
@@ -112,7 +111,7 @@ void Screen::put(char c)
 std::vector<std::string> Screen::lines() const
 {
     std::vector<std::string> lines;
-    std::size_t used = 0;
+    size_t used = 0;
     for (const std::string &row : cells_) {
         lines.push_back(row.substr(0, row.find_last_not_of(' ') + 1));
         used = lines.back().empty() ? used : lines.size();
@@ -167,9 +166,9 @@ bool TerminalRun::read_some()
     }
     ssize_t count = read(terminal_, buffer, sizeof buffer);
     if (count <= 0) {
-        return false; /* the tool has ended */
+        return false; // the tool has ended
     }
-    std::string bytes(buffer, static_cast<std::size_t>(count));
+    std::string bytes(buffer, static_cast<size_t>(count));
     output_ += bytes;
     screen_.take(bytes);
     return true;

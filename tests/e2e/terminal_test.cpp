@@ -1,12 +1,9 @@
-/*
- * tspec-cli on a terminal: colours, and figures that are drawn again in place.
- */
+// tspec-cli on a terminal: colours, and figures that are drawn again in place.
 #include "stimulus.h"
 #include "terminal.h"
 
 #include <csignal>
 #include <cstdio>
-
 #include <sys/wait.h>
 
 namespace tspec::e2e {
@@ -20,8 +17,8 @@ const std::string escape = "\033";
 int times(const std::string &all, const std::string &wanted)
 {
     int count = 0;
-    for (std::size_t at = 0; (at = all.find(wanted, at)) != std::string::npos; ++at) {
-        ++count;
+    for (size_t at = 0; (at = all.find(wanted, at)) != std::string::npos; at++) {
+        count++;
     }
     return count;
 }
@@ -42,7 +39,7 @@ class TerminalTool : public DaemonTest {
         admit(ap());
     }
 
-    /* Everything that the tool wrote to a terminal until its end. */
+    // Everything that the tool wrote to a terminal until its end.
     static std::string output_of(const Words &arguments, const TerminalOptions &options = {})
     {
         TerminalRun run(arguments, options);
@@ -105,7 +102,7 @@ TEST_F(TerminalTool, WatchDrawsAgainInPlace)
     ap().cli().send(cli_delete_stream(station_mac(2), 6));
     ap().settle();
     ASSERT_TRUE(shows("        0  15625"));
-    /* Without what has changed, as nothing does any more. */
+    // Without what has changed, as nothing does any more.
     ASSERT_TRUE(run.wait_for([&] { return run.screen().lines().size() == 7; }));
 
     std::vector<std::string> lines = run.screen().lines();
@@ -114,7 +111,7 @@ TEST_F(TerminalTool, WatchDrawsAgainInPlace)
               "wlan0        state streams clients roaming admitted   free roam-free airtime");
     EXPECT_FALSE(run.screen().has_scrolled());
     EXPECT_EQ(run.screen().unknown(), "");
-    /* Cleared once: to clear at each picture would flicker. */
+    // Cleared once: to clear at each picture would flicker.
     EXPECT_EQ(times(run.output(), escape + "[2J"), 1);
 
     run.type("\x03");
@@ -168,7 +165,7 @@ TEST_F(TerminalTool, WatchOutlivesTheDaemon)
     EXPECT_THAT(run.screen().text(), Not(HasSubstr("no daemon")));
 }
 
-/* The first lines that the tool writes into a pipe, whose reader then leaves. */
+// The first lines that the tool writes into a pipe, whose reader then leaves.
 std::string first_lines(const std::string &arguments, int count)
 {
     std::FILE *pipe = popen(("'" + tool_path().string() + "' " + arguments).c_str(), "r");

@@ -5,13 +5,11 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fmt/format.h>
 #include <fstream>
 #include <iterator>
-
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <fmt/format.h>
 
 namespace tspec::e2e {
 
@@ -53,7 +51,7 @@ void execute_tool(Words arguments)
 
 ToolProcess::ToolProcess(const Words &arguments) : output_(next_file()), error_(next_file())
 {
-    std::fflush(nullptr); /* or the child would write it once more */
+    std::fflush(nullptr); // or the child would write it once more
     child_ = fork();
     if (child_ == 0) {
         if (freopen(output_.c_str(), "w", stdout) && freopen(error_.c_str(), "w", stderr)) {

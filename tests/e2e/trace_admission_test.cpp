@@ -1,7 +1,5 @@
-/*
- * The lines of admission control: medium time, the unit's decisions, the
- * channel utilisation.
- */
+// The lines of admission control: medium time, the unit's decisions, the
+// channel utilisation.
 #include "trace_table.h"
 
 #include <fmt/format.h>
@@ -14,14 +12,14 @@ Action utilisation(const std::string &text)
     return [text](AccessPoint &ap) { ap.driver().set_proc_file("wlan0", text); };
 }
 
-Action frame_duration_of(std::uint32_t microseconds)
+Action frame_duration_of(uint32_t microseconds)
 {
     return [microseconds](AccessPoint &ap) {
         ap.hostapd().answer_frame_duration(frame_duration::normal(microseconds));
     };
 }
 
-Action voice_limit(std::uint32_t percent)
+Action voice_limit(uint32_t percent)
 {
     return [percent](AccessPoint &ap) {
         ap.dman().send(
@@ -57,7 +55,7 @@ std::vector<TraceCase> utilisation_cases()
     };
 }
 
-/* A request on a mandatory category that is refused; the pending stream goes. */
+// A request on a mandatory category that is refused; the pending stream goes.
 Trace refused(const Stream &stream, const Trace &medium_time, const Decision &decision)
 {
     return branch(medium_time + unit_entered(0) + unit_decision(decision) +

@@ -1,40 +1,36 @@
-/*
- * The lines of the main loop, the dispatcher, the packet dump and the exchange
- * with hostapd.
- */
+// The lines of the main loop, the dispatcher, the packet dump and the exchange
+// with hostapd.
 #include "trace_table.h"
 
 #include <cerrno>
+#include <fmt/format.h>
 #include <fstream>
 #include <iterator>
 #include <memory>
-
 #include <sys/socket.h>
-
-#include <fmt/format.h>
 
 namespace tspec::e2e {
 namespace {
 
-Bytes counting_up(std::uint8_t type, std::size_t size)
+Bytes counting_up(uint8_t type, size_t size)
 {
     Bytes datagram(size);
-    for (std::size_t i = 0; i < size; ++i) {
-        datagram[i] = static_cast<std::uint8_t>(i);
+    for (size_t i = 0; i < size; i++) {
+        datagram[i] = static_cast<uint8_t>(i);
     }
     datagram[0] = type;
     return datagram;
 }
 
-TraceCase hostapd_command_without_branch(std::uint8_t cmd)
+TraceCase hostapd_command_without_branch(uint8_t cmd)
 {
     HostapdMessage message = from_hostapd(cmd);
     return {fmt::format("hostapd_command_{}", cmd), nothing(), hostapd_sends(message),
             hostapd_message(message, {}, -1)};
 }
 
-/* The missing bytes read as the zeros with which the receive buffer starts. */
-TraceCase short_hostapd_message(const char *name, std::uint8_t cmd)
+// The missing bytes read as the zeros with which the receive buffer starts.
+TraceCase short_hostapd_message(const char *name, uint8_t cmd)
 {
     HostapdMessage message = from_hostapd(cmd);
     message.sta = Mac{};
@@ -99,15 +95,15 @@ std::vector<TraceCase> dump_cases()
 {
     std::vector<TraceCase> cases;
     for (unsigned cmd : {0U, 2U, 5U, 10U, 255U}) {
-        cases.push_back(hostapd_command_without_branch(static_cast<std::uint8_t>(cmd)));
+        cases.push_back(hostapd_command_without_branch(static_cast<uint8_t>(cmd)));
     }
     cases.push_back(short_hostapd_message("hostapd_short_of_fixed_size", TSPEC_TS_EXCEED_TIME_CMD));
     cases.push_back(short_hostapd_message("hostapd_short_of_unknown_command", 0));
     return cases;
 }
 
-/* A read that fails leaves the datagram in the queue; it is read on the next
- * turn. */
+// A read that fails leaves the datagram in the queue; it is read on the next
+// turn.
 std::vector<TraceCase> loop_cases()
 {
     const Bytes interval = ViolationInterval{.seconds = 60}.bytes();
@@ -142,7 +138,7 @@ std::vector<TraceCase> loop_cases()
     };
 }
 
-/* A request whose frame-duration query ends this way is refused. */
+// A request whose frame-duration query ends this way is refused.
 TraceCase failed_exchange(const char *name, const Action &prepare, const std::string &line_of_ipc,
                           const std::string &standard_error = {})
 {
@@ -169,8 +165,8 @@ Action answers_with(const FrameDurationPolicy &policy)
     return [policy](AccessPoint &ap) { ap.hostapd().answer_frame_duration(policy); };
 }
 
-/* Somebody else holds the port on which the answer is awaited, as long as the
- * access point stands. */
+// Somebody else holds the port on which the answer is awaited, as long as the
+// access point stands.
 Action reply_port_is_taken()
 {
     return [](AccessPoint &ap) {
@@ -181,7 +177,7 @@ Action reply_port_is_taken()
 
 std::vector<TraceCase> exchange_cases()
 {
-    /* The station query before it opens a socket of the same kind. */
+    // The station query before it opens a socket of the same kind.
     Fault socket_fails{.call = Call::socket, .error = EMFILE, .after = 1, .family = AF_INET};
     Fault bind_fails{.call = Call::bind, .error = EACCES, .port = TSPEC_FRAME_DUR_REPLY_PORT};
     Fault select_fails{.call = Call::select, .error = EINTR, .port = TSPEC_FRAME_DUR_REPLY_PORT};
@@ -193,7 +189,7 @@ std::vector<TraceCase> exchange_cases()
         failed_exchange("exchange_port_taken", reply_port_is_taken(), ": failed - 98\n"),
         failed_exchange("exchange_send_fails", sends_break(TSPEC_HOSTAPD_PORT),
                         ": Error sending data to process port 57773.\n"),
-        /* No answer, so that the exchange certainly comes to wait. */
+        // No answer, so that the exchange certainly comes to wait.
         failed_exchange("exchange_select_fails",
                         in_turn({answers_with(frame_duration::none()), injects(select_fails)}),
                         ":Rx error\n"),
@@ -209,7 +205,7 @@ std::vector<TraceCase> exchange_cases()
     };
 }
 
-/* What these report is ruled out by what was checked a moment before. */
+// What these report is ruled out by what was checked a moment before.
 class TextsOfWhatCannotHappen : public DaemonTest {};
 
 TEST_F(TextsOfWhatCannotHappen, StandInTheExecutable)

@@ -1,16 +1,13 @@
-/*
- * The lines of configuration and of status requests.
- */
+// The lines of configuration and of status requests.
 #include "trace_table.h"
 
 #include <cerrno>
-
 #include <fmt/format.h>
 
 namespace tspec::e2e {
 namespace {
 
-Bytes cut(Bytes datagram, std::size_t size)
+Bytes cut(Bytes datagram, size_t size)
 {
     datagram.resize(size);
     return datagram;

@@ -1,11 +1,8 @@
-/*
- * The lines of what hostapd tells about streams and stations: deletions,
- * inactivity, excess, unauthorised traffic, disassociation.
- */
+// The lines of what hostapd tells about streams and stations: deletions,
+// inactivity, excess, unauthorised traffic, disassociation.
 #include "trace_table.h"
 
 #include <cerrno>
-
 #include <fmt/format.h>
 
 namespace tspec::e2e {
@@ -13,7 +10,7 @@ namespace {
 
 constexpr const char *delts_sender = "tspec_build_and_send_hostapd_delts_msg";
 
-Trace process_line(std::uint32_t level, const std::string &text)
+Trace process_line(uint32_t level, const std::string &text)
 {
     return line(level, "tspec_hostapd_process:" + text);
 }
@@ -25,7 +22,7 @@ Trace no_stream_on(unsigned ac)
                                    ac));
 }
 
-/* A stream of this medium time, admitted. */
+// A stream of this medium time, admitted.
 Action admitted_voice()
 {
     return in_turn({associate, configure_voice_and_video, admits()});
@@ -189,7 +186,7 @@ std::vector<TraceCase> traffic_cases()
                                         "2\r\n") +
                              line(info, "tspec_unauth_traffic_report_notify:Exit\r\n"),
                          0)},
-        /* The message bears no TS Info. */
+        // The message bears no TS Info.
         {"unauthorised_traffic_while_managed", managed(), hostapd_sends(unauthorised),
          hostapd_message(unauthorised, unauthorised_line + sent_to_mapd(7, 0), 0)},
     };

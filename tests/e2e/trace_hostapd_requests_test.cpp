@@ -1,11 +1,8 @@
-/*
- * The lines of requests for streams, ordinary ones and those of a fast
- * transition.
- */
+// The lines of requests for streams, ordinary ones and those of a fast
+// transition.
 #include "trace_table.h"
 
 #include <cerrno>
-
 #include <fmt/format.h>
 
 namespace tspec::e2e {
@@ -13,7 +10,7 @@ namespace {
 
 constexpr const char *reject_sender = "tspec_build_and_send_hostapd_addts_reject_msg";
 
-Trace process_line(std::uint32_t level, const std::string &text)
+Trace process_line(uint32_t level, const std::string &text)
 {
     return line(level, "tspec_hostapd_process:" + text);
 }
@@ -23,7 +20,7 @@ Trace addts_line()
     return process_line(hostapd, "ADDTS Request message\r\n");
 }
 
-TraceCase bad_radio(std::uint8_t radio_unit)
+TraceCase bad_radio(uint8_t radio_unit)
 {
     HostapdMessage message = from_hostapd(TSPEC_ADDTS_REQ_CMD, {.radio_unit = radio_unit});
     return {fmt::format("radio_unit_{}", radio_unit), associate_all, hostapd_sends(message),
@@ -36,11 +33,11 @@ TraceCase bad_radio(std::uint8_t radio_unit)
                        -1)};
 }
 
-/* 512 streams of 512 stations. */
+// 512 streams of 512 stations.
 void fill_up(AccessPoint &ap)
 {
     associate_all(ap);
-    for (std::uint32_t station = 1; station <= TSPEC_MAX_TS; ++station) {
+    for (uint32_t station = 1; station <= TSPEC_MAX_TS; station++) {
         ap.hostapd().send(from_hostapd(TSPEC_ADDTS_REQ_CMD, {.station = station}).bytes());
     }
     ap.settle();
@@ -56,8 +53,8 @@ std::vector<TraceCase> front_cases()
         bad_radio(0),
         bad_radio(3),
         bad_radio(255),
-        /* The unit answers for the TID in TS Info, under which no stream is
-         * known: the stream stays pending. */
+        // The unit answers for the TID in TS Info, under which no stream is
+        // known: the stream stays pending.
         {"tid_differs_from_ts_info", associate, hostapd_sends(other_tid),
          hostapd_message(other_tid,
                          addts_line() + unit_entered(0) + unit_decision({}) + response_entered({}) +
@@ -161,7 +158,7 @@ std::vector<TraceCase> limit_cases()
 {
     const Stream another{.station = 600};
     HostapdMessage one_more = from_hostapd(TSPEC_ADDTS_REQ_CMD, another);
-    /* A record exists, a stream entry is free. */
+    // A record exists, a stream entry is free.
     HostapdMessage second_stream =
         from_hostapd(TSPEC_ADDTS_REQ_CMD, {.tid = 4, .direction = downlink});
     Trace refused = addts_line() +
@@ -329,7 +326,7 @@ std::vector<TraceCase> fast_transition_cases()
                          addts_line() + disassociated(voice, released) + unit_entered(0) +
                              unit_decision({}) + response_accepted({}, 0),
                          0)},
-        /* Another TID takes the entry over. */
+        // Another TID takes the entry over.
         {"ordinary_request_beside_a_fast_transition_stream",
          in_turn({associate, hostapd_sends(message)}), hostapd_sends(other),
          hostapd_message(

@@ -1,7 +1,6 @@
 #include "trace_lines.h"
 
 #include <algorithm>
-
 #include <fmt/format.h>
 
 namespace tspec::e2e {
@@ -9,13 +8,13 @@ namespace tspec::e2e {
 namespace {
 
 struct TypeTexts {
-    std::uint32_t arrival_level;
-    const char *arrival; /* {} is the command */
-    std::uint32_t failure_level;
+    uint32_t arrival_level;
+    const char *arrival; // {} is the command
+    uint32_t failure_level;
     const char *failure;
 };
 
-/* By type byte 1 to 6. */
+// By type byte 1 to 6.
 constexpr TypeTexts type_texts[] = {
     {dman, "TSPEC config message from dman module", dman, "Failed to process dman config message"},
     {func, "TSPEC status request from dman module", error,
@@ -32,10 +31,10 @@ constexpr TypeTexts type_texts[] = {
 
 struct DumpTitle {
     const char *title;
-    std::size_t size;
+    size_t size;
 };
 
-/* By command 1 to 8. */
+// By command 1 to 8.
 constexpr DumpTitle dump_titles[] = {
     {"TSPEC_ADDTS_REQ_CMD (tspec_hostapd_msg_t):\n", 148},
     {"TSPEC_ADDTS_RESP_CMD (tspec_mapd_msg_t):\n", 120},
@@ -47,7 +46,7 @@ constexpr DumpTitle dump_titles[] = {
     {"TSPEC_STA_DISASSOC_CMD (tspec_hostapd_msg_t):\n", 148},
 };
 
-Trace dispatcher_line(std::uint32_t level, const std::string &text)
+Trace dispatcher_line(uint32_t level, const std::string &text)
 {
     return line(level, "tspec_process_msg:" + text + "\r\n");
 }
@@ -66,7 +65,7 @@ std::string with_cmd(const char *text, unsigned cmd)
 
 } // namespace
 
-Trace line(std::uint32_t level, const std::string &text)
+Trace line(uint32_t level, const std::string &text)
 {
     return {{level, text}};
 }
@@ -95,7 +94,7 @@ Trace dispatched(ByteView datagram, const Trace &inside, int result, Way way)
     return result == 0 ? lines : lines + loop_failure(way);
 }
 
-Trace unknown_type(std::uint8_t type, ByteView datagram, Way way)
+Trace unknown_type(uint8_t type, ByteView datagram, Way way)
 {
     unsigned cmd = datagram.size() > 1 ? datagram[1] : 0;
     return dispatcher_line(func, "Entry") +
@@ -106,10 +105,10 @@ Trace unknown_type(std::uint8_t type, ByteView datagram, Way way)
            loop_failure(way);
 }
 
-std::string hex_listing(ByteView bytes, std::size_t size)
+std::string hex_listing(ByteView bytes, size_t size)
 {
     std::string text;
-    for (std::size_t i = 0; i < size; ++i) {
+    for (size_t i = 0; i < size; i++) {
         if (i > 0 && i % 16 == 0) {
             text += "\n";
         }

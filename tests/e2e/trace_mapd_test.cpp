@@ -1,11 +1,8 @@
-/*
- * The lines of what mapd says: responses, deletions, the AP state, and of what
- * follows: superseded streams, status messages.
- */
+// The lines of what mapd says: responses, deletions, the AP state, and of what
+// follows: superseded streams, status messages.
 #include "trace_table.h"
 
 #include <cerrno>
-
 #include <fmt/format.h>
 
 namespace tspec::e2e {
@@ -14,7 +11,7 @@ namespace {
 constexpr const char *delts_sender = "tspec_build_and_send_hostapd_delts_msg";
 const Stream voice;
 
-Trace process_line(std::uint32_t level, const std::string &text)
+Trace process_line(uint32_t level, const std::string &text)
 {
     return line(level, "tspec_mapd_process:" + text);
 }
@@ -24,7 +21,7 @@ Trace entry()
     return process_line(mapd, "Entry\r\n");
 }
 
-/* A stream that waits for mapd's answer. */
+// A stream that waits for mapd's answer.
 Action pending(const Stream &stream = {})
 {
     return in_turn(
@@ -54,7 +51,7 @@ TraceCase invalid(const char *name, const MapdMessage &message, const std::strin
             dispatched(message.bytes(), entry() + process_line(error, text), -1)};
 }
 
-TraceCase wrong_length(std::size_t size)
+TraceCase wrong_length(size_t size)
 {
     Bytes datagram = from_mapd(TSPEC_ADDTS_RESP_CMD).bytes();
     datagram.resize(size);
@@ -105,7 +102,7 @@ std::vector<TraceCase> validation_cases()
     };
 }
 
-TraceCase rejection(std::uint8_t code)
+TraceCase rejection(uint8_t code)
 {
     MapdMessage message = from_mapd(TSPEC_ADDTS_RESP_CMD, voice, code);
     return {fmt::format("response_rejects_with_{}", code), pending(), mapd_sends(message),
@@ -169,7 +166,7 @@ std::vector<TraceCase> response_cases()
     };
 }
 
-Trace clean_up_line(std::uint32_t level, const std::string &text)
+Trace clean_up_line(uint32_t level, const std::string &text)
 {
     return line(level, "tspec_old_ts_cleanup:" + text);
 }
@@ -187,8 +184,8 @@ Trace clean_up_failed(const Stream &stream)
                                             stream.tid, ac_of(stream)));
 }
 
-/* One TID on two categories: asked for on video, and brought along on voice by a
- * fast transition before mapd has answered. */
+// One TID on two categories: asked for on video, and brought along on voice by a
+// fast transition before mapd has answered.
 Action tid_on_two_categories(const Stream &video, const Stream &voice_stream)
 {
     return in_turn({associate_all, managed(), requests(video),
@@ -260,8 +257,8 @@ std::vector<TraceCase> superseded_cases()
                                           sent_to_mapd(3, 7) + clean_up_deleted(down)),
                     0) +
              status},
-        /* The lower category is found first when the TID is looked up for its
-         * deletion, so the upper one stays though the line says otherwise. */
+        // The lower category is found first when the TID is looked up for its
+        // deletion, so the upper one stays though the line says otherwise.
         {"tid_moved", moves, mapd_sends(accept_video),
          dispatched(accept_video.bytes(),
                     response_accepted(video, 0,
@@ -280,7 +277,7 @@ std::vector<TraceCase> superseded_cases()
                     0) +
              both_status,
          unreachable(send_error.c_str()) + unreachable("Error sending data to hostapd.\n")},
-        /* The TID in the last line is that of the entry after its deletion. */
+        // The TID in the last line is that of the entry after its deletion.
         {"directions_joined_and_hostapd_not_told",
          in_turn({joins, sends_break(TSPEC_HOSTAPD_PORT)}), mapd_sends(accept_both),
          dispatched(accept_both.bytes(),
@@ -305,7 +302,7 @@ TraceCase direct(const char *name, const Bytes &datagram, const Trace &inside, i
             after};
 }
 
-Trace direct_line(std::uint32_t level, const std::string &text)
+Trace direct_line(uint32_t level, const std::string &text)
 {
     return line(level, "tspec_mapd_direct_process:" + text);
 }
@@ -358,7 +355,7 @@ std::vector<TraceCase> status_cases()
     Trace state = dispatched(
         managed_state, line(info, "tspec_mapd_direct_process:Entry\r\n") + state_changed(2), 0);
     return {
-        /* A configuration renews the figures of every category. */
+        // A configuration renews the figures of every category.
         {"status_of_every_category", configure_voice_and_video, udp_sends(managed_state),
          state + status_sent(0) + status_sent(1) + status_sent(2) + status_sent(3)},
         {"status_of_one_category", in_turn({associate, admits()}), udp_sends(managed_state),

@@ -1,7 +1,5 @@
-/*
- * The lines of the operator's commands: answers, which show at every mask, and
- * what the commands cause.
- */
+// The lines of the operator's commands: answers, which show at every mask, and
+// what the commands cause.
 #include "trace_table.h"
 
 #include <cerrno>
@@ -70,7 +68,7 @@ std::vector<TraceCase> deletion_cases()
     const Mac station = station_mac(1);
     Trace client_named = line(always, "tspec_process_cli_cmd:02:00:00:00:00:01\r\n");
     Trace entered = deletion_named(6) + clean_up_entered(voice, 625, 13);
-    /* Nothing of the stream's MAC and TID can be seen in these two. */
+    // Nothing of the stream's MAC and TID can be seen in these two.
     Trace not_deleted = line(always, "\r\nError deleting TID 0 for client ");
     Trace unknown = line(always, "\r\nTID 0 does not exist for client ");
     const std::string lost =

@@ -6,9 +6,9 @@ namespace tspec::e2e {
 
 namespace {
 
-constexpr std::uint32_t masks[] = {0, 1, 2, 4, 8, 16, 32, 64, every_level};
+constexpr uint32_t masks[] = {0, 1, 2, 4, 8, 16, 32, 64, every_level};
 
-bool is_shown(const TraceLine &trace_line, std::uint32_t mask)
+bool is_shown(const TraceLine &trace_line, uint32_t mask)
 {
     return (mask & trace_line.level) == trace_line.level;
 }
@@ -16,13 +16,13 @@ bool is_shown(const TraceLine &trace_line, std::uint32_t mask)
 std::string with_descriptor(std::string text, int descriptor)
 {
     constexpr std::string_view place = "<udp>";
-    for (std::size_t at; (at = text.find(place)) != std::string::npos;) {
+    for (size_t at; (at = text.find(place)) != std::string::npos;) {
         text.replace(at, place.size(), std::to_string(descriptor));
     }
     return text;
 }
 
-std::string console_of(const Trace &trace, std::uint32_t mask, int descriptor)
+std::string console_of(const Trace &trace, uint32_t mask, int descriptor)
 {
     std::string console;
     for (const TraceLine &trace_line : trace) {
@@ -45,7 +45,7 @@ std::string case_name(const ::testing::TestParamInfo<TraceCase> &case_info)
     return case_info.param.name;
 }
 
-void TraceTable::play(const TraceCase &trace_case, std::uint32_t mask)
+void TraceTable::play(const TraceCase &trace_case, uint32_t mask)
 {
     AccessPoint &access_point = boot();
     trace_case.prepare(access_point);
@@ -67,7 +67,7 @@ TEST_P(TraceTable, ShowsExactlyTheLinesOfTheLevels)
     if (trace_case.fails_allocation && daemon_is_sanitized()) {
         GTEST_SKIP() << "the sanitizer's allocator cannot be made to fail";
     }
-    for (std::uint32_t mask : masks) {
+    for (uint32_t mask : masks) {
         SCOPED_TRACE(fmt::format("trace mask {}", mask));
         play(trace_case, mask);
         if (HasFailure()) {
@@ -126,7 +126,7 @@ Action managed()
     return [](AccessPoint &ap) { manage(ap); };
 }
 
-Action sends_break(std::uint16_t port, unsigned times)
+Action sends_break(uint16_t port, unsigned times)
 {
     return [port, times](AccessPoint &ap) { break_sends(ap, port, times); };
 }

@@ -1,14 +1,13 @@
 #include "kernel_fault.h"
 
+#include "sim/driver/control.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <fmt/format.h>
 #include <fstream>
 #include <numeric>
-
-#include <fmt/format.h>
-
-#include "sim/driver/control.h"
 
 namespace tspec::faults {
 
@@ -65,7 +64,7 @@ std::string trace_of(const KernelFault &fault)
     return "trace=" + joined(names_of(fault));
 }
 
-std::string injection(const std::string &call, int error, std::ptrdiff_t place, bool from_then_on)
+std::string injection(const std::string &call, int error, ptrdiff_t place, bool from_then_on)
 {
     return fmt::format("inject={}:{}:when={}{}", call, outcome(call, error), place,
                        from_then_on ? "+" : "");

@@ -1,13 +1,11 @@
 // Peers that are silent, late or wrong, and a network that is not there: on the
 // daemon's executable, without a tracer.
+#include "sim/lib/private_world.h"
 #include "stimulus.h"
 
-#include "sim/lib/private_world.h"
-
+#include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
-
-#include <arpa/inet.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>

@@ -2,7 +2,6 @@
 #include "kernel_fault.h"
 
 #include <cerrno>
-
 #include <fmt/format.h>
 
 namespace tspec::faults {

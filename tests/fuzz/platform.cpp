@@ -7,18 +7,17 @@
 #include "plain_bytes.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <utility>
-
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/un.h>
+#include <utility>
 
 namespace tspec::fuzz {
 

@@ -13,10 +13,9 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
-
 #include <sys/select.h>
 #include <sys/socket.h>
+#include <vector>
 
 namespace tspec::fuzz {
 

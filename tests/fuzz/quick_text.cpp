@@ -131,7 +131,7 @@ std::string mac_text(const Mac &mac)
 {
     static constexpr char DIGITS[] = "0123456789abcdef";
     std::string result;
-    for (const std::uint8_t byte : mac) {
+    for (const uint8_t byte : mac) {
         result += DIGITS[byte >> 4];
         result += DIGITS[byte & 0xf];
         result += ':';

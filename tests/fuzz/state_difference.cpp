@@ -1,8 +1,7 @@
 #include "state_difference.h"
 
-#include "plain_bytes.h"
-
 #include "core/control_block.h"
+#include "plain_bytes.h"
 
 #include <cstring>
 

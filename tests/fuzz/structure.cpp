@@ -1,9 +1,8 @@
 #include "structure.h"
 
 #include "bytes.h"
-#include "plain_bytes.h"
-
 #include "core/control_block.h"
+#include "plain_bytes.h"
 
 #include <cstddef>
 #include <cstring>

@@ -59,7 +59,7 @@ class ModelSurroundings : public model::Environment {
     model::DriverAnswer driver_status(const std::string &interface, const Mac &sta_mac) override;
     std::optional<std::string> proc_file(const std::string &path) override;
     model::FrameAnswer frame_duration(const Bytes &query) override;
-    int send_error(std::uint16_t port) override { return failures_.next(send_to_port(port)); }
+    int send_error(uint16_t port) override { return failures_.next(send_to_port(port)); }
     int tool_error() override;
     model::TrapReaction trap_pipe() override { return around_.trap_reaction(); }
     bool out_of_memory() override { return failures_.next(FailingCall::memory) != 0; }

@@ -1,14 +1,12 @@
 // What the linker puts in the place of the daemon's platform calls: the fake
 // while the daemon runs, else the call itself.
-#include "platform.h"
-
 #include "core/control_block.h"
+#include "platform.h"
 
 #include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-
 #include <fcntl.h>
 #include <syslog.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-/* The decision of an access point that nobody manages, and its two accounts. */
+// The decision of an access point that nobody manages, and its two accounts.
 #include "daemon.h"
 
 #include <algorithm>
@@ -8,40 +8,40 @@ namespace tspec::model {
 
 namespace {
 
-std::uint8_t direction_of(const Bytes &msg)
+uint8_t direction_of(const Bytes &msg)
 {
     return (msg[mapd_at::ts_info] & 0x60) >> 5;
 }
 
-std::uint32_t medium_time_of(const Bytes &msg)
+uint32_t medium_time_of(const Bytes &msg)
 {
-    const std::uint32_t medium_time = u16_at(msg, mapd_at::medium_time);
+    const uint32_t medium_time = u16_at(msg, mapd_at::medium_time);
     return direction_of(msg) == bidirectional ? 2 * medium_time : medium_time;
 }
 
-std::size_t radio_of(const Bytes &msg)
+size_t radio_of(const Bytes &msg)
 {
     return msg[mapd_at::radio_unit] - 1U;
 }
 
 } // namespace
 
-std::uint16_t percent_to_units(std::uint16_t percent)
+uint16_t percent_to_units(uint16_t percent)
 {
-    return static_cast<std::uint16_t>(std::uint32_t{percent} * units_per_second / 100);
+    return static_cast<uint16_t>(uint32_t{percent} * units_per_second / 100);
 }
 
-int Daemon::acu_process(Bytes &msg, std::uint8_t ac_idx)
+int Daemon::acu_process(Bytes &msg, uint8_t ac_idx)
 {
     const char *name = "tspec_acu_process";
     trace(1, "%s:Entry\n", name);
-    const std::size_t radio = radio_of(msg);
+    const size_t radio = radio_of(msg);
     trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
-    const std::uint32_t util = get_wlan_util(radio == 0 ? "wlan0" : "wlan1");
+    const uint32_t util = get_wlan_util(radio == 0 ? "wlan0" : "wlan1");
     trace(1, "%s:wlan_util is %d\n", name, static_cast<int>(util));
     put_u32(msg, mapd_at::wlan_util, util);
     if (msg[mapd_at::cmd] == 1) {
-        std::uint8_t result = 3;
+        uint8_t result = 3;
         acu_admission_req_recv(msg, ac_idx, result);
         if (result != 0) {
             put_u16(msg, mapd_at::medium_time, 0);
@@ -56,15 +56,15 @@ int Daemon::acu_process(Bytes &msg, std::uint8_t ac_idx)
     return 0;
 }
 
-int Daemon::acu_admission_req_recv(const Bytes &msg, std::uint8_t ac_idx, std::uint8_t &result)
+int Daemon::acu_admission_req_recv(const Bytes &msg, uint8_t ac_idx, uint8_t &result)
 {
     const char *name = "tspec_acu_admission_req_recv";
     if (ac_idx >= 4) {
         trace(2, "%s:Invalid input parameter\n", name);
         return -1;
     }
-    const std::uint32_t mt = medium_time_of(msg);
-    const std::size_t radio = radio_of(msg);
+    const uint32_t mt = medium_time_of(msg);
+    const size_t radio = radio_of(msg);
     const RadioConfig &config = state_.config[radio];
     trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
     if (config.tspec_enabled != 0 && config.acm[ac_idx] != 0 && mt == 0 &&
@@ -73,20 +73,20 @@ int Daemon::acu_admission_req_recv(const Bytes &msg, std::uint8_t ac_idx, std::u
         result = 1;
         return 0;
     }
-    std::uint32_t prev = u16_at(msg, mapd_at::prev_medium_time);
-    const std::uint8_t prev_ac = msg[mapd_at::prev_ac_index];
+    uint32_t prev = u16_at(msg, mapd_at::prev_medium_time);
+    const uint8_t prev_ac = msg[mapd_at::prev_ac_index];
     unsigned ac_changed = 0;
     if (prev != 0 && prev_ac != ac_idx) {
         ac_changed = 1;
         prev = 0;
     }
-    const std::uint16_t total = state_.admitted_med_time[radio][ac_idx];
-    const std::uint16_t fbt = state_.fbt_admitted_med_time[radio][ac_idx];
-    const std::int32_t delta = static_cast<std::int32_t>(mt) - static_cast<std::int32_t>(prev);
-    const std::int32_t limit = std::int32_t{percent_to_units(config.limit_percent[ac_idx])} -
-                               std::int32_t{percent_to_units(config.fbt_limit_percent[ac_idx])};
-    const auto admit_old = static_cast<std::uint16_t>(total - fbt);
-    std::int32_t current = admit_old + delta;
+    const uint16_t total = state_.admitted_med_time[radio][ac_idx];
+    const uint16_t fbt = state_.fbt_admitted_med_time[radio][ac_idx];
+    const int32_t delta = static_cast<int32_t>(mt) - static_cast<int32_t>(prev);
+    const int32_t limit = int32_t{percent_to_units(config.limit_percent[ac_idx])} -
+                          int32_t{percent_to_units(config.fbt_limit_percent[ac_idx])};
+    const auto admit_old = static_cast<uint16_t>(total - fbt);
+    int32_t current = admit_old + delta;
     trace(1,
           "%s:radio_unit=%d,medium_time=%u,prev_medium_time=%u,limit=%d,current=%d,"
           "delta=%d,admit_old=%u,ac_index=%u,prev_ac_index=%u,ac_changed=%u\n",
@@ -96,35 +96,35 @@ int Daemon::acu_admission_req_recv(const Bytes &msg, std::uint8_t ac_idx, std::u
     if (limit < current) {
         result = 3;
     } else {
-        state_.admitted_med_time[radio][ac_idx] = static_cast<std::uint16_t>(current + fbt);
+        state_.admitted_med_time[radio][ac_idx] = static_cast<uint16_t>(current + fbt);
         result = 0;
     }
     trace(1, "%s:Admit Result is %u\n", name, result);
     return 0;
 }
 
-int Daemon::acu_deletion_req_recv(const Bytes &msg, std::uint8_t ac_idx)
+int Daemon::acu_deletion_req_recv(const Bytes &msg, uint8_t ac_idx)
 {
     const char *name = "tspec_acu_deletion_req_recv";
     if (ac_idx >= 4) {
         trace(2, "%s:Invalid input parameter\n", name);
         return -1;
     }
-    const std::uint32_t mt = medium_time_of(msg);
-    const std::size_t radio = radio_of(msg);
+    const uint32_t mt = medium_time_of(msg);
+    const size_t radio = radio_of(msg);
     trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
-    const std::uint16_t old = state_.admitted_med_time[radio][ac_idx];
-    const std::int32_t current = old - static_cast<std::int32_t>(mt);
+    const uint16_t old = state_.admitted_med_time[radio][ac_idx];
+    const int32_t current = old - static_cast<int32_t>(mt);
     trace(1,
           "%s:radio_unit=%d,medium_time=%u,prev_medium_time=%u,current=%d,admit_old=%u,"
           "ac_index=%u\n",
           name, static_cast<int>(radio), mt, u16_at(msg, mapd_at::prev_medium_time), current, old,
           ac_idx);
-    state_.admitted_med_time[radio][ac_idx] = static_cast<std::uint16_t>(std::max(current, 0));
+    state_.admitted_med_time[radio][ac_idx] = static_cast<uint16_t>(std::max(current, 0));
     return 0;
 }
 
-int Daemon::acu_ts_removal(std::uint8_t radio_unit, std::uint8_t ac_idx, std::uint16_t medium_time)
+int Daemon::acu_ts_removal(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time)
 {
     const char *name = "tspec_acu_ts_removal";
     trace(1, "%s:Entry\n", name);
@@ -140,7 +140,7 @@ int Daemon::acu_ts_removal(std::uint8_t radio_unit, std::uint8_t ac_idx, std::ui
     return acu_deletion_req_recv(msg, ac_idx);
 }
 
-int Daemon::acu_fbt_ts_add(std::uint8_t radio_unit, std::uint8_t ac_idx, std::uint16_t medium_time)
+int Daemon::acu_fbt_ts_add(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time)
 {
     const char *name = "tspec_acu_fbt_ts_add";
     trace(1, "%s:Entry\n", name);
@@ -150,19 +150,18 @@ int Daemon::acu_fbt_ts_add(std::uint8_t radio_unit, std::uint8_t ac_idx, std::ui
     }
     trace(1, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", name, radio_unit, ac_idx,
           medium_time);
-    const std::size_t radio = radio_unit - 1U;
+    const size_t radio = radio_unit - 1U;
     trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
-    std::uint16_t &fbt = state_.fbt_admitted_med_time[radio][ac_idx];
-    std::uint16_t &total = state_.admitted_med_time[radio][ac_idx];
+    uint16_t &fbt = state_.fbt_admitted_med_time[radio][ac_idx];
+    uint16_t &total = state_.admitted_med_time[radio][ac_idx];
     trace(1, "%s:radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", name,
           static_cast<int>(radio), medium_time, fbt + medium_time, 0U, ac_idx);
-    fbt = static_cast<std::uint16_t>(fbt + medium_time);
-    total = static_cast<std::uint16_t>(total + medium_time);
+    fbt = static_cast<uint16_t>(fbt + medium_time);
+    total = static_cast<uint16_t>(total + medium_time);
     return 0;
 }
 
-int Daemon::acu_fbt_ts_removal(std::uint8_t radio_unit, std::uint8_t ac_idx,
-                               std::uint16_t medium_time)
+int Daemon::acu_fbt_ts_removal(uint8_t radio_unit, uint8_t ac_idx, uint16_t medium_time)
 {
     const char *name = "tspec_acu_fbt_ts_removal";
     trace(1, "%s:Entry\n", name);
@@ -172,19 +171,19 @@ int Daemon::acu_fbt_ts_removal(std::uint8_t radio_unit, std::uint8_t ac_idx,
     }
     trace(1, "%s:radio_unit=%u,ac_index=%u,medium_time=%u\n", name, radio_unit, ac_idx,
           medium_time);
-    const std::size_t radio = radio_unit - 1U;
+    const size_t radio = radio_unit - 1U;
     trace(1, "%s:radio unit is %d\n", name, static_cast<int>(radio));
-    std::uint16_t &fbt = state_.fbt_admitted_med_time[radio][ac_idx];
+    uint16_t &fbt = state_.fbt_admitted_med_time[radio][ac_idx];
     const int current = fbt - medium_time;
     trace(1, "%s:radio_unit=%d,medium_time=%u,current=%d,admit_old=%u,ac_index=%u\n", name,
           static_cast<int>(radio), medium_time, current, fbt, ac_idx);
-    fbt = static_cast<std::uint16_t>(std::max(current, 0));
+    fbt = static_cast<uint16_t>(std::max(current, 0));
     return 0;
 }
 
 namespace {
 
-/* Lines as a 256-byte buffer holds them: a longer one comes in pieces. */
+// Lines as a 256-byte buffer holds them: a longer one comes in pieces.
 std::vector<std::string> lines_of(const std::string &content)
 {
     std::vector<std::string> lines;
@@ -204,7 +203,7 @@ std::vector<std::string> lines_of(const std::string &content)
 
 } // namespace
 
-std::uint32_t Daemon::get_wlan_util(const std::string &interface)
+uint32_t Daemon::get_wlan_util(const std::string &interface)
 {
     const char *ifname = interface.c_str();
     trace(1, "Getting dev stats for interface %s\n", ifname);
@@ -227,7 +226,7 @@ std::uint32_t Daemon::get_wlan_util(const std::string &interface)
         break;
     }
     trace(1, "%s:wlan_util is %d\n", "tspec_get_wlan_util", util);
-    return static_cast<std::uint32_t>(util);
+    return static_cast<uint32_t>(util);
 }
 
 } // namespace tspec::model

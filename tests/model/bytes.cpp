@@ -19,10 +19,10 @@ std::string text_of(const char *format, std::va_list arguments)
     std::va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string result(static_cast<std::size_t>(length) + 1, '\0');
+    std::string result(static_cast<size_t>(length) + 1, '\0');
     std::vsnprintf(result.data(), result.size(), format, again);
     va_end(again);
-    result.resize(static_cast<std::size_t>(length));
+    result.resize(static_cast<size_t>(length));
     return result;
 }
 

@@ -1,10 +1,7 @@
-/*
- * Datagrams as plain byte strings, and the few ways to read and write numbers
- * in them. Numbers travel in host byte order; there are no structures here, so
- * that every layout is stated once more, by offset, in layout.h.
- */
-#ifndef TSPEC_MODEL_BYTES_H
-#define TSPEC_MODEL_BYTES_H
+// Datagrams as plain byte strings, and the few ways to read and write numbers
+// in them. Numbers travel in host byte order; there are no structures here, so
+// that every layout is stated once more, by offset, in layout.h.
+#pragma once
 
 #include <array>
 #include <cstdarg>
@@ -16,39 +13,39 @@
 
 namespace tspec::model {
 
-using Bytes = std::vector<std::uint8_t>;
-using Mac = std::array<std::uint8_t, 6>;
+using Bytes = std::vector<uint8_t>;
+using Mac = std::array<uint8_t, 6>;
 
 template <typename Container>
-std::uint16_t u16_at(const Container &bytes, std::size_t offset)
+uint16_t u16_at(const Container &bytes, size_t offset)
 {
-    std::uint16_t value = 0;
+    uint16_t value = 0;
     std::memcpy(&value, bytes.data() + offset, sizeof value);
     return value;
 }
 
 template <typename Container>
-std::uint32_t u32_at(const Container &bytes, std::size_t offset)
+uint32_t u32_at(const Container &bytes, size_t offset)
 {
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     std::memcpy(&value, bytes.data() + offset, sizeof value);
     return value;
 }
 
 template <typename Container>
-void put_u16(Container &bytes, std::size_t offset, std::uint16_t value)
+void put_u16(Container &bytes, size_t offset, uint16_t value)
 {
     std::memcpy(bytes.data() + offset, &value, sizeof value);
 }
 
 template <typename Container>
-void put_u32(Container &bytes, std::size_t offset, std::uint32_t value)
+void put_u32(Container &bytes, size_t offset, uint32_t value)
 {
     std::memcpy(bytes.data() + offset, &value, sizeof value);
 }
 
 template <typename Container>
-Mac mac_at(const Container &bytes, std::size_t offset)
+Mac mac_at(const Container &bytes, size_t offset)
 {
     Mac mac{};
     std::memcpy(mac.data(), bytes.data() + offset, mac.size());
@@ -56,25 +53,22 @@ Mac mac_at(const Container &bytes, std::size_t offset)
 }
 
 template <typename Container>
-void put_mac(Container &bytes, std::size_t offset, const Mac &mac)
+void put_mac(Container &bytes, size_t offset, const Mac &mac)
 {
     std::memcpy(bytes.data() + offset, mac.data(), mac.size());
 }
 
 template <typename From, typename To>
-void copy_bytes(const From &from, std::size_t from_offset, To &to, std::size_t to_offset,
-                std::size_t count)
+void copy_bytes(const From &from, size_t from_offset, To &to, size_t to_offset, size_t count)
 {
     std::memcpy(to.data() + to_offset, from.data() + from_offset, count);
 }
 
-/* printf into a string. */
+// printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string text(const char *format, ...);
 [[gnu::format(printf, 1, 0)]] std::string text_of(const char *format, std::va_list arguments);
 
-/* "00:1a:2b:3c:4d:5e" */
+// "00:1a:2b:3c:4d:5e"
 std::string mac_text(const Mac &mac);
 
 } // namespace tspec::model
-
-#endif

@@ -1,4 +1,4 @@
-/* The operator's commands. */
+// The operator's commands.
 #include "daemon.h"
 
 namespace tspec::model {
@@ -9,7 +9,7 @@ const char *const cli_name = "tspec_process_cli_cmd";
 
 } // namespace
 
-void Daemon::process_cli_cmd(const std::array<std::uint8_t, cli_buffer_size> &cmd)
+void Daemon::process_cli_cmd(const std::array<uint8_t, cli_buffer_size> &cmd)
 {
     switch (cmd[0]) {
     case 1:
@@ -44,15 +44,15 @@ void Daemon::cli_ping()
     }
 }
 
-void Daemon::cli_debug(const std::array<std::uint8_t, cli_buffer_size> &cmd)
+void Daemon::cli_debug(const std::array<uint8_t, cli_buffer_size> &cmd)
 {
-    const std::size_t count = cmd[1];
+    const size_t count = cmd[1];
     if (count == 0) {
         std::string line = "tspec debug: ";
         if (state_.trace_mask == 0) {
             line += "off";
         }
-        for (unsigned level = 1; level <= 7; ++level) {
+        for (unsigned level = 1; level <= 7; level++) {
             if ((state_.trace_mask & (1U << (level - 1))) != 0) {
                 line += text("%d ", static_cast<int>(level));
             }
@@ -60,8 +60,8 @@ void Daemon::cli_debug(const std::array<std::uint8_t, cli_buffer_size> &cmd)
         console(line + "\r\n");
         return;
     }
-    for (std::size_t i = 1; i <= count && 1 + i < cmd.size(); ++i) {
-        const std::uint8_t level = cmd[1 + i];
+    for (size_t i = 1; i <= count && 1 + i < cmd.size(); i++) {
+        const uint8_t level = cmd[1 + i];
         if (level == 0) {
             state_.trace_mask = 0;
         } else if (level <= 7) {
@@ -76,7 +76,7 @@ void Daemon::cli_delete_client(const Mac &mac)
     rec_delete(rec_get(mac));
 }
 
-void Daemon::cli_delete_tid(const Mac &mac, std::uint8_t tid)
+void Daemon::cli_delete_tid(const Mac &mac, uint8_t tid)
 {
     console(text("%s:%s,tid=%u\r\n", cli_name, mac_text(mac).c_str(), tid));
     Entry *entry = ts_rec_find_by_tid(mac, tid, 0);
@@ -89,7 +89,7 @@ void Daemon::cli_delete_tid(const Mac &mac, std::uint8_t tid)
     }
 }
 
-void Daemon::cli_disassoc_mode(std::uint8_t mode)
+void Daemon::cli_disassoc_mode(uint8_t mode)
 {
     if (mode >= 2) {
         trace(0, "The disassociation mode is %u \r\n", state_.disassoc_mode);
@@ -99,7 +99,7 @@ void Daemon::cli_disassoc_mode(std::uint8_t mode)
     trace(0, "The disassociation mode has been set to %u \r\n", mode);
 }
 
-void Daemon::cli_show(std::uint8_t show_all)
+void Daemon::cli_show(uint8_t show_all)
 {
     std::array<unsigned, 4> streams{};
     unsigned clients = 0;
@@ -109,8 +109,8 @@ void Daemon::cli_show(std::uint8_t show_all)
         trace(0, "Client TS records:\r\n");
         for (const Record &client : state_.clients) {
             bool counted = false;
-            for (int ac = 0; ac < 4; ++ac) {
-                for (int bank = 0; bank < 2; ++bank) {
+            for (int ac = 0; ac < 4; ac++) {
+                for (int bank = 0; bank < 2; bank++) {
                     const Entry &entry = client.entries[bank][ac];
                     if (!entry.in_use() && show_all == 0) {
                         continue;
@@ -125,10 +125,10 @@ void Daemon::cli_show(std::uint8_t show_all)
                     if (!entry.in_use()) {
                         continue;
                     }
-                    ++streams[entry.ac_idx];
+                    streams[entry.ac_idx]++;
                     if (!counted) {
                         counted = true;
-                        ++clients;
+                        clients++;
                     }
                 }
             }
@@ -136,10 +136,10 @@ void Daemon::cli_show(std::uint8_t show_all)
         trace(0, "TS Totals:  clients=%u voice=%u video=%u,best-effort=%u,background=%u\r\n",
               clients, streams[vo], streams[vi], streams[be], streams[bk]);
     }
-    const auto current = [&](std::size_t radio, std::uint8_t ac) -> unsigned {
+    const auto current = [&](size_t radio, uint8_t ac) -> unsigned {
         return state_.admitted_med_time[radio][ac];
     };
-    const auto limit = [&](std::size_t radio, std::uint8_t ac) -> unsigned {
+    const auto limit = [&](size_t radio, uint8_t ac) -> unsigned {
         return percent_to_units(state_.config[radio].limit_percent[ac]);
     };
     trace(0,

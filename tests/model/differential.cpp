@@ -25,21 +25,21 @@ void Differential::agree(const Steps &steps)
 void Differential::expect_agreement(const Steps &steps, const Start &start)
 {
     if (const auto failure = run(steps, start)) {
-        const auto end = static_cast<std::ptrdiff_t>(failure->index) + 1;
-        const auto begin = std::max<std::ptrdiff_t>(0, end - 15);
+        const auto end = static_cast<ptrdiff_t>(failure->index) + 1;
+        const auto begin = std::max<ptrdiff_t>(0, end - 15);
         const Steps last(steps.begin() + begin, steps.begin() + end);
         ADD_FAILURE() << "the two part at step " << failure->index << ", the last of these:\n"
                       << describe(last) << failure->report;
     }
 }
 
-std::uint64_t number_from_environment(const char *name, std::uint64_t otherwise)
+uint64_t number_from_environment(const char *name, uint64_t otherwise)
 {
     const char *value = std::getenv(name);
     return value == nullptr ? otherwise : std::strtoull(value, nullptr, 10);
 }
 
-void report(const Steps &steps, std::uint64_t seed, const std::string &difference)
+void report(const Steps &steps, uint64_t seed, const std::string &difference)
 {
     const Steps fewer = minimise(steps);
     const auto again = run(fewer);

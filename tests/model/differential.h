@@ -1,18 +1,14 @@
-/*
- * What the tests of the daemon against the model share: steps in one line
- * each, and the fixture of directed sequences.
- */
-#ifndef TSPEC_MODEL_DIFFERENTIAL_H
-#define TSPEC_MODEL_DIFFERENTIAL_H
+// What the tests of the daemon against the model share: steps in one line
+// each, and the fixture of directed sequences.
+#pragma once
 
 #include "inputs.h"
 #include "lockstep.h"
 
 #include <array>
 #include <cerrno>
-#include <string>
-
 #include <gtest/gtest.h>
+#include <string>
 
 namespace tspec::lockstep {
 
@@ -48,7 +44,7 @@ inline Step config(const ConfigInput &input = {})
     return dman(input.bytes());
 }
 
-inline Step managed(std::uint8_t mode = 1)
+inline Step managed(uint8_t mode = 1)
 {
     return udp(ap_state_input(mode));
 }
@@ -58,7 +54,7 @@ inline Step ask(const std::string &command)
     return dman(status_request_input(command));
 }
 
-inline Step show(std::uint8_t all = 0)
+inline Step show(uint8_t all = 0)
 {
     return cli({6, all});
 }
@@ -68,12 +64,12 @@ inline Step everyone_is(const std::string &driver_text)
     return StationIs{std::nullopt, "", driver_text, 0};
 }
 
-inline Step frames_take(std::uint32_t microseconds)
+inline Step frames_take(uint32_t microseconds)
 {
     return FrameAnswerIs{false, PlainEnvironment::frame_answer_bytes(microseconds), 0};
 }
 
-inline Step sends_fail(std::uint16_t port, unsigned times = 1, unsigned after = 0)
+inline Step sends_fail(uint16_t port, unsigned times = 1, unsigned after = 0)
 {
     return CallsFail{FailingCall::send, port, ENETUNREACH, after, times};
 }
@@ -88,18 +84,18 @@ inline Step all_traces()
     return cli(cli_debug_input({1, 2, 3, 4, 5, 6, 7}));
 }
 
-inline Bytes cut(Bytes message, std::size_t length)
+inline Bytes cut(Bytes message, size_t length)
 {
     message.resize(length);
     return message;
 }
 
-inline Mac sta(std::uint8_t number)
+inline Mac sta(uint8_t number)
 {
     return Mac{0x02, 0, 0, 0, 0, number};
 }
 
-/* The values of one loop. */
+// The values of one loop.
 template <typename Value, typename... Numbers>
 std::array<Value, sizeof...(Numbers)> each(Numbers... numbers)
 {
@@ -110,18 +106,16 @@ inline const Mac other_vap{0x02, 0xaa, 0, 0, 0, 9};
 
 class Differential : public ::testing::Test {
   protected:
-    /* Both do the same, with every trace on and with none. */
+    // Both do the same, with every trace on and with none.
     void agree(const Steps &steps);
 
     void expect_agreement(const Steps &steps, const Start &start = {});
 };
 
-/* The number in an environment variable. */
-std::uint64_t number_from_environment(const char *name, std::uint64_t otherwise);
+// The number in an environment variable.
+uint64_t number_from_environment(const char *name, uint64_t otherwise);
 
-/* Fails the test: both parted at the last step. Finds fewer steps that do. */
-void report(const Steps &steps, std::uint64_t seed, const std::string &difference);
+// Fails the test: both parted at the last step. Finds fewer steps that do.
+void report(const Steps &steps, uint64_t seed, const std::string &difference);
 
 } // namespace tspec::lockstep
-
-#endif

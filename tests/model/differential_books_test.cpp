@@ -1,4 +1,4 @@
-/* The accounts of admitted time, looked at whenever the store is empty. */
+// The accounts of admitted time, looked at whenever the store is empty.
 #include "differential.h"
 #include "random_walk.h"
 
@@ -18,7 +18,7 @@ class Books : public ::testing::Test {
         }
         if (const auto difference = lockstep->play(step)) {
             parted = true;
-            lockstep.reset(); /* its ports are needed to find a shorter sequence */
+            lockstep.reset(); // its ports are needed to find a shorter sequence
             report(steps, seed, *difference);
         }
     }
@@ -27,31 +27,31 @@ class Books : public ::testing::Test {
 
     bool streams_left() const { return going() && !lockstep->model().state().clients.empty(); }
 
-    /* By whatever ways out, until nobody holds a stream. */
+    // By whatever ways out, until nobody holds a stream.
     void remove_everything(RandomWalk &walk)
     {
-        for (unsigned tries = 0; streams_left(); ++tries) {
+        for (unsigned tries = 0; streams_left(); tries++) {
             const Mac mac = lockstep->model().state().clients.front().sta_mac;
             expect_same(tries < 200 ? walk.next_removal(lockstep->model())
                                     : cli(cli_mac_input(3, mac, 0)));
         }
     }
 
-    /* On voice and video one TID for each direction, on the others one TID that
-     * may turn round. */
+    // On voice and video one TID for each direction, on the others one TID that
+    // may turn round.
     static HostapdInput orderly_request(RandomWalk &random)
     {
-        const auto number = static_cast<std::uint8_t>(1 + random.below(3));
-        const std::uint8_t tid = each<std::uint8_t>(0, 1, 4, 5, 6, 7)[random.below(6)];
-        const std::uint8_t any_dir = each<std::uint8_t>(0, 1, 3)[random.below(3)];
+        const auto number = static_cast<uint8_t>(1 + random.below(3));
+        const uint8_t tid = each<uint8_t>(0, 1, 4, 5, 6, 7)[random.below(6)];
+        const uint8_t any_dir = each<uint8_t>(0, 1, 3)[random.below(3)];
         return {.sta = sta(number),
                 .tid = tid,
-                .dir = tid >= 4 ? static_cast<std::uint8_t>(tid & 1) : any_dir,
+                .dir = tid >= 4 ? static_cast<uint8_t>(tid & 1) : any_dir,
                 .up = tid,
-                .radio_unit = static_cast<std::uint8_t>(1 + number % 2)};
+                .radio_unit = static_cast<uint8_t>(1 + number % 2)};
     }
 
-    /* A stream is given back with its own TS Info, or the station leaves. */
+    // A stream is given back with its own TS Info, or the station leaves.
     static HostapdInput orderly_end(const Record &client, RandomWalk &random)
     {
         HostapdInput leaving{.cmd = 8, .sta = client.sta_mac, .radio_unit = client.radio_unit};
@@ -79,11 +79,11 @@ class Books : public ::testing::Test {
 
     std::unique_ptr<Lockstep> lockstep = std::make_unique<Lockstep>();
     Steps steps;
-    std::uint64_t seed = 0;
+    uint64_t seed = 0;
     bool parted = false;
 };
 
-/* Stations that ask and give back in an orderly manner leave nothing behind. */
+// Stations that ask and give back in an orderly manner leave nothing behind.
 TEST_F(Books, OrderlyStationsLeaveNothingAdmitted)
 {
     seed = number_from_environment("TSPEC_SEED", 21);
@@ -96,10 +96,10 @@ TEST_F(Books, OrderlyStationsLeaveNothingAdmitted)
     for (const Step &step : setting) {
         expect_same(step);
     }
-    for (unsigned sequence = 0; sequence < 400 && going(); ++sequence) {
+    for (unsigned sequence = 0; sequence < 400 && going(); sequence++) {
         steps = setting;
-        for (unsigned i = 0; i < 10 && going(); ++i) {
-            expect_same(frames_take(static_cast<std::uint32_t>(100 + random.below(4000))));
+        for (unsigned i = 0; i < 10 && going(); i++) {
+            expect_same(frames_take(static_cast<uint32_t>(100 + random.below(4000))));
             expect_same(hostapd(orderly_request(random)));
         }
         while (streams_left()) {
@@ -114,20 +114,20 @@ TEST_F(Books, OrderlyStationsLeaveNothingAdmitted)
     }
 }
 
-/* Whatever happens, what stays admitted in an empty store is what the rules leave there. */
+// Whatever happens, what stays admitted in an empty store is what the rules leave there.
 TEST_F(Books, AnyRoadLeavesWhatTheRulesLeave)
 {
     seed = number_from_environment("TSPEC_SEED", 22);
     RandomWalk walk(seed, {.stations = 3});
     unsigned emptied = 0;
-    for (unsigned sequence = 0; sequence < 1500 && !parted; ++sequence) {
+    for (unsigned sequence = 0; sequence < 1500 && !parted; sequence++) {
         if (!lockstep->alive()) {
             lockstep.reset();
             lockstep = std::make_unique<Lockstep>();
             steps.clear();
         }
-        const std::uint64_t length = 1 + walk.below(12);
-        for (std::uint64_t i = 0; i < length && going(); ++i) {
+        const uint64_t length = 1 + walk.below(12);
+        for (uint64_t i = 0; i < length && going(); i++) {
             expect_same(walk.next(lockstep->model()));
         }
         expect_same(NothingFails{});

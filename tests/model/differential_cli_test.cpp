@@ -1,4 +1,4 @@
-/* The operator's commands. */
+// The operator's commands.
 #include "differential.h"
 
 namespace tspec::lockstep {

@@ -1,4 +1,4 @@
-/* Configuration and reports. */
+// Configuration and reports.
 #include "differential.h"
 
 namespace tspec::lockstep {
@@ -26,13 +26,13 @@ TEST_F(Differential, Configuration)
                 config({.radio_if = 0}),
                 config({.radio_if = 3}),
                 udp(one)};
-    for (const std::uint8_t dir : each<std::uint8_t>(0, 1, 2, 3)) {
+    for (const uint8_t dir : each<uint8_t>(0, 1, 2, 3)) {
         steps.push_back(hostapd({.tid = dir, .dir = dir, .up = 2, .radio_unit = 2}));
         steps.push_back(show());
     }
-    for (const std::uint8_t mode : each<std::uint8_t>(0, 1)) {
+    for (const uint8_t mode : each<uint8_t>(0, 1)) {
         steps.push_back(managed(mode));
-        for (const std::uint32_t percent : {0U, 1U, 50U, 209U, 210U, 65535U}) {
+        for (const uint32_t percent : {0U, 1U, 50U, 209U, 210U, 65535U}) {
             steps.push_back(config({.limit = {percent, percent, percent, percent},
                                     .fbt_vi = percent,
                                     .fbt_vo = 5,
@@ -102,26 +102,26 @@ TEST_F(Differential, CursorOnRecordsThatGo)
 {
     Steps steps;
     const auto fill = [&] {
-        for (std::uint8_t number = 1; number <= 3; ++number) {
+        for (uint8_t number = 1; number <= 3; number++) {
             steps.push_back(hostapd({.sta = sta(number)}));
             steps.push_back(hostapd({.sta = sta(number), .tid = 2, .up = 1}));
         }
     };
-    for (unsigned walked = 0; walked < 7; ++walked) {
+    for (unsigned walked = 0; walked < 7; walked++) {
         for (const Step &removal :
              {cli(cli_mac_input(3, sta(1), 0)), cli(cli_mac_input(3, sta(2), 0)),
               hostapd({.cmd = 8, .sta = sta(1)}), hostapd({.cmd = 3, .sta = sta(1)}),
               cli(cli_mac_input(4, sta(1), 2))}) {
             fill();
             steps.push_back(ask("tspec-client-ts-first"));
-            for (unsigned i = 0; i < walked; ++i) {
+            for (unsigned i = 0; i < walked; i++) {
                 steps.push_back(ask("tspec-client-ts-next"));
             }
             steps.push_back(removal);
-            for (unsigned i = 0; i < 4; ++i) {
+            for (unsigned i = 0; i < 4; i++) {
                 steps.push_back(ask("tspec-client-ts-next"));
             }
-            for (std::uint8_t number = 1; number <= 3; ++number) {
+            for (uint8_t number = 1; number <= 3; number++) {
                 steps.push_back(cli(cli_mac_input(3, sta(number), 0)));
             }
         }

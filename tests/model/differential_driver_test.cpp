@@ -1,4 +1,4 @@
-/* What the driver, the proc file and hostapd answer. */
+// What the driver, the proc file and hostapd answer.
 #include "differential.h"
 
 namespace tspec::lockstep {
@@ -8,7 +8,7 @@ namespace {
 TEST_F(Differential, DriverTexts)
 {
     Steps steps;
-    std::uint8_t number = 1;
+    uint8_t number = 1;
     const std::string long_line(255, 'x');
     for (const std::string &answer :
          {std::string("client_status=1"), std::string("client_status=1\n"), std::string(),
@@ -38,9 +38,9 @@ TEST_F(Differential, FrameDurationMisbehaviour)
     wrong[0] = 0x25;
     const Bytes right = PlainEnvironment::frame_answer_bytes(400);
     Steps steps{config(), FrameAnswerIs{false, wrong, 0}, hostapd({})};
-    for (const std::size_t length : {0U, 1U, 4U, 5U, 7U, 9U, 100U}) {
+    for (const size_t length : {0U, 1U, 4U, 5U, 7U, 9U, 100U}) {
         steps.push_back(FrameAnswerIs{false, cut(right, length), 0});
-        steps.push_back(hostapd({.sta = sta(static_cast<std::uint8_t>(10 + length))}));
+        steps.push_back(hostapd({.sta = sta(static_cast<uint8_t>(10 + length))}));
     }
     steps.push_back(FrameAnswerIs{true, {}, 0});
     steps.push_back(hostapd({.sta = sta(2)}));
@@ -69,7 +69,7 @@ TEST_F(Differential, FrameDurationMisbehaviour)
 TEST_F(Differential, ProcFile)
 {
     Steps steps{config()};
-    std::uint8_t number = 1;
+    uint8_t number = 1;
     for (const std::string &content : {std::string("channel_util 37\n"),
                                        std::string("x 1\nchannel_util=9\nchannel_util 4\n"),
                                        std::string("channel_util\n"),
@@ -96,7 +96,7 @@ TEST_F(Differential, ProcFile)
         steps.push_back(hostapd({.sta = sta(number), .radio_unit = 1}));
         steps.push_back(hostapd({.cmd = 3, .sta = sta(number), .radio_unit = 2}));
         steps.push_back(hostapd({.sta = sta(number), .radio_unit = 2}));
-        ++number;
+        number++;
     }
     steps.push_back(ProcFileIs{"wlan0", std::nullopt});
     steps.push_back(hostapd({}));
@@ -106,7 +106,7 @@ TEST_F(Differential, ProcFile)
 TEST_F(Differential, FailedQueriesLeaveDescriptors)
 {
     Steps steps{StationIs{std::nullopt, "", "", ENODEV}};
-    for (std::uint8_t number = 1; number <= 10; ++number) {
+    for (uint8_t number = 1; number <= 10; number++) {
         steps.push_back(hostapd({.sta = sta(number)}));
     }
     expect_agreement(steps);

@@ -1,4 +1,4 @@
-/* What happens to streams after their admission. */
+// What happens to streams after their admission.
 #include "differential.h"
 
 namespace tspec::lockstep {
@@ -107,8 +107,8 @@ TEST_F(Differential, StationsLeave)
 TEST_F(Differential, FastTransition)
 {
     Steps steps{config({.acm = {1, 1, 1, 1}, .limit = {90, 90, 90, 90}, .fbt_vi = 5, .fbt_vo = 5})};
-    for (const std::uint8_t up : each<std::uint8_t>(0, 1, 4, 6)) {
-        for (const std::uint8_t dir : each<std::uint8_t>(0, 1, 2, 3)) {
+    for (const uint8_t up : each<uint8_t>(0, 1, 4, 6)) {
+        for (const uint8_t dir : each<uint8_t>(0, 1, 2, 3)) {
             const HostapdInput booking{.cmd = 9, .dir = dir, .up = up, .medium_time = 33000};
             HostapdInput delts = booking;
             delts.cmd = 3;

@@ -1,4 +1,4 @@
-/* The receive buffer, the order of service, the clock and the console. */
+// The receive buffer, the order of service, the clock and the console.
 #include "differential.h"
 
 namespace tspec::lockstep {
@@ -15,10 +15,10 @@ TEST_F(Differential, ReceiveBuffer)
                 udp({}),        dman({1}),
                 udp({1, 2, 3}), dman({5, 0, 0, 0, 9, 0, 0, 0}),
                 udp({5})};
-    for (const std::size_t length :
+    for (const size_t length :
          {1U, 63U, 64U, 119U, 120U, 121U, 147U, 148U, 149U, 1023U, 1024U, 1025U}) {
-        for (const std::uint8_t type : each<std::uint8_t>(0, 1, 2, 3, 4, 5, 6, 7, 0x23, 255)) {
-            Bytes message(length, static_cast<std::uint8_t>('a' + length % 26));
+        for (const uint8_t type : each<uint8_t>(0, 1, 2, 3, 4, 5, 6, 7, 0x23, 255)) {
+            Bytes message(length, static_cast<uint8_t>('a' + length % 26));
             message[0] = type;
             steps.push_back(udp(message));
             steps.push_back(dman(message));

@@ -1,4 +1,4 @@
-/* Decisions of mapd, streams that they supersede, and the two modes. */
+// Decisions of mapd, streams that they supersede, and the two modes.
 #include "differential.h"
 
 namespace tspec::lockstep {
@@ -27,13 +27,13 @@ TEST_F(Differential, ResponsesThatFitNothing)
 {
     Steps steps{managed(), hostapd({}), udp(cut(MapdInput{}.bytes(), 119)),
                 udp(cut(MapdInput{}.bytes(), 121))};
-    for (const std::uint8_t unit : each<std::uint8_t>(0, 3, 255)) {
+    for (const uint8_t unit : each<uint8_t>(0, 3, 255)) {
         steps.push_back(mapd({.radio_unit = unit}));
     }
-    for (const std::uint8_t ac : each<std::uint8_t>(0, 2, 4, 255)) {
+    for (const uint8_t ac : each<uint8_t>(0, 2, 4, 255)) {
         steps.push_back(mapd({.ac_idx = ac}));
     }
-    for (const std::uint8_t cmd : each<std::uint8_t>(0, 1, 3, 4, 6, 7, 8, 9, 255)) {
+    for (const uint8_t cmd : each<uint8_t>(0, 1, 3, 4, 6, 7, 8, 9, 255)) {
         steps.push_back(mapd({.cmd = cmd}));
     }
     steps.push_back(mapd({.sta = sta(9)}));
@@ -46,9 +46,9 @@ TEST_F(Differential, ResponsesThatFitNothing)
 TEST_F(Differential, TidsFromEightOn)
 {
     Steps steps{config(), managed()};
-    for (const std::uint8_t tid : each<std::uint8_t>(8, 15, 16, 255)) {
+    for (const uint8_t tid : each<uint8_t>(8, 15, 16, 255)) {
         steps.push_back(hostapd({.tid = tid}));
-        steps.push_back(mapd({.tid = static_cast<std::uint8_t>(tid & 15)}));
+        steps.push_back(mapd({.tid = static_cast<uint8_t>(tid & 15)}));
         steps.push_back(ask("tspec-client-ts-first"));
         steps.push_back(show());
         steps.push_back(cli(cli_mac_input(4, sta(1), tid)));

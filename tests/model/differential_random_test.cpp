@@ -1,7 +1,5 @@
-/*
- * Long random sequences. TSPEC_SEED and TSPEC_STEPS choose others:
- *     TSPEC_SEED=77 TSPEC_STEPS=100000 differential_test --gtest_filter='*Random*'
- */
+// Long random sequences. TSPEC_SEED and TSPEC_STEPS choose others:
+//     TSPEC_SEED=77 TSPEC_STEPS=100000 differential_test --gtest_filter='*Random*'
 #include "differential.h"
 #include "random_walk.h"
 
@@ -15,8 +13,8 @@ namespace {
 struct RandomCase {
     const char *name;
     Profile profile;
-    std::uint64_t seed;
-    std::uint64_t steps;
+    uint64_t seed;
+    uint64_t steps;
     bool crowded;
 };
 
@@ -30,10 +28,10 @@ class RandomDifferential : public ::testing::TestWithParam<RandomCase> {};
 TEST_P(RandomDifferential, Agrees)
 {
     const RandomCase &one = GetParam();
-    const std::uint64_t seed = number_from_environment("TSPEC_SEED", one.seed);
-    const std::uint64_t steps_wanted = number_from_environment("TSPEC_STEPS", one.steps);
+    const uint64_t seed = number_from_environment("TSPEC_SEED", one.seed);
+    const uint64_t steps_wanted = number_from_environment("TSPEC_STEPS", one.steps);
     RandomWalk walk(seed, one.profile);
-    std::uint64_t played = 0;
+    uint64_t played = 0;
     while (played < steps_wanted) {
         auto lockstep = std::make_unique<Lockstep>();
         Steps steps;
@@ -41,7 +39,7 @@ TEST_P(RandomDifferential, Agrees)
             steps.push_back(step);
             const auto difference = lockstep->play(step);
             if (difference) {
-                lockstep.reset(); /* its ports are needed to find a shorter sequence */
+                lockstep.reset(); // its ports are needed to find a shorter sequence
                 report(steps, seed, *difference);
             }
             return !difference;
@@ -55,9 +53,9 @@ TEST_P(RandomDifferential, Agrees)
                 return;
             }
         }
-        /* A new process every so often, so that early states are met often, too. */
-        for (unsigned i = 0; i < 1000 && played < steps_wanted && lockstep->alive(); ++i) {
-            ++played;
+        // A new process every so often, so that early states are met often, too.
+        for (unsigned i = 0; i < 1000 && played < steps_wanted && lockstep->alive(); i++) {
+            played++;
             if (!agrees(walk.next(lockstep->model()))) {
                 return;
             }

@@ -1,7 +1,6 @@
-/* ADDTS requests, who may make them and what they may hold. */
+// ADDTS requests, who may make them and what they may hold.
 #include "differential.h"
 #include "random_walk.h"
-
 #include "sim/lib/child_process.h"
 
 namespace tspec::lockstep {
@@ -19,22 +18,21 @@ TEST_F(Differential, VoiceIsAdmittedUpToTheLimit)
 TEST_F(Differential, AllowancesAndOverflows)
 {
     Steps steps{config({.limit = {209, 209, 209, 209}})};
-    std::uint8_t number = 1;
-    for (const std::uint16_t surplus :
-         each<std::uint16_t>(0, 0x1000, 0x1fff, 0x2000, 0x3000, 0x4001, 0xffff)) {
-        for (const std::uint32_t duration : {1U, 400U, 50000U, 0x7fffffffU, 0xffffffffU}) {
+    uint8_t number = 1;
+    for (const uint16_t surplus :
+         each<uint16_t>(0, 0x1000, 0x1fff, 0x2000, 0x3000, 0x4001, 0xffff)) {
+        for (const uint32_t duration : {1U, 400U, 50000U, 0x7fffffffU, 0xffffffffU}) {
             steps.push_back(frames_take(duration));
             steps.push_back(hostapd({.sta = sta(number++), .surplus = surplus}));
         }
     }
-    /* one packet a second: 65535, 65536 and 65537 units */
-    for (const std::uint32_t duration : {2097151U, 2097152U, 2097184U}) {
+    // one packet a second: 65535, 65536 and 65537 units
+    for (const uint32_t duration : {2097151U, 2097152U, 2097184U}) {
         steps.push_back(frames_take(duration));
         steps.push_back(hostapd({.sta = sta(number++), .mean_rate = 8}));
     }
-    for (const std::uint32_t rate :
-         {0U, 1U, 8U, 9U, 1665U, 0xfffffff8U, 0xfffffff9U, 0xffffffffU}) {
-        for (const std::uint16_t nominal : each<std::uint16_t>(1, 208, 0x7fff, 0xffff)) {
+    for (const uint32_t rate : {0U, 1U, 8U, 9U, 1665U, 0xfffffff8U, 0xfffffff9U, 0xffffffffU}) {
+        for (const uint16_t nominal : each<uint16_t>(1, 208, 0x7fff, 0xffff)) {
             steps.push_back(hostapd({.sta = sta(number++),
                                      .dir = 1,
                                      .nominal = nominal,
@@ -64,12 +62,12 @@ TEST_F(Differential, StationsThatMayNotAsk)
 TEST_F(Differential, FrontOfTheHostapdHandler)
 {
     Steps steps{config()};
-    for (const std::uint8_t unit : each<std::uint8_t>(0, 1, 2, 3, 255)) {
-        for (const std::uint8_t cmd : each<std::uint8_t>(0, 2, 5, 7, 10, 255)) {
+    for (const uint8_t unit : each<uint8_t>(0, 1, 2, 3, 255)) {
+        for (const uint8_t cmd : each<uint8_t>(0, 2, 5, 7, 10, 255)) {
             steps.push_back(hostapd({.cmd = cmd, .info_tid = 3, .radio_unit = unit}));
         }
     }
-    for (std::uint8_t up = 0; up < 8; ++up) {
+    for (uint8_t up = 0; up < 8; up++) {
         steps.push_back(hostapd({.sta = sta(up), .tid = up, .dir = 2, .up = up, .filler = 0xff}));
     }
     agree(steps);
@@ -85,10 +83,10 @@ TEST_F(Differential, SameTidOnAnotherCategory)
 TEST_F(Differential, BanksAndDirections)
 {
     Steps steps{config({.acm = {1, 1, 1, 1}, .limit = {100, 100, 100, 100}})};
-    for (const std::uint8_t first : each<std::uint8_t>(0, 1, 2, 3)) {
-        for (const std::uint8_t second : each<std::uint8_t>(0, 1, 2, 3)) {
-            for (const std::uint8_t third : each<std::uint8_t>(0, 1, 2, 3)) {
-                for (const std::uint8_t third_tid : each<std::uint8_t>(6, 7, 5)) {
+    for (const uint8_t first : each<uint8_t>(0, 1, 2, 3)) {
+        for (const uint8_t second : each<uint8_t>(0, 1, 2, 3)) {
+            for (const uint8_t third : each<uint8_t>(0, 1, 2, 3)) {
+                for (const uint8_t third_tid : each<uint8_t>(6, 7, 5)) {
                     steps.push_back(hostapd({.dir = first}));
                     steps.push_back(hostapd({.tid = 7, .dir = second}));
                     steps.push_back(hostapd({.tid = third_tid, .dir = third, .aux_byte = 9}));
@@ -105,10 +103,10 @@ TEST_F(Differential, BanksAndDirectionsManaged)
 {
     Steps steps{config({.acm = {1, 1, 1, 1}, .limit = {100, 100, 100, 100}, .roam_reserve = 7}),
                 managed(), everyone_is("client_status=41\n")};
-    for (const std::uint8_t first : each<std::uint8_t>(0, 1, 3)) {
-        for (const std::uint8_t second : each<std::uint8_t>(0, 1, 3)) {
-            for (const std::uint8_t third_tid : each<std::uint8_t>(6, 7, 5)) {
-                for (const std::uint8_t result : each<std::uint8_t>(0, 1, 3, 4)) {
+    for (const uint8_t first : each<uint8_t>(0, 1, 3)) {
+        for (const uint8_t second : each<uint8_t>(0, 1, 3)) {
+            for (const uint8_t third_tid : each<uint8_t>(6, 7, 5)) {
+                for (const uint8_t result : each<uint8_t>(0, 1, 3, 4)) {
                     steps.push_back(hostapd({.dir = first}));
                     steps.push_back(mapd({.dir = first}));
                     steps.push_back(hostapd({.tid = 7, .dir = second}));
@@ -127,8 +125,8 @@ TEST_F(Differential, BanksAndDirectionsManaged)
     agree(steps);
 }
 
-/* mapd may turn a stream of the second bank round; a request that replaces both
- * banks then counts it once. */
+// mapd may turn a stream of the second bank round; a request that replaces both
+// banks then counts it once.
 TEST_F(Differential, SecondBankMadeBidirectional)
 {
     agree({config(), managed(), hostapd({}), mapd({}), hostapd({.tid = 7, .dir = 1}),
@@ -160,7 +158,7 @@ TEST_F(Differential, LimitOfStreams)
     RandomWalk walk(1, {});
     Steps steps = walk.crowd();
     steps.push_back(config({.limit = {0, 0, 100, 100}}));
-    for (std::uint8_t number = 1; number < 10; ++number) {
+    for (uint8_t number = 1; number < 10; number++) {
         steps.push_back(hostapd({.sta = sta(number)}));
     }
     steps.insert(steps.end(),

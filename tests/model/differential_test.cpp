@@ -1,7 +1,5 @@
-/*
- * The daemon against the model: every test does the same to both and compares
- * all that can be seen. Each run has surroundings of its own.
- */
+// The daemon against the model: every test does the same to both and compares
+// all that can be seen. Each run has surroundings of its own.
 #include "sim/lib/private_world.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
-/* Configuration from the device manager, and the reports that it asks for. */
+// Configuration from the device manager, and the reports that it asks for.
 #include "daemon.h"
 
 namespace tspec::model {
 
-int Daemon::config_msg_process(const Bytes &msg, std::uint32_t len)
+int Daemon::config_msg_process(const Bytes &msg, uint32_t len)
 {
     const char *name = "tspec_ts_config_msg_process";
     trace(16, "%s:Entry\r\n", name);
@@ -12,16 +12,16 @@ int Daemon::config_msg_process(const Bytes &msg, std::uint32_t len)
               64, static_cast<int>(len));
         return 0;
     }
-    const std::uint8_t radio_if = msg[config_at::radio_if];
+    const uint8_t radio_if = msg[config_at::radio_if];
     if (radio_if == 0 || radio_if > 2) {
         trace(2, "%s:Invalid radio_if parameter: %u\r\n", name, radio_if);
         return -1;
     }
-    const auto low8 = [&](std::size_t offset) {
-        return static_cast<std::uint8_t>(u32_at(msg, offset) & 0xff);
+    const auto low8 = [&](size_t offset) {
+        return static_cast<uint8_t>(u32_at(msg, offset) & 0xff);
     };
-    const auto low16 = [&](std::size_t offset) {
-        return static_cast<std::uint16_t>(u32_at(msg, offset) & 0xffff);
+    const auto low16 = [&](size_t offset) {
+        return static_cast<uint16_t>(u32_at(msg, offset) & 0xffff);
     };
     RadioConfig &config = state_.config[radio_if - 1U];
     config.tspec_enabled = low8(config_at::enabled);
@@ -39,17 +39,17 @@ int Daemon::config_msg_process(const Bytes &msg, std::uint32_t len)
     config.radio_param = low8(config_at::radio_param);
     config.fbt_limit_percent[vi] = low16(config_at::fbt_limit_vi);
     config.fbt_limit_percent[vo] = low16(config_at::fbt_limit_vo);
-    for (const std::uint8_t ac : {vi, vo}) {
+    for (const uint8_t ac : {vi, vo}) {
         config.limit_percent[ac] =
-            static_cast<std::uint16_t>(config.limit_percent[ac] + config.fbt_limit_percent[ac]);
+            static_cast<uint16_t>(config.limit_percent[ac] + config.fbt_limit_percent[ac]);
     }
-    for (const std::uint8_t ac : {vi, vo, be, bk}) {
+    for (const uint8_t ac : {vi, vo, be, bk}) {
         ts_status_update(ac);
     }
     return 0;
 }
 
-int Daemon::violation_interval_process(const Bytes &msg, std::uint32_t len)
+int Daemon::violation_interval_process(const Bytes &msg, uint32_t len)
 {
     const char *name = "tspec_ts_config_violation_interval_process";
     trace(16, "%s:Entry\r\n", name);
@@ -69,7 +69,7 @@ int Daemon::dman_stats_msg(const std::string &command)
     }
     if (command.compare(0, 16, "tspec-radio-wlan") == 0) {
         const int radio = find_radio_string(command);
-        return radio == -1 ? -1 : send_radio_stats(static_cast<std::size_t>(radio));
+        return radio == -1 ? -1 : send_radio_stats(static_cast<size_t>(radio));
     }
     if (command.compare(0, 14, "tspec-vap-wlan") == 0) {
         const int radio = find_radio_string(command);
@@ -80,7 +80,7 @@ int Daemon::dman_stats_msg(const std::string &command)
         if (vap < 0 || vap > 15) {
             return -1;
         }
-        return send_vap_stats(static_cast<std::size_t>(radio), static_cast<std::size_t>(vap));
+        return send_vap_stats(static_cast<size_t>(radio), static_cast<size_t>(vap));
     }
     if (command == "tspec-client-ts-first") {
         cursor_first();
@@ -99,12 +99,12 @@ namespace {
 
 struct Reported {
     const char *key;
-    std::uint8_t ac_idx;
+    uint8_t ac_idx;
 };
 
 const Reported report_order[4] = {{"vo", vo}, {"vi", vi}, {"be", be}, {"bk", bk}};
 
-std::string number_line(const char *prefix, const char *key, const char *field, std::uint32_t value)
+std::string number_line(const char *prefix, const char *key, const char *field, uint32_t value)
 {
     return text("%s-%s-%s=%d\n", prefix, key, field, static_cast<int>(value));
 }
@@ -146,7 +146,7 @@ int Daemon::send_ap_stats()
     return send_stats_text(report, "fill_and_send_ap_tspec_stats", "ap");
 }
 
-int Daemon::send_radio_stats(std::size_t radio)
+int Daemon::send_radio_stats(size_t radio)
 {
     std::string report;
     for (const Reported &ac : report_order) {
@@ -155,7 +155,7 @@ int Daemon::send_radio_stats(std::size_t radio)
     return send_stats_text(report, "fill_and_send_radio_tspec_stats", "radio");
 }
 
-int Daemon::send_vap_stats(std::size_t radio, std::size_t vap)
+int Daemon::send_vap_stats(size_t radio, size_t vap)
 {
     std::string report;
     for (const Reported &ac : report_order) {
@@ -182,7 +182,7 @@ std::optional<std::string> Daemon::client_data_text()
         return std::nullopt;
     }
     const Record &client = *cursor.record;
-    const Entry *entry = rec_ts_find(client, static_cast<std::uint8_t>(cursor.index));
+    const Entry *entry = rec_ts_find(client, static_cast<uint8_t>(cursor.index));
     if (entry == nullptr) {
         return std::nullopt;
     }
@@ -190,7 +190,7 @@ std::optional<std::string> Daemon::client_data_text()
     const unsigned radio = client.radio_unit - 1U;
     const std::string interface =
         client.vap != 0 ? text("wlan%uvap%u", radio, client.vap) : text("wlan%u", radio);
-    const std::uint8_t priority = (entry->stored[element_at::ts_info + 1] >> 3) & 7;
+    const uint8_t priority = (entry->stored[element_at::ts_info + 1] >> 3) & 7;
     return text("station-mac=%02x:%02x:%02x:%02x:%02x:%02x\n", mac[0], mac[1], mac[2], mac[3],
                 mac[4], mac[5]) +
            text("interface=%s\n", interface.c_str()) + text("ts-tid=%d\n", entry->tid) +

@@ -1,4 +1,4 @@
-/* What the wireless driver says about a station. */
+// What the wireless driver says about a station.
 #include "daemon.h"
 
 #include <cstdio>
@@ -7,7 +7,7 @@ namespace tspec::model {
 
 namespace {
 
-std::string interface_name(std::uint8_t radio_unit, std::uint8_t vap)
+std::string interface_name(uint8_t radio_unit, uint8_t vap)
 {
     const int radio_index = radio_unit - 1;
     const std::string name =
@@ -15,23 +15,23 @@ std::string interface_name(std::uint8_t radio_unit, std::uint8_t vap)
     return name.substr(0, 15);
 }
 
-/* The driver overwrites the whole buffer. */
+// The driver overwrites the whole buffer.
 std::string reply_buffer(std::string answer)
 {
     answer.resize(4096, '\0');
     return answer;
 }
 
-/* Only the first "client_status=" line counts, and a line only when a newline
- * ends it; an empty line or one of more than 255 characters ends the reading. */
-std::uint32_t flags_in(const std::string &buffer)
+// Only the first "client_status=" line counts, and a line only when a newline
+// ends it; an empty line or one of more than 255 characters ends the reading.
+uint32_t flags_in(const std::string &buffer)
 {
-    std::size_t at = 0;
+    size_t at = 0;
     for (;;) {
-        std::size_t length = 0;
+        size_t length = 0;
         while (at + length < buffer.size() && length < 255 && buffer[at + length] != '\n' &&
                buffer[at + length] != '\0') {
-            ++length;
+            length++;
         }
         if (length == 0) {
             return 0;
@@ -41,7 +41,7 @@ std::uint32_t flags_in(const std::string &buffer)
         if (at >= buffer.size() || buffer[at] != '\n') {
             return 0;
         }
-        ++at;
+        at++;
         if (line.compare(0, 14, "client_status=") != 0) {
             continue;
         }
@@ -52,8 +52,8 @@ std::uint32_t flags_in(const std::string &buffer)
 
 } // namespace
 
-int Daemon::client_status_flags_get(const Mac &mac, std::uint8_t radio_unit, std::uint8_t vap,
-                                    std::uint32_t &flags)
+int Daemon::client_status_flags_get(const Mac &mac, uint8_t radio_unit, uint8_t vap,
+                                    uint32_t &flags)
 {
     const char *name = "tspec_client_status_flags_get";
     if (radio_unit != 1 && radio_unit != 2) {
@@ -77,18 +77,18 @@ int Daemon::client_status_flags_get(const Mac &mac, std::uint8_t radio_unit, std
     return 0;
 }
 
-bool Daemon::client_is_associated(const Mac &mac, std::uint8_t radio_unit, std::uint8_t vap)
+bool Daemon::client_is_associated(const Mac &mac, uint8_t radio_unit, uint8_t vap)
 {
-    std::uint32_t flags = 0;
+    uint32_t flags = 0;
     return client_status_flags_get(mac, radio_unit, vap, flags) == 0 && (flags & 0x01) != 0;
 }
 
-std::uint8_t Daemon::client_roam_flag_get(const Mac &mac, std::uint8_t radio_unit, std::uint8_t vap)
+uint8_t Daemon::client_roam_flag_get(const Mac &mac, uint8_t radio_unit, uint8_t vap)
 {
     if (!is_managed()) {
         return 0;
     }
-    std::uint32_t flags = 0;
+    uint32_t flags = 0;
     const bool roaming =
         client_status_flags_get(mac, radio_unit, vap, flags) == 0 && (flags & 0x41) == 0x41;
     return roaming ? 1 : 0;

@@ -6,7 +6,7 @@ namespace {
 std::string hex(const Bytes &bytes)
 {
     std::string result;
-    for (const std::uint8_t byte : bytes) {
+    for (const uint8_t byte : bytes) {
         result += text("%02x", byte);
     }
     return result;

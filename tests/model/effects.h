@@ -1,9 +1,6 @@
-/*
- * What the daemon does that others can see, one value for each happening, in
- * the order in which it happens.
- */
-#ifndef TSPEC_MODEL_EFFECTS_H
-#define TSPEC_MODEL_EFFECTS_H
+// What the daemon does that others can see, one value for each happening, in
+// the order in which it happens.
+#pragma once
 
 #include "bytes.h"
 
@@ -13,16 +10,16 @@
 
 namespace tspec::model {
 
-/* A datagram to 127.0.0.1; with an error, one that did not leave. */
+// A datagram to 127.0.0.1; with an error, one that did not leave.
 struct Sent {
-    std::uint16_t source_port;
-    std::uint16_t port;
+    uint16_t source_port;
+    uint16_t port;
     Bytes bytes;
     int error = 0;
     bool operator==(const Sent &) const = default;
 };
 
-/* A datagram from the command-line socket to the operator's tool. */
+// A datagram from the command-line socket to the operator's tool.
 struct SentToTool {
     std::string abstract_name;
     Bytes bytes;
@@ -30,7 +27,7 @@ struct SentToTool {
     bool operator==(const SentToTool &) const = default;
 };
 
-/* One line on the console, prefix and line end included. */
+// One line on the console, prefix and line end included.
 struct ConsoleLine {
     std::string bytes;
     bool operator==(const ConsoleLine &) const = default;
@@ -59,7 +56,7 @@ struct LogClosed {
     bool operator==(const LogClosed &) const = default;
 };
 
-/* A record written to the opened trap pipe; with an error, lost in it. */
+// A record written to the opened trap pipe; with an error, lost in it.
 struct TrapRecord {
     std::string text;
     int error = 0;
@@ -79,12 +76,12 @@ struct ProcFileOpened {
     bool operator==(const ProcFileOpened &) const = default;
 };
 
-/* A descriptor that nothing will ever close. */
+// A descriptor that nothing will ever close.
 struct DescriptorLeaked {
     bool operator==(const DescriptorLeaked &) const = default;
 };
 
-/* The daemon waits and serves nobody. */
+// The daemon waits and serves nobody.
 struct Blocked {
     unsigned seconds;
     bool operator==(const Blocked &) const = default;
@@ -100,10 +97,10 @@ using Effect =
                  TrapRecord, DriverQuery, ProcFileOpened, DescriptorLeaked, Blocked, Ended>;
 using Effects = std::vector<Effect>;
 
-/* One line for people. */
+// One line for people.
 std::string describe(const Effect &effect);
 
-/* The values of one kind, in order. */
+// The values of one kind, in order.
 template <typename Kind>
 std::vector<Kind> only(const Effects &effects)
 {
@@ -117,5 +114,3 @@ std::vector<Kind> only(const Effects &effects)
 }
 
 } // namespace tspec::model
-
-#endif

@@ -19,7 +19,7 @@ FrameAnswer PlainEnvironment::frame_duration(const Bytes &)
     return frame;
 }
 
-int PlainEnvironment::send_error(std::uint16_t port)
+int PlainEnvironment::send_error(uint16_t port)
 {
     switch (port) {
     case hostapd_port:
@@ -46,7 +46,7 @@ bool PlainEnvironment::out_of_memory()
     return memory_exhausted;
 }
 
-Bytes PlainEnvironment::frame_answer_bytes(std::uint32_t microseconds)
+Bytes PlainEnvironment::frame_answer_bytes(uint32_t microseconds)
 {
     Bytes answer(frame_answer_at::size, 0);
     answer[frame_answer_at::marker] = '$';

@@ -1,22 +1,22 @@
-/* Streams that a station brings along from another access point. */
+// Streams that a station brings along from another access point.
 #include "daemon.h"
 
 namespace tspec::model {
 
 namespace {
 
-const std::uint8_t priority_to_ac[8] = {be, bk, bk, be, vi, vi, vo, vo};
+const uint8_t priority_to_ac[8] = {be, bk, bk, be, vi, vi, vo, vo};
 
 } // namespace
 
 int Daemon::fbt_addts_req_process(const Bytes &msg)
 {
     const char *name = "tspec_fbt_addts_req_process";
-    const std::uint8_t ac_idx = priority_to_ac[(msg[hostapd_at::ts_info + 1] & 0x38) >> 3];
-    const std::uint8_t dir = (msg[hostapd_at::ts_info] & 0x60) >> 5;
-    const std::uint8_t tid = msg[hostapd_at::tid];
-    const std::uint8_t radio_unit = msg[hostapd_at::radio_unit];
-    const std::uint8_t vap = msg[hostapd_at::vap];
+    const uint8_t ac_idx = priority_to_ac[(msg[hostapd_at::ts_info + 1] & 0x38) >> 3];
+    const uint8_t dir = (msg[hostapd_at::ts_info] & 0x60) >> 5;
+    const uint8_t tid = msg[hostapd_at::tid];
+    const uint8_t radio_unit = msg[hostapd_at::radio_unit];
+    const uint8_t vap = msg[hostapd_at::vap];
     const Mac sta_mac = mac_at(msg, hostapd_at::sta_mac);
     trace(4, "%s: Ext. AC=%u TID=%u Dir=%u\r\n", name, ac_idx, tid, dir);
     trace(4, "%s:FBT ADDTS Request message\r\n", name);
@@ -41,7 +41,7 @@ int Daemon::fbt_addts_req_process(const Bytes &msg)
               mac_text(sta_mac).c_str());
         return -1;
     }
-    state_.stream_count = static_cast<std::uint16_t>(state_.stream_count + 1);
+    state_.stream_count = static_cast<uint16_t>(state_.stream_count + 1);
     record->peer_addr1 = mac_at(msg, hostapd_at::peer_addr1);
     record->peer_addr2 = mac_at(msg, hostapd_at::peer_addr2);
     record->sta_mac = sta_mac;
@@ -60,11 +60,11 @@ int Daemon::fbt_addts_req_process(const Bytes &msg)
     entry.aux_addr = mac_at(msg, hostapd_at::aux_addr);
     copy_bytes(msg, hostapd_at::tspec, entry.stored, 0, element_at::stored_size);
     ts_status_update(ac_idx);
-    acu_fbt_ts_add(radio_unit, ac_idx, static_cast<std::uint16_t>(entry.booked_time()));
+    acu_fbt_ts_add(radio_unit, ac_idx, static_cast<uint16_t>(entry.booked_time()));
     return 0;
 }
 
-void Daemon::fbt_ts_delete(const Bytes &msg, std::uint8_t ac_idx)
+void Daemon::fbt_ts_delete(const Bytes &msg, uint8_t ac_idx)
 {
     const Mac sta_mac = mac_at(msg, hostapd_at::sta_mac);
     const Record *record = ts_rec_get(sta_mac, ac_idx);

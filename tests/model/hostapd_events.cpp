@@ -1,4 +1,4 @@
-/* DELTS, idle and excessive streams, unauthorised traffic, stations that leave. */
+// DELTS, idle and excessive streams, unauthorised traffic, stations that leave.
 #include "daemon.h"
 
 namespace tspec::model {
@@ -10,15 +10,15 @@ const char *const disassoc_name = "tspec_hostapd_process_sta_disassoc";
 
 } // namespace
 
-/* A stream in one direction releases nothing from the fast-transition account. */
-void Daemon::release_fbt_time(const Entry &entry, std::uint8_t ac_idx)
+// A stream in one direction releases nothing from the fast-transition account.
+void Daemon::release_fbt_time(const Entry &entry, uint8_t ac_idx)
 {
     Record &record = *entry.owner;
     if (record.fbt == 0) {
         return;
     }
-    const std::uint32_t amount = entry.dir == bidirectional ? 2U * entry.medium_time() : 0;
-    acu_fbt_ts_removal(record.radio_unit, ac_idx, static_cast<std::uint16_t>(amount));
+    const uint32_t amount = entry.dir == bidirectional ? 2U * entry.medium_time() : 0;
+    acu_fbt_ts_removal(record.radio_unit, ac_idx, static_cast<uint16_t>(amount));
     record.fbt = 0;
 }
 
@@ -88,7 +88,7 @@ Daemon::Outcome Daemon::ts_exceed_time(const Request &request)
     if (entry == nullptr) {
         return {Next::finish, -1};
     }
-    ++entry->excess_events;
+    entry->excess_events++;
     return {Next::finish, 0};
 }
 
@@ -107,15 +107,15 @@ int Daemon::sta_disassoc(const Bytes &msg)
     const std::string sta = mac_text(sta_mac);
     trace(4, "%s:Entry - for client %s on VAP %s\r\n", disassoc_name, sta.c_str(),
           mac_text(vap_addr).c_str());
-    for (std::uint8_t ac_idx = 0; ac_idx < 4; ++ac_idx) {
+    for (uint8_t ac_idx = 0; ac_idx < 4; ac_idx++) {
         Record *record = ts_rec_get(sta_mac, ac_idx);
         if (record == nullptr || record->peer_addr2 != vap_addr) {
             continue;
         }
         if (!is_managed()) {
-            for (int bank = 0; bank < 2; ++bank) {
+            for (int bank = 0; bank < 2; bank++) {
                 const auto amount =
-                    static_cast<std::uint16_t>(record->entries[bank][ac_idx].booked_time());
+                    static_cast<uint16_t>(record->entries[bank][ac_idx].booked_time());
                 acu_ts_removal(record->radio_unit, ac_idx, amount);
                 if (record->fbt != 0) {
                     acu_fbt_ts_removal(record->radio_unit, ac_idx, amount);

@@ -1,4 +1,4 @@
-/* The common road of every hostapd message, and the ADDTS request. */
+// The common road of every hostapd message, and the ADDTS request.
 #include "daemon.h"
 
 namespace tspec::model {
@@ -6,7 +6,7 @@ namespace tspec::model {
 namespace {
 
 const char *const process_name = "tspec_hostapd_process";
-const std::uint8_t priority_to_ac[8] = {be, bk, bk, be, vi, vi, vo, vo};
+const uint8_t priority_to_ac[8] = {be, bk, bk, be, vi, vi, vo, vo};
 
 } // namespace
 
@@ -16,16 +16,16 @@ int Daemon::hostapd_exit(int result)
     return result;
 }
 
-int Daemon::hostapd_process(const Bytes &msg, std::uint32_t len)
+int Daemon::hostapd_process(const Bytes &msg, uint32_t len)
 {
     trace(4, "%s:Entry\r\n", process_name);
-    const std::uint8_t radio_unit = msg[hostapd_at::radio_unit];
+    const uint8_t radio_unit = msg[hostapd_at::radio_unit];
     if (radio_unit == 0 || radio_unit >= 3) {
         trace(2, "%s:Error in message from hostapd, radio_unit=%u\r\n", process_name, radio_unit);
         return hostapd_exit(-1);
     }
     hex_ver_pkt_print(msg, len);
-    const std::uint8_t cmd = msg[hostapd_at::cmd];
+    const uint8_t cmd = msg[hostapd_at::cmd];
     if (cmd == 8) {
         if (state_.disassoc_mode == 0) {
             sta_disassoc(msg);
@@ -33,13 +33,13 @@ int Daemon::hostapd_process(const Bytes &msg, std::uint32_t len)
         return hostapd_exit(0);
     }
 
-    const std::uint8_t b0 = msg[hostapd_at::ts_info];
-    const std::uint8_t b1 = msg[hostapd_at::ts_info + 1];
-    const std::uint8_t b2 = msg[hostapd_at::ts_info + 2];
-    const std::uint8_t info_tid = (b0 & 0x1e) >> 1;
-    const std::uint8_t dir = (b0 & 0x60) >> 5;
-    const std::uint8_t ac = priority_to_ac[(b1 & 0x38) >> 3];
-    const std::uint8_t tid = msg[hostapd_at::tid];
+    const uint8_t b0 = msg[hostapd_at::ts_info];
+    const uint8_t b1 = msg[hostapd_at::ts_info + 1];
+    const uint8_t b2 = msg[hostapd_at::ts_info + 2];
+    const uint8_t info_tid = (b0 & 0x1e) >> 1;
+    const uint8_t dir = (b0 & 0x60) >> 5;
+    const uint8_t ac = priority_to_ac[(b1 & 0x38) >> 3];
+    const uint8_t tid = msg[hostapd_at::tid];
     const Mac sta_mac = mac_at(msg, hostapd_at::sta_mac);
     trace(4, "%s: Ext. AC=%u TID=%u Dir=%u,tsinfo[0]=%x,tsinfo[1]=%x,tsinfo[2] is %x\r\n",
           process_name, ac, tid, dir, b0, b1, b2);
@@ -117,9 +117,9 @@ Daemon::Outcome Daemon::hostapd_branch(const Request &request, Bytes &out)
     }
 }
 
-/* Bank 0, unless the request is for one direction and either the stream with
- * its TID already runs in that direction, or it is new and bank 0 is taken by
- * a stream in the other direction. */
+// Bank 0, unless the request is for one direction and either the stream with
+// its TID already runs in that direction, or it is new and bank 0 is taken by
+// a stream in the other direction.
 Entry &Daemon::choose_entry(const Request &request, Record &record, Entry *existing)
 {
     Entry &primary = record.entries[0][request.ac_idx];
@@ -165,7 +165,7 @@ Daemon::Outcome Daemon::addts_request(const Request &request, Bytes &out)
         return {Next::leave, -1};
     }
 
-    std::uint16_t medium_time = 0;
+    uint16_t medium_time = 0;
     if (request.needs_medium_time && medium_time_calc(request, medium_time) != 0) {
         trace(4,
               "%s:Failed to calculate ADDTS medium time for TID %u on client %s. "
@@ -193,8 +193,8 @@ Daemon::Outcome Daemon::addts_request(const Request &request, Bytes &out)
     }
 
     Entry &entry = choose_entry(request, *record, existing);
-    std::uint32_t prev = 0;
-    std::uint8_t prev_ac = 0;
+    uint32_t prev = 0;
+    uint8_t prev_ac = 0;
     if (entry.state == entry_pending) {
         trace(2,
               "%s:Received an ADDTS request for client %s on ac %uwhile one is currently "
@@ -214,7 +214,7 @@ Daemon::Outcome Daemon::addts_request(const Request &request, Bytes &out)
         if (state_.stream_count >= max_streams) {
             return refuse_for_number();
         }
-        state_.stream_count = static_cast<std::uint16_t>(state_.stream_count + 1);
+        state_.stream_count = static_cast<uint16_t>(state_.stream_count + 1);
         record->sta_mac = request.sta_mac;
         record->peer_addr1 = mac_at(msg, hostapd_at::peer_addr1);
         record->peer_addr2 = mac_at(msg, hostapd_at::peer_addr2);
@@ -240,14 +240,14 @@ Daemon::Outcome Daemon::addts_request(const Request &request, Bytes &out)
         entry.set_medium_time(medium_time);
     }
 
-    std::array<std::uint8_t, element_at::stored_size> element{};
+    std::array<uint8_t, element_at::stored_size> element{};
     copy_bytes(msg, hostapd_at::tspec, element, 0, element_at::stored_size);
     out[mapd_at::cmd] = 1;
     pack_body(element, out, mapd_at::body);
     copy_bytes(msg, hostapd_at::ts_info, out, mapd_at::ts_info, 3);
     put_u16(out, mapd_at::medium_time, medium_time);
     put_u32(out, mapd_at::wlan_util, 0);
-    put_u16(out, mapd_at::prev_medium_time, static_cast<std::uint16_t>(prev));
+    put_u16(out, mapd_at::prev_medium_time, static_cast<uint16_t>(prev));
     out[mapd_at::prev_ac_index] = prev_ac;
     return {Next::send, 0};
 }

@@ -1,10 +1,10 @@
-/* Rejects and DELTS for hostapd, and the way of a request to whoever decides. */
+// Rejects and DELTS for hostapd, and the way of a request to whoever decides.
 #include "daemon.h"
 
 namespace tspec::model {
 
-void pack_body(const std::array<std::uint8_t, element_at::stored_size> &element, Bytes &msg,
-               std::size_t offset)
+void pack_body(const std::array<uint8_t, element_at::stored_size> &element, Bytes &msg,
+               size_t offset)
 {
     msg[offset] = 0;
     copy_bytes(element, element_at::ts_info, msg, offset + body_at::ts_info, 3);
@@ -14,8 +14,8 @@ void pack_body(const std::array<std::uint8_t, element_at::stored_size> &element,
     copy_bytes(element, element_at::surplus, msg, offset + body_at::surplus, 4);
 }
 
-void unpack_body(const Bytes &msg, std::size_t offset,
-                 std::array<std::uint8_t, element_at::stored_size> &element)
+void unpack_body(const Bytes &msg, size_t offset,
+                 std::array<uint8_t, element_at::stored_size> &element)
 {
     copy_bytes(msg, offset + body_at::ts_info, element, element_at::ts_info, 3);
     copy_bytes(msg, offset + body_at::nominal_msdu_size, element, element_at::nominal_msdu_size, 4);
@@ -24,7 +24,7 @@ void unpack_body(const Bytes &msg, std::size_t offset,
     copy_bytes(msg, offset + body_at::surplus, element, element_at::surplus, 4);
 }
 
-int Daemon::send_addts_reject(const Bytes &request, std::uint8_t ac_idx, std::uint32_t code)
+int Daemon::send_addts_reject(const Bytes &request, uint8_t ac_idx, uint32_t code)
 {
     const char *name = "tspec_build_and_send_hostapd_addts_reject_msg";
     Bytes reply(request.begin(), request.begin() + hostapd_at::size);
@@ -32,8 +32,7 @@ int Daemon::send_addts_reject(const Bytes &request, std::uint8_t ac_idx, std::ui
     reply[hostapd_at::cmd] = 2;
     put_u16(reply, hostapd_at::medium_time, 0);
     put_u32(reply, hostapd_at::result_code, code);
-    ap_statistics_update(ac_idx, mac_at(reply, hostapd_at::sta_mac), 2,
-                         static_cast<std::uint8_t>(code));
+    ap_statistics_update(ac_idx, mac_at(reply, hostapd_at::sta_mac), 2, static_cast<uint8_t>(code));
     if (send_msg(hostapd_port, reply) != 0) {
         trace(4, "%s:Error sending data to hostapd.\n", name);
         return -1;
@@ -42,7 +41,7 @@ int Daemon::send_addts_reject(const Bytes &request, std::uint8_t ac_idx, std::ui
     return 0;
 }
 
-int Daemon::send_hostapd_delts(const Entry &entry, std::size_t radio_index)
+int Daemon::send_hostapd_delts(const Entry &entry, size_t radio_index)
 {
     const Record &record = *entry.owner;
     Bytes msg(hostapd_at::size, 0);
@@ -71,7 +70,7 @@ int Daemon::send_hostapd_delts(const Entry &entry, std::size_t radio_index)
     return 0;
 }
 
-int Daemon::send_mapd_delts(const Entry &entry, std::uint8_t ac_idx)
+int Daemon::send_mapd_delts(const Entry &entry, uint8_t ac_idx)
 {
     const Record &record = *entry.owner;
     Bytes msg(mapd_at::size, 0);
@@ -91,7 +90,7 @@ int Daemon::send_mapd_delts(const Entry &entry, std::uint8_t ac_idx)
     return 0;
 }
 
-int Daemon::send_to_acu(Bytes &msg, std::uint8_t ac_idx, std::uint8_t cmd)
+int Daemon::send_to_acu(Bytes &msg, uint8_t ac_idx, uint8_t cmd)
 {
     if (is_managed()) {
         if (send_msg(mapd_port, msg) != 0) {

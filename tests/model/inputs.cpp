@@ -17,8 +17,8 @@ Bytes HostapdInput::bytes() const
     msg[53] = vap;
     put_mac(msg, 56, sta);
     const unsigned shown_tid = info_tid == 255 ? tid : info_tid;
-    msg[72] = static_cast<std::uint8_t>(((shown_tid & 0xfU) << 1) | ((dir & 3U) << 5) | 0x80U);
-    msg[73] = static_cast<std::uint8_t>((up & 7U) << 3);
+    msg[72] = static_cast<uint8_t>(((shown_tid & 0xfU) << 1) | ((dir & 3U) << 5) | 0x80U);
+    msg[73] = static_cast<uint8_t>((up & 7U) << 3);
     put_u16(msg, 76, nominal);
     put_u32(msg, 104, mean_rate);
     put_u32(msg, 120, min_phy);
@@ -38,8 +38,8 @@ Bytes MapdInput::bytes() const
     put_mac(msg, 14, sta);
     msg[20] = radio_unit;
     msg[53] = ac_idx;
-    msg[57] = static_cast<std::uint8_t>(((tid & 0xfU) << 1) | ((dir & 3U) << 5) | 0x80U);
-    msg[58] = static_cast<std::uint8_t>((up & 7U) << 3);
+    msg[57] = static_cast<uint8_t>(((tid & 0xfU) << 1) | ((dir & 3U) << 5) | 0x80U);
+    msg[58] = static_cast<uint8_t>((up & 7U) << 3);
     put_u16(msg, 110, medium_time);
     msg[119] = result;
     return msg;
@@ -68,7 +68,7 @@ Bytes ConfigInput::bytes() const
     return msg;
 }
 
-Bytes interval_input(std::uint32_t seconds)
+Bytes interval_input(uint32_t seconds)
 {
     Bytes msg(8, 0);
     msg[0] = 5;
@@ -76,7 +76,7 @@ Bytes interval_input(std::uint32_t seconds)
     return msg;
 }
 
-Bytes ap_state_input(std::uint8_t managed_mode)
+Bytes ap_state_input(uint8_t managed_mode)
 {
     return {6, 1, managed_mode};
 }
@@ -89,14 +89,14 @@ Bytes status_request_input(const std::string &command)
     return msg;
 }
 
-Bytes cli_debug_input(const std::vector<std::uint8_t> &levels)
+Bytes cli_debug_input(const std::vector<uint8_t> &levels)
 {
-    Bytes msg{2, static_cast<std::uint8_t>(levels.size())};
+    Bytes msg{2, static_cast<uint8_t>(levels.size())};
     msg.insert(msg.end(), levels.begin(), levels.end());
     return msg;
 }
 
-Bytes cli_mac_input(std::uint8_t code, const Mac &mac, std::uint8_t tid)
+Bytes cli_mac_input(uint8_t code, const Mac &mac, uint8_t tid)
 {
     Bytes msg{code};
     msg.insert(msg.end(), mac.begin(), mac.end());

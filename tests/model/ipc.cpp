@@ -1,4 +1,4 @@
-/* Datagrams to the peers, and the one exchange that waits for an answer. */
+// Datagrams to the peers, and the one exchange that waits for an answer.
 #include "daemon.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 
 namespace tspec::model {
 
-int Daemon::send_msg(std::uint16_t port, const Bytes &bytes)
+int Daemon::send_msg(uint16_t port, const Bytes &bytes)
 {
     const int error = environment_.send_error(port);
     emit(Sent{own_port, port, bytes, error});
@@ -51,7 +51,7 @@ int Daemon::send_receive_frame_duration(const Bytes &query, Bytes &answer)
     }
     int received = -1;
     if (reaction.kind == FrameAnswer::Kind::answer) {
-        const std::size_t length = std::min(reaction.bytes.size(), answer.size());
+        const size_t length = std::min(reaction.bytes.size(), answer.size());
         std::copy_n(reaction.bytes.begin(), length, answer.begin());
         received = static_cast<int>(length);
     }
@@ -63,7 +63,7 @@ int Daemon::send_receive_frame_duration(const Bytes &query, Bytes &answer)
 
 int find_radio_string(const std::string &name)
 {
-    const std::size_t at = name.find("wlan");
+    const size_t at = name.find("wlan");
     if (at == std::string::npos) {
         return -1;
     }
@@ -76,11 +76,11 @@ int find_radio_string(const std::string &name)
 
 int find_vap_string(const std::string &name)
 {
-    const std::size_t radio = name.find("wlan");
+    const size_t radio = name.find("wlan");
     if (radio == std::string::npos) {
         return 0;
     }
-    const std::size_t vap = name.find("vap", radio);
+    const size_t vap = name.find("vap", radio);
     if (vap == std::string::npos) {
         return 0;
     }

@@ -1,12 +1,11 @@
 #include "lockstep.h"
 
 #include "observed.h"
-#include "world.h"
-
 #include "sim/lib/access_point.h"
 #include "sim/lib/driver.h"
 #include "sim/lib/peers.h"
 #include "sim/lib/probe.h"
+#include "world.h"
 
 #include <sys/socket.h>
 
@@ -18,7 +17,7 @@ using model::text;
 
 namespace {
 
-constexpr std::uint32_t start_seconds = 1'700'000'000;
+constexpr uint32_t start_seconds = 1'700'000'000;
 
 } // namespace
 
@@ -59,16 +58,16 @@ class Lockstep::Both {
     {
         for (const Effect &effect : expected) {
             if (std::holds_alternative<model::DescriptorLeaked>(effect)) {
-                ++descriptors;
+                descriptors++;
             }
             if (std::holds_alternative<model::ConsoleLine>(effect) && !console_open) {
                 console_open = true;
-                ++descriptors;
+                descriptors++;
             }
         }
         const Effects wanted = reported(expected);
         Effects actual = effects_of(ap.settle());
-        for (std::size_t i = 0; i < actual.size() && i < wanted.size(); ++i) {
+        for (size_t i = 0; i < actual.size() && i < wanted.size(); i++) {
             actual[i] = without_unknown_errno(actual[i], wanted[i]);
         }
         if (wanted != actual) {
@@ -79,9 +78,8 @@ class Lockstep::Both {
         }
         const auto now =
             std::chrono::duration_cast<std::chrono::seconds>(ap.now().time_since_epoch()).count();
-        if (static_cast<std::uint32_t>(now) != daemon.time()) {
-            return text("    time is %u, expected %u\n", static_cast<std::uint32_t>(now),
-                        daemon.time());
+        if (static_cast<uint32_t>(now) != daemon.time()) {
+            return text("    time is %u, expected %u\n", static_cast<uint32_t>(now), daemon.time());
         }
         return std::nullopt;
     }
@@ -93,8 +91,8 @@ class Lockstep::Both {
             ap.pause();
         }
         if (deliver.udp) {
-            /* From a port of its own: a passing one might be the port that the
-             * daemon needs for its frame-duration query. */
+            // From a port of its own: a passing one might be the port that the
+            // daemon needs for its frame-duration query.
             if (ap.hostapd().is_on() || !ap.mapd().is_on()) {
                 ap.hostapd().send(*deliver.udp);
             } else {
@@ -123,7 +121,7 @@ class Lockstep::Both {
     void apply(const Advance &advance)
     {
         ap.advance(std::chrono::seconds(advance.seconds));
-        for (unsigned i = 0; i < advance.seconds; ++i) {
+        for (unsigned i = 0; i < advance.seconds; i++) {
             daemon.set_time(daemon.time() + 1);
             const Effects turn = daemon.timeout();
             expected.insert(expected.end(), turn.begin(), turn.end());
@@ -132,7 +130,7 @@ class Lockstep::Both {
     void apply(const StepClock &step)
     {
         ap.step_clock(std::chrono::seconds(step.seconds));
-        daemon.set_time(daemon.time() + static_cast<std::uint32_t>(step.seconds));
+        daemon.set_time(daemon.time() + static_cast<uint32_t>(step.seconds));
     }
     void apply(const StationIs &station)
     {
@@ -261,7 +259,7 @@ class Lockstep::Both {
     model::Daemon daemon;
     sim::AccessPoint ap;
     Effects expected;
-    std::size_t descriptors = 0;
+    size_t descriptors = 0;
     bool console_open = false;
 };
 
@@ -316,7 +314,7 @@ int Lockstep::pid() const
     return both_->ap.pid();
 }
 
-std::size_t Lockstep::descriptors() const
+size_t Lockstep::descriptors() const
 {
     return both_->descriptors;
 }
@@ -356,7 +354,7 @@ const Effects &Lockstep::last_effects() const
 std::optional<Failure> run(const Steps &steps, const Start &start)
 {
     Lockstep lockstep(start);
-    for (std::size_t i = 0; i < steps.size(); ++i) {
+    for (size_t i = 0; i < steps.size(); i++) {
         if (const auto report = lockstep.play(steps[i])) {
             return Failure{i, *report};
         }
@@ -377,12 +375,12 @@ Steps minimise(Steps steps, const Start &start, unsigned tries)
     } else {
         return steps;
     }
-    for (std::size_t chunk = steps.size() / 2; chunk >= 1; chunk /= 2) {
-        for (std::size_t at = 0; at + chunk <= steps.size() && tries > 0;) {
+    for (size_t chunk = steps.size() / 2; chunk >= 1; chunk /= 2) {
+        for (size_t at = 0; at + chunk <= steps.size() && tries > 0;) {
             Steps fewer = steps;
-            fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(at),
-                        fewer.begin() + static_cast<std::ptrdiff_t>(at + chunk));
-            --tries;
+            fewer.erase(fewer.begin() + static_cast<ptrdiff_t>(at),
+                        fewer.begin() + static_cast<ptrdiff_t>(at + chunk));
+            tries--;
             if (const auto failure = fewer.empty() ? std::nullopt : run(fewer, start)) {
                 fewer.resize(failure->index + 1);
                 steps = fewer;

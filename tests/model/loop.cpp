@@ -1,4 +1,4 @@
-/* One turn: serve what is ready, in the fixed order, then the periodic work. */
+// One turn: serve what is ready, in the fixed order, then the periodic work.
 #include "daemon.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ Daemon::Daemon(Environment &environment, const Settings &settings)
     state_.last_violation_report = settings.time;
 }
 
-void Daemon::set_time(std::uint32_t seconds)
+void Daemon::set_time(uint32_t seconds)
 {
     time_ = seconds;
 }
@@ -90,17 +90,17 @@ void Daemon::serve(const Ready &ready)
     }
 }
 
-/* The buffer keeps what earlier, longer datagrams left behind the new one. */
-std::uint32_t Daemon::receive(const Bytes &datagram)
+// The buffer keeps what earlier, longer datagrams left behind the new one.
+uint32_t Daemon::receive(const Bytes &datagram)
 {
-    const std::size_t length = std::min(datagram.size(), receive_buffer_size);
+    const size_t length = std::min(datagram.size(), receive_buffer_size);
     std::copy_n(datagram.begin(), length, state_.receive_buffer.begin());
-    return static_cast<std::uint32_t>(length);
+    return static_cast<uint32_t>(length);
 }
 
 void Daemon::serve_udp(const Bytes &datagram)
 {
-    const std::uint32_t length = receive(datagram);
+    const uint32_t length = receive(datagram);
     if (process_msg(state_.receive_buffer, length) != 0) {
         trace(2, "%s:Processing of TSPEC MSG failed\r\n", "tspec_main_loop");
     }
@@ -108,7 +108,7 @@ void Daemon::serve_udp(const Bytes &datagram)
 
 void Daemon::serve_dman(const Bytes &datagram)
 {
-    const std::uint32_t length = receive(datagram);
+    const uint32_t length = receive(datagram);
     if (length < 1) {
         trace(2, "%s:Error reading from dman socket,errno is %s\r\n", "tspec_main_loop",
               unknown_errno);
@@ -121,7 +121,7 @@ void Daemon::serve_dman(const Bytes &datagram)
 
 void Daemon::serve_cli(const Bytes &datagram)
 {
-    std::array<std::uint8_t, cli_buffer_size> buffer{};
+    std::array<uint8_t, cli_buffer_size> buffer{};
     if (datagram.empty()) {
         trace(2, "%s:Error reading from cli socket\r\n", "tspec_main_loop");
         return;
@@ -136,8 +136,8 @@ void Daemon::periodic_work()
         mapd_status_update_msg_send();
         return;
     }
-    const std::uint32_t now = time_;
-    const std::uint32_t elapsed = now - state_.last_violation_report;
+    const uint32_t now = time_;
+    const uint32_t elapsed = now - state_.last_violation_report;
     if (state_.violation_interval == 0 || elapsed < state_.violation_interval) {
         return;
     }
@@ -152,12 +152,12 @@ bool Daemon::is_managed() const
     return state_.ap_state == 2;
 }
 
-int Daemon::process_msg(const Bytes &msg, std::uint32_t len)
+int Daemon::process_msg(const Bytes &msg, uint32_t len)
 {
     const char *name = "tspec_process_msg";
     trace(64, "%s:Entry\r\n", name);
-    const std::uint8_t type = msg[0];
-    const std::uint8_t cmd = msg[1];
+    const uint8_t type = msg[0];
+    const uint8_t cmd = msg[1];
     int result = 0;
     switch (type) {
     case 1:
@@ -170,7 +170,7 @@ int Daemon::process_msg(const Bytes &msg, std::uint32_t len)
     case 2: {
         trace(64, "%s:TSPEC status request from dman module\r\n", name);
         std::string command;
-        for (std::uint32_t i = 1; i < len && msg[i] != 0; ++i) {
+        for (uint32_t i = 1; i < len && msg[i] != 0; i++) {
             command += static_cast<char>(msg[i]);
         }
         if (dman_stats_msg(command) != 0) {

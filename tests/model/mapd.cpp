@@ -1,4 +1,4 @@
-/* Admission responses and deletions, and the streams that they supersede. */
+// Admission responses and deletions, and the streams that they supersede.
 #include "daemon.h"
 
 namespace tspec::model {
@@ -9,10 +9,10 @@ const char *const process_name = "tspec_mapd_process";
 const char *const removal_name = "tspec_mapd_old_ts_removal";
 const char *const cleanup_name = "tspec_old_ts_cleanup";
 
-constexpr std::uint32_t tell_hostapd = 0x1;
-constexpr std::uint32_t tell_mapd_without_time = 0x2;
-constexpr std::uint32_t tell_mapd_with_time = 0x4;
-constexpr std::uint32_t delete_entry = 0x8;
+constexpr uint32_t tell_hostapd = 0x1;
+constexpr uint32_t tell_mapd_without_time = 0x2;
+constexpr uint32_t tell_mapd_with_time = 0x4;
+constexpr uint32_t delete_entry = 0x8;
 
 void pending_reset(Entry &entry)
 {
@@ -24,7 +24,7 @@ void pending_reset(Entry &entry)
 
 } // namespace
 
-int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
+int Daemon::mapd_process(const Bytes &msg, uint32_t len)
 {
     trace(8, "%s:Entry\r\n", process_name);
     if (msg[mapd_at::msg_type] != 4) {
@@ -36,19 +36,19 @@ int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
               120, static_cast<int>(len));
         return -1;
     }
-    const std::uint8_t radio_unit = msg[mapd_at::radio_unit];
+    const uint8_t radio_unit = msg[mapd_at::radio_unit];
     if (radio_unit == 0 || radio_unit > 2) {
         trace(2, "%s:Error in message from MAPD, radio_unit=%u\r\n", process_name, radio_unit);
         return -1;
     }
     const Mac sta_mac = mac_at(msg, mapd_at::sta_mac);
     const std::string sta = mac_text(sta_mac);
-    const std::uint8_t cmd = msg[mapd_at::cmd];
-    const std::uint8_t ac = msg[mapd_at::ac_idx];
-    const std::uint8_t tid = (msg[mapd_at::ts_info] & 0x1e) >> 1;
-    const std::uint8_t dir = (msg[mapd_at::ts_info] & 0x60) >> 5;
+    const uint8_t cmd = msg[mapd_at::cmd];
+    const uint8_t ac = msg[mapd_at::ac_idx];
+    const uint8_t tid = (msg[mapd_at::ts_info] & 0x1e) >> 1;
+    const uint8_t dir = (msg[mapd_at::ts_info] & 0x60) >> 5;
     trace(8, "%s: Client=%s AC=%u TID=%u Dir=%u\r\n", process_name, sta.c_str(), ac, tid, dir);
-    const std::uint8_t ac_idx = ac < 4 ? ac : 4;
+    const uint8_t ac_idx = ac < 4 ? ac : 4;
     if (ac_idx >= 4) {
         trace(2, "%s:Invalid AC %u (mapped to ac_idx %u)\r\n", process_name, ac, ac_idx);
         return -1;
@@ -83,7 +83,7 @@ int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
     put_u32(reply, hostapd_at::inactivity_timeout, entry->inactivity_timeout);
     reply[hostapd_at::tid] = entry->tid;
 
-    std::uint8_t result_code = 3;
+    uint8_t result_code = 3;
     bool to_delete = false;
     if (cmd == 2) {
         result_code = msg[mapd_at::result_code];
@@ -141,10 +141,10 @@ int Daemon::mapd_process(const Bytes &msg, std::uint32_t len)
     return result;
 }
 
-void Daemon::admit(Entry &entry, const Bytes &msg, std::uint8_t ac_idx, Bytes &reply)
+void Daemon::admit(Entry &entry, const Bytes &msg, uint8_t ac_idx, Bytes &reply)
 {
-    const std::uint8_t tid = (msg[mapd_at::ts_info] & 0x1e) >> 1;
-    const std::uint8_t dir = (msg[mapd_at::ts_info] & 0x60) >> 5;
+    const uint8_t tid = (msg[mapd_at::ts_info] & 0x1e) >> 1;
+    const uint8_t dir = (msg[mapd_at::ts_info] & 0x60) >> 5;
     trace(8, "%s:TS Admitted for AC %u TID %u Dir %u, med_time=%u\r\n", process_name,
           msg[mapd_at::ac_idx], tid, dir, u16_at(msg, mapd_at::medium_time));
     entry.aux_byte = entry.pend_aux_byte;
@@ -161,18 +161,18 @@ void Daemon::admit(Entry &entry, const Bytes &msg, std::uint8_t ac_idx, Bytes &r
     ts_status_update(ac_idx);
 }
 
-int Daemon::mapd_old_ts_removal(Record &client, std::uint8_t ac_new, std::uint8_t tid_new)
+int Daemon::mapd_old_ts_removal(Record &client, uint8_t ac_new, uint8_t tid_new)
 {
     if (ac_new >= 4 || tid_new >= 8) {
         return -1;
     }
-    for (std::uint8_t ac = 0; ac < 4; ++ac) {
-        for (unsigned bank = 0; bank < 2; ++bank) {
+    for (uint8_t ac = 0; ac < 4; ac++) {
+        for (unsigned bank = 0; bank < 2; bank++) {
             Entry &entry = client.entries[bank][ac];
             if (entry.state != entry_admitted) {
                 continue;
             }
-            std::uint32_t flags = 0;
+            uint32_t flags = 0;
             trace(64,
                   "%s: ts_type=%u, ac=%u, ac_new=%u, state=%u, prev_tid=%u, pend_tid=%u, "
                   "tid_new=%u, prev_dir=%u, pend_dir=%u\r\n",
@@ -207,15 +207,15 @@ int Daemon::mapd_old_ts_removal(Record &client, std::uint8_t ac_new, std::uint8_
     return 0;
 }
 
-int Daemon::old_ts_cleanup(Entry &entry, std::uint32_t flags)
+int Daemon::old_ts_cleanup(Entry &entry, uint32_t flags)
 {
     if (entry.owner == nullptr) {
         return -1;
     }
-    const std::uint8_t ac = entry.ac_idx;
-    const std::uint8_t tid = entry.tid;
+    const uint8_t ac = entry.ac_idx;
+    const uint8_t tid = entry.tid;
     const Mac sta_mac = entry.owner->sta_mac;
-    const std::size_t radio_index = entry.owner->radio_unit - 1U;
+    const size_t radio_index = entry.owner->radio_unit - 1U;
     int result = 0;
     trace(8, "%s:Removing AC=%u TID=%u Dir=%u for client %s, med_time=%u flags=0x%x\r\n",
           cleanup_name, ac, tid, entry.dir, mac_text(sta_mac).c_str(), entry.medium_time(), flags);

@@ -1,4 +1,4 @@
-/* The model against figures worked out by hand: the operator's commands. */
+// The model against figures worked out by hand: the operator's commands.
 #include "model_fixture.h"
 
 namespace tspec::model {

@@ -1,4 +1,4 @@
-/* The model against figures worked out by hand: configuration and reports. */
+// The model against figures worked out by hand: configuration and reports.
 #include "model_fixture.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@ TEST_F(ModelTest, ConfigurationLandsWhereItBelongs)
     EXPECT_THAT(config.limit_percent, ElementsAre(1, 2, 10, 50));
     EXPECT_THAT(config.fbt_limit_percent, ElementsAre(0, 0, 7, 10));
     EXPECT_EQ(config.dl_inactivity_timeout, 5000000U);
-    EXPECT_EQ(config.ul_inactivity_timeout, 32704U); /* 4295000000 - 2^32 */
+    EXPECT_EQ(config.ul_inactivity_timeout, 32704U); // 4295000000 - 2^32
 }
 
 TEST_F(ModelTest, FreshAccessPointReportsZeros)

@@ -1,4 +1,4 @@
-/* The model against figures worked out by hand: streams after their admission. */
+// The model against figures worked out by hand: streams after their admission.
 #include "model_fixture.h"
 
 namespace tspec::model {

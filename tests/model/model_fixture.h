@@ -1,20 +1,16 @@
-/*
- * A model in a quiet world, and short ways to talk to it and to read what it
- * did.
- */
-#ifndef TSPEC_MODEL_MODEL_FIXTURE_H
-#define TSPEC_MODEL_MODEL_FIXTURE_H
+// A model in a quiet world, and short ways to talk to it and to read what it
+// did.
+#pragma once
 
 #include "daemon.h"
 #include "inputs.h"
 
 #include <cerrno>
 #include <csignal>
-#include <string>
-#include <vector>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 namespace tspec::model {
 
@@ -23,25 +19,21 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
-inline Mac sta(std::uint8_t number)
+inline Mac sta(uint8_t number)
 {
     return Mac{0x02, 0, 0, 0, 0, number};
 }
 
 inline Mac distinct_sta(unsigned number)
 {
-    return Mac{
-        0x02, 0, 0, 1, static_cast<std::uint8_t>(number >> 8), static_cast<std::uint8_t>(number)};
+    return Mac{0x02, 0, 0, 1, static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number)};
 }
 
 class ModelTest : public ::testing::Test {
   protected:
     void configure(const ConfigInput &config = {}) { daemon.dman(config.bytes()); }
-    void manage(std::uint8_t mode = 1) { daemon.udp(ap_state_input(mode)); }
-    void trace_levels(const std::vector<std::uint8_t> &levels)
-    {
-        daemon.cli(cli_debug_input(levels));
-    }
+    void manage(uint8_t mode = 1) { daemon.udp(ap_state_input(mode)); }
+    void trace_levels(const std::vector<uint8_t> &levels) { daemon.cli(cli_debug_input(levels)); }
     Effects request(const HostapdInput &input) { return daemon.udp(input.bytes()); }
 
     std::vector<std::string> lines(const Effects &effects)
@@ -55,7 +47,7 @@ class ModelTest : public ::testing::Test {
         return texts;
     }
 
-    std::vector<Sent> sent_to(const Effects &effects, std::uint16_t port)
+    std::vector<Sent> sent_to(const Effects &effects, uint16_t port)
     {
         std::vector<Sent> found;
         for (const Sent &sent : only<Sent>(effects)) {
@@ -75,7 +67,7 @@ class ModelTest : public ::testing::Test {
         return {replies[0].bytes.begin(), replies[0].bytes.end()};
     }
 
-    unsigned admitted(std::size_t radio, std::uint8_t ac) const
+    unsigned admitted(size_t radio, uint8_t ac) const
     {
         return daemon.state().admitted_med_time[radio][ac];
     }
@@ -85,5 +77,3 @@ class ModelTest : public ::testing::Test {
 };
 
 } // namespace tspec::model
-
-#endif

@@ -1,4 +1,4 @@
-/* The model against figures worked out by hand: reading, reporting, the driver. */
+// The model against figures worked out by hand: reading, reporting, the driver.
 #include "model_fixture.h"
 
 #include <numeric>
@@ -10,7 +10,7 @@ namespace {
 TEST_F(ModelTest, ShortMessagesReadWhatEarlierOnesLeft)
 {
     request({.sta = sta(3)});
-    daemon.udp({3, 6}); /* exceed time, the rest stale */
+    daemon.udp({3, 6}); // exceed time, the rest stale
     EXPECT_EQ(daemon.state().clients.front().entries[0][vo].excess_events, 1U);
     trace_levels({2});
     daemon.udp({});
@@ -21,7 +21,7 @@ TEST_F(ModelTest, UnknownTypeIsDumped)
 {
     trace_levels({1, 2});
     Bytes msg(17);
-    std::iota(msg.begin(), msg.end(), std::uint8_t{0});
+    std::iota(msg.begin(), msg.end(), uint8_t{0});
     msg[0] = 7;
     msg[16] = 0xab;
     EXPECT_THAT(lines(daemon.udp(msg)),
@@ -57,12 +57,12 @@ TEST_F(ModelTest, ExcessIsReportedAtEveryInterval)
     world.trap = {0, 0};
     const Mac mac{0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
     request({.cmd = 9, .sta = mac, .dir = bidirectional, .medium_time = 1000});
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 3; i++) {
         request({.cmd = 6, .sta = mac});
     }
     daemon.set_time(1299);
     EXPECT_THAT(daemon.timeout(), IsEmpty());
-    for (const std::uint32_t now : {1300U, 1600U}) {
+    for (const uint32_t now : {1300U, 1600U}) {
         daemon.set_time(now);
         const Effects effects = daemon.timeout();
         EXPECT_THAT(only<LogLine>(effects),

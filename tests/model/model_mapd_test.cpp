@@ -1,4 +1,4 @@
-/* The model against figures worked out by hand: mapd and the status it gets. */
+// The model against figures worked out by hand: mapd and the status it gets.
 #include "model_fixture.h"
 
 namespace tspec::model {
@@ -10,7 +10,7 @@ TEST_F(ModelTest, ResponseOfWrongLengthIsRefused)
     manage();
     request({});
     trace_levels({2});
-    for (const std::size_t length : {119U, 121U}) {
+    for (const size_t length : {119U, 121U}) {
         Bytes msg = MapdInput{}.bytes();
         msg.resize(length);
         EXPECT_THAT(lines(daemon.udp(msg)).front(),
@@ -21,9 +21,9 @@ TEST_F(ModelTest, ResponseOfWrongLengthIsRefused)
 TEST_F(ModelTest, ResultCodesDecide)
 {
     struct Case {
-        std::uint8_t result;
+        uint8_t result;
         bool stays;
-        std::size_t replies;
+        size_t replies;
     };
     for (const Case &one : {Case{0, true, 1}, Case{1, false, 1}, Case{3, false, 1},
                             Case{4, false, 0}, Case{255, false, 0}}) {
@@ -78,8 +78,8 @@ TEST_F(ModelTest, LostReplyRemovesTheStreamWithoutNewSnapshot)
     EXPECT_EQ(daemon.state().ac_stats[vo].num_active, 1U);
 }
 
-/* Everybody is told, but the deletion looks the TID up from best effort on, meets the new
- * stream first, and leaves both. */
+// Everybody is told, but the deletion looks the TID up from best effort on, meets the new
+// stream first, and leaves both.
 TEST_F(ModelTest, MovedTidIsWithdrawnFromItsOldCategory)
 {
     manage();

@@ -1,4 +1,4 @@
-/* The model against figures worked out by hand: requests. */
+// The model against figures worked out by hand: requests.
 #include "model_fixture.h"
 
 namespace tspec::model {
@@ -43,7 +43,7 @@ TEST_F(ModelTest, FrameDurationQueryIsLaidOut)
 }
 
 struct Allowance {
-    std::uint16_t surplus;
+    uint16_t surplus;
     unsigned medium_time;
 };
 
@@ -66,7 +66,7 @@ TEST_F(ModelTest, MediumTimeSaturatesButTraceDoesNot)
     configure({.limit = {0, 0, 0, 209}});
     trace_levels({1});
     world.frame.bytes = PlainEnvironment::frame_answer_bytes(50000);
-    /* 50 packets of 50 ms: 2500000 us, 78125 units */
+    // 50 packets of 50 ms: 2500000 us, 78125 units
     EXPECT_THAT(lines(request({})),
                 ::testing::Contains("MED_CALC: nom_msdu=208 mean_dr=83200 min_phy=6000000 pps=50 "
                                     "dur=50000 med_time=78125 med_time_result=65535\r\n"));
@@ -86,10 +86,10 @@ TEST_F(ModelTest, NominalSizeOfZeroIsHarmlessWhereNothingIsMandatory)
 
 TEST_F(ModelTest, LimitIsReachedExactlyAndNotPassed)
 {
-    configure({.limit = {0, 0, 0, 2}}); /* 625 units */
+    configure({.limit = {0, 0, 0, 2}}); // 625 units
     request({});
     EXPECT_EQ(admitted(0, vo), 625U);
-    world.frame.bytes = PlainEnvironment::frame_answer_bytes(1); /* 50 us: one unit */
+    world.frame.bytes = PlainEnvironment::frame_answer_bytes(1); // 50 us: one unit
     const auto replies = sent_to(request({.sta = sta(2)}), 57773);
     ASSERT_THAT(replies, SizeIs(1));
     EXPECT_EQ(u32_at(replies[0].bytes, 132), 3U);
@@ -100,7 +100,7 @@ TEST_F(ModelTest, LimitIsReachedExactlyAndNotPassed)
 
 TEST_F(ModelTest, FastTransitionReserveMayMakeLimitNegative)
 {
-    /* 65535 wraps the sum of voice limit and share to 9: limit 2812, reserve far above */
+    // 65535 wraps the sum of voice limit and share to 9: limit 2812, reserve far above
     configure({.acm = {0, 0, 0, 0}, .limit = {0, 0, 0, 0}, .fbt_vo = 10});
     daemon.dman([] {
         ConfigInput config{.acm = {0, 0, 0, 0}, .limit = {0, 0, 0, 65530}, .fbt_vo = 10};
@@ -145,7 +145,7 @@ TEST_F(ModelTest, UnassociatedStationIsIgnored)
 TEST_F(ModelTest, RadioUnitIsCheckedFirst)
 {
     trace_levels({2, 3});
-    for (const std::uint8_t unit : {std::uint8_t{0}, std::uint8_t{3}}) {
+    for (const uint8_t unit : {uint8_t{0}, uint8_t{3}}) {
         const auto shown = lines(request({.radio_unit = unit}));
         EXPECT_THAT(shown,
                     ElementsAre("tspec_process_msg:TSPEC message from hostapd module, cmd=1\r\n",
@@ -190,7 +190,7 @@ TEST_F(ModelTest, TwoDirectionsShareACategory)
 
 TEST_F(ModelTest, The513thStreamIsRefused)
 {
-    for (unsigned i = 0; i < 512; ++i) {
+    for (unsigned i = 0; i < 512; i++) {
         request({.sta = distinct_sta(i)});
     }
     EXPECT_EQ(daemon.state().stream_count, 512);
@@ -276,7 +276,7 @@ TEST_F(ModelTest, ShortFrameAnswerIsFilledUpWithZeros)
     configure();
     world.frame.bytes = {0x24, 0, 0, 0, 0x90};
     request({});
-    EXPECT_EQ(admitted(0, vo), 225U); /* 144 us x 50 / 32 */
+    EXPECT_EQ(admitted(0, vo), 225U); // 144 us x 50 / 32
 }
 
 TEST(Conversion, PercentWrapsAt16Bits)

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <optional>
 #include <regex>
-
 #include <syslog.h>
 
 namespace tspec::lockstep {
@@ -57,7 +56,7 @@ std::optional<Effect> effect_of(const sim::Event &event)
     }
     case sim::Kind::trap:
         if (event.data.empty() && event.error != 0) {
-            return std::nullopt; /* the pipe could not even be opened */
+            return std::nullopt; // the pipe could not even be opened
         }
         return model::TrapRecord{event.text(), event.error};
     case sim::Kind::driver_query: {
@@ -79,7 +78,7 @@ std::optional<Effect> effect_of(const sim::Event &event)
     }
 }
 
-/* Error output may come in any number of pieces. */
+// Error output may come in any number of pieces.
 void append(Effects &effects, const Effect &effect)
 {
     const auto *piece = std::get_if<model::StandardError>(&effect);
@@ -107,7 +106,7 @@ std::string byte_differences(const Effect &expected, const Effect &actual)
         return "";
     }
     std::string result;
-    for (std::size_t i = 0; i < std::max(wanted->bytes.size(), got->bytes.size()); ++i) {
+    for (size_t i = 0; i < std::max(wanted->bytes.size(), got->bytes.size()); i++) {
         const auto shown = [i](const Bytes &bytes) {
             return i < bytes.size() ? text("%02x", bytes[i]) : std::string("--");
         };
@@ -158,21 +157,21 @@ Effect without_unknown_errno(Effect actual, const Effect &expected)
 
 std::string difference(const Effects &expected, const Effects &actual)
 {
-    std::size_t same = 0;
+    size_t same = 0;
     while (same < expected.size() && same < actual.size() && expected[same] == actual[same]) {
-        ++same;
+        same++;
     }
     std::string result;
-    for (std::size_t i = 0; i < same; ++i) {
+    for (size_t i = 0; i < same; i++) {
         result += "    both      " + model::describe(expected[i]) + "\n";
     }
     if (same < expected.size() && same < actual.size()) {
         result += byte_differences(expected[same], actual[same]);
     }
-    for (std::size_t i = same; i < expected.size(); ++i) {
+    for (size_t i = same; i < expected.size(); i++) {
         result += "    expected  " + model::describe(expected[i]) + "\n";
     }
-    for (std::size_t i = same; i < actual.size(); ++i) {
+    for (size_t i = same; i < actual.size(); i++) {
         result += "    actual    " + model::describe(actual[i]) + "\n";
     }
     return result;

@@ -13,36 +13,31 @@ namespace {
 
 Mac crowd_station(unsigned number)
 {
-    return Mac{0x02,
-               0xcc,
-               0,
-               0,
-               static_cast<std::uint8_t>(number >> 8),
-               static_cast<std::uint8_t>(number)};
+    return Mac{0x02, 0xcc, 0, 0, static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number)};
 }
 
 } // namespace
 
 Mac RandomWalk::station()
 {
-    return Mac{0x02, 0, 0, 0, 0, static_cast<std::uint8_t>(1 + below(profile_.stations))};
+    return Mac{0x02, 0, 0, 0, 0, static_cast<uint8_t>(1 + below(profile_.stations))};
 }
 
-std::uint8_t RandomWalk::priority_for(std::uint8_t ac_idx)
+uint8_t RandomWalk::priority_for(uint8_t ac_idx)
 {
     switch (ac_idx) {
     case model::be:
-        return from<std::uint8_t>({0, 3});
+        return from<uint8_t>({0, 3});
     case model::bk:
-        return from<std::uint8_t>({1, 2});
+        return from<uint8_t>({1, 2});
     case model::vi:
-        return from<std::uint8_t>({4, 5});
+        return from<uint8_t>({4, 5});
     default:
-        return from<std::uint8_t>({6, 7});
+        return from<uint8_t>({6, 7});
     }
 }
 
-/* Any stream of the store; a pending one when there is one and that is asked for. */
+// Any stream of the store; a pending one when there is one and that is asked for.
 const Entry *RandomWalk::stream_in(const model::Daemon &daemon, bool pending_first)
 {
     std::vector<const Entry *> all;
@@ -77,14 +72,14 @@ void RandomWalk::aim_at(HostapdInput &input, const Entry &entry)
     input.dir = entry.dir;
     switch (below(12)) {
     case 0:
-        input.tid = static_cast<std::uint8_t>(below(8));
+        input.tid = static_cast<uint8_t>(below(8));
         break;
     case 1:
-        input.up = static_cast<std::uint8_t>(below(8));
+        input.up = static_cast<uint8_t>(below(8));
         break;
     case 2:
     case 3:
-        input.dir = static_cast<std::uint8_t>(below(4));
+        input.dir = static_cast<uint8_t>(below(4));
         break;
     case 4:
         input.vap_addr = second_vap;
@@ -102,9 +97,9 @@ Step RandomWalk::delivery(const model::Daemon &daemon)
     const bool managed = daemon.state().ap_state == 2;
     Deliver deliver;
     const auto udp_message = [&]() -> Bytes {
-        const std::uint64_t kind = below(100);
+        const uint64_t kind = below(100);
         if (profile_.mode_switches && kind < 3) {
-            return model::ap_state_input(from<std::uint8_t>({0, 0, 1, 1, 1, 2}));
+            return model::ap_state_input(from<uint8_t>({0, 0, 1, 1, 1, 2}));
         }
         return kind < (managed ? 45 : 12) ? mapd_message(daemon) : hostapd_message(daemon);
     };
@@ -114,12 +109,12 @@ Step RandomWalk::delivery(const model::Daemon &daemon)
         case 1:
             return config_message();
         case 2:
-            return model::interval_input(from<std::uint32_t>({0, 1, 2, 3, 5, 10, 300, 0xffffffff}));
+            return model::interval_input(from<uint32_t>({0, 1, 2, 3, 5, 10, 300, 0xffffffff}));
         default:
             return status_request(daemon);
         }
     };
-    const std::uint64_t which = below(100);
+    const uint64_t which = below(100);
     if (which < 5) {
         deliver.udp = distort(udp_message());
         deliver.dman = distort(dman_message());
@@ -149,7 +144,7 @@ std::string RandomWalk::driver_text()
     case 3:
         return "client_status=zz\nclient_status=1\n";
     case 4:
-        return std::string(from<std::size_t>({254, 255, 256}), 'x') + "\nclient_status=41\n";
+        return std::string(from<size_t>({254, 255, 256}), 'x') + "\nclient_status=41\n";
     case 5:
         return "";
     case 6:
@@ -165,17 +160,17 @@ Step RandomWalk::surroundings()
 {
     switch (below(8)) {
     case 0: {
-        const std::uint64_t kind = below(8);
-        const std::uint32_t microseconds =
-            from<std::uint32_t>({400, 400, 100, 0, 1, 32, 1000, 50000, 0x7fffffff, 0xffffffff});
+        const uint64_t kind = below(8);
+        const uint32_t microseconds =
+            from<uint32_t>({400, 400, 100, 0, 1, 32, 1000, 50000, 0x7fffffff, 0xffffffff});
         Bytes answer = model::PlainEnvironment::frame_answer_bytes(microseconds);
         if (profile_.failures && kind == 0) {
             return FrameAnswerIs{true, {}, 0};
         }
         if (profile_.failures && kind == 1) {
-            answer.resize(from<std::size_t>({0, 1, 4, 5, 7, 9, 20}));
+            answer.resize(from<size_t>({0, 1, 4, 5, 7, 9, 20}));
         } else if (profile_.failures && kind == 2) {
-            answer[0] = static_cast<std::uint8_t>(below(256));
+            answer[0] = static_cast<uint8_t>(below(256));
         }
         return FrameAnswerIs{false, answer, one_in(6) ? 1U : 0U};
     }
@@ -193,7 +188,7 @@ Step RandomWalk::surroundings()
     case 3:
         return ToolIs{!one_in(3)};
     case 4:
-        return StepClock{from<std::int64_t>({1, 10, 299, 300, 100000, -1, -10, -5000})};
+        return StepClock{from<int64_t>({1, 10, 299, 300, 100000, -1, -10, -5000})};
     default: {
         StationIs station{station_or_none(), "", driver_text(), 0};
         if (profile_.failures && one_in(8)) {
@@ -228,7 +223,7 @@ Step RandomWalk::failure()
         failing.error = EADDRINUSE;
         break;
     default:
-        failing.port = from<std::uint16_t>(
+        failing.port = from<uint16_t>(
             {model::hostapd_port, model::hostapd_port, model::mapd_port, model::dman_reply_port});
         failing.error = from<int>({ENETUNREACH, EPERM, ENOBUFS});
         break;
@@ -238,7 +233,7 @@ Step RandomWalk::failure()
 
 Step RandomWalk::next(const model::Daemon &daemon)
 {
-    const std::uint64_t kind = below(100);
+    const uint64_t kind = below(100);
     if (kind < 5) {
         return Advance{static_cast<unsigned>(one_in(10) ? 1 + below(20) : 1 + below(3))};
     }
@@ -255,13 +250,13 @@ Steps RandomWalk::crowd()
 {
     Steps steps;
     steps.push_back(StationIs{std::nullopt, "", "client_status=1\n", 0});
-    for (unsigned i = 0; i < 506; ++i) {
+    for (unsigned i = 0; i < 506; i++) {
         HostapdInput input;
         input.cmd = 9;
         input.sta = crowd_station(i / 3);
-        input.tid = static_cast<std::uint8_t>(i % 3);
-        input.up = static_cast<std::uint8_t>(2 * (i % 3));
-        input.radio_unit = static_cast<std::uint8_t>(1 + i / 3 % 2);
+        input.tid = static_cast<uint8_t>(i % 3);
+        input.up = static_cast<uint8_t>(2 * (i % 3));
+        input.radio_unit = static_cast<uint8_t>(1 + i / 3 % 2);
         input.medium_time = 1;
         steps.push_back(Deliver{.udp = input.bytes()});
     }
@@ -272,7 +267,7 @@ Step RandomWalk::next_removal(const model::Daemon &daemon)
 {
     const Entry &entry = *stream_in(daemon, false);
     const bool managed = daemon.state().ap_state == 2;
-    const std::uint64_t way = below(managed ? 5 : 4);
+    const uint64_t way = below(managed ? 5 : 4);
     if (way == 3) {
         return Deliver{.cli = model::cli_mac_input(4, entry.owner->sta_mac, entry.tid)};
     }

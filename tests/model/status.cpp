@@ -1,9 +1,9 @@
-/* Managed or not, and what mapd and dman are told about the load. */
+// Managed or not, and what mapd and dman are told about the load.
 #include "daemon.h"
 
 namespace tspec::model {
 
-int Daemon::mapd_direct_process(const Bytes &msg, std::uint32_t len)
+int Daemon::mapd_direct_process(const Bytes &msg, uint32_t len)
 {
     const char *name = "tspec_mapd_direct_process";
     trace(1, "%s:Entry\r\n", name);
@@ -17,14 +17,14 @@ int Daemon::mapd_direct_process(const Bytes &msg, std::uint32_t len)
         return -1;
     }
     int result = 0;
-    const std::uint8_t mode = msg[direct_at::managed_mode];
+    const uint8_t mode = msg[direct_at::managed_mode];
     if (msg[direct_at::cmd] != 1) {
         trace(1, "%s:Invalid command type %u\r\n", name, msg[direct_at::cmd]);
         result = -1;
     } else {
         trace(1, "%s:AP State message\r\n", name);
         if (mode == 0 || mode == 1) {
-            state_.ap_state = static_cast<std::uint8_t>(mode + 1);
+            state_.ap_state = static_cast<uint8_t>(mode + 1);
             trace(1, "%s:Changed TSPEC ap_state to %u\r\n", name, state_.ap_state);
             state_.last_violation_report = time_;
         } else {
@@ -37,7 +37,7 @@ int Daemon::mapd_direct_process(const Bytes &msg, std::uint32_t len)
     return result;
 }
 
-void Daemon::ts_status_update(std::uint8_t ac)
+void Daemon::ts_status_update(uint8_t ac)
 {
     if (ac >= 4) {
         return;
@@ -47,16 +47,16 @@ void Daemon::ts_status_update(std::uint8_t ac)
         if (client.entries[0][ac].state != entry_admitted) {
             continue;
         }
-        std::uint32_t medium_time = 0;
-        std::uint32_t active = 0;
-        for (int bank = 0; bank < 2; ++bank) {
+        uint32_t medium_time = 0;
+        uint32_t active = 0;
+        for (int bank = 0; bank < 2; bank++) {
             const Entry &entry = client.entries[bank][ac];
             if (entry.state == entry_admitted) {
                 medium_time += entry.booked_time();
-                ++active;
+                active++;
             }
         }
-        const std::uint32_t roaming = client.roam != 0 ? 1 : 0;
+        const uint32_t roaming = client.roam != 0 ? 1 : 0;
         area.num_active += active;
         area.num_clients += 1;
         area.num_roam_clients += roaming;
@@ -66,23 +66,23 @@ void Daemon::ts_status_update(std::uint8_t ac)
             entry.num_roam_clients += roaming;
             entry.med_time_admitted += medium_time;
         };
-        const std::size_t radio = client.radio_unit - 1U;
+        const size_t radio = client.radio_unit - 1U;
         count_in(area.radio[radio]);
         if (client.vap < 16) {
             count_in(area.vap[radio][client.vap]);
         }
     }
 
-    std::uint8_t operational = 0;
-    for (std::size_t radio = 0; radio < 2; ++radio) {
+    uint8_t operational = 0;
+    for (size_t radio = 0; radio < 2; radio++) {
         const RadioConfig &config = state_.config[radio];
         if (config.tspec_enabled != 0 && config.acm[ac] != 0) {
-            operational = 1; /* stays so for the second radio */
+            operational = 1; // stays so for the second radio
         }
-        const std::uint32_t limit = config.limit_percent[ac];
-        const std::uint32_t reserve = is_managed() ? config.roam_reserve_percent : 0;
-        const std::uint32_t base = reserve < limit ? (limit - reserve) * units_per_second / 100 : 0;
-        const std::uint32_t roam_base = limit * units_per_second / 100;
+        const uint32_t limit = config.limit_percent[ac];
+        const uint32_t reserve = is_managed() ? config.roam_reserve_percent : 0;
+        const uint32_t base = reserve < limit ? (limit - reserve) * units_per_second / 100 : 0;
+        const uint32_t roam_base = limit * units_per_second / 100;
         const auto fill = [&](StatsEntry &entry) {
             entry.oper_status = operational;
             if (operational == 0) {
@@ -104,8 +104,7 @@ void Daemon::ts_status_update(std::uint8_t ac)
     state_.ac_stats[ac] = area;
 }
 
-void Daemon::ap_statistics_update(std::uint8_t ac, const Mac &mac, std::uint8_t cmd,
-                                  std::uint8_t result)
+void Daemon::ap_statistics_update(uint8_t ac, const Mac &mac, uint8_t cmd, uint8_t result)
 {
     if (ac >= 4) {
         return;
@@ -127,7 +126,7 @@ void Daemon::ap_statistics_update(std::uint8_t ac, const Mac &mac, std::uint8_t 
 
 namespace {
 
-void put_status_entry(Bytes &msg, std::size_t offset, const StatsEntry &entry)
+void put_status_entry(Bytes &msg, size_t offset, const StatsEntry &entry)
 {
     put_u32(msg, offset, entry.oper_status);
     put_u32(msg, offset + 4, entry.num_active);
@@ -138,7 +137,7 @@ void put_status_entry(Bytes &msg, std::size_t offset, const StatsEntry &entry)
     put_u32(msg, offset + 24, entry.med_time_roam_unalloc);
 }
 
-Bytes status_message(std::uint8_t ac, const AcStats &area, const AcTotals &totals)
+Bytes status_message(uint8_t ac, const AcStats &area, const AcTotals &totals)
 {
     Bytes msg(status_at::size, 0);
     msg[status_at::msg_type] = 0x28;
@@ -151,9 +150,9 @@ Bytes status_message(std::uint8_t ac, const AcStats &area, const AcTotals &total
     put_u32(msg, status_at::tot_rejected, totals.rejected);
     put_u32(msg, status_at::tot_roam_accepted, totals.roam_accepted);
     put_u32(msg, status_at::tot_roam_rejected, totals.roam_rejected);
-    for (std::size_t radio = 0; radio < 2; ++radio) {
+    for (size_t radio = 0; radio < 2; radio++) {
         put_status_entry(msg, status_at::radio + radio * status_at::entry_size, area.radio[radio]);
-        for (std::size_t vap = 0; vap < 16; ++vap) {
+        for (size_t vap = 0; vap < 16; vap++) {
             put_status_entry(msg, status_at::vap + (radio * 16 + vap) * status_at::entry_size,
                              area.vap[radio][vap]);
         }
@@ -166,7 +165,7 @@ Bytes status_message(std::uint8_t ac, const AcStats &area, const AcTotals &total
 void Daemon::mapd_status_update_msg_send()
 {
     const char *name = "tspec_mapd_status_update_msg_send";
-    for (std::uint8_t ac = 0; ac < 4; ++ac) {
+    for (uint8_t ac = 0; ac < 4; ac++) {
         AcStats &area = state_.ac_stats[ac];
         if (area.changed != 1) {
             continue;

@@ -1,7 +1,6 @@
 #include "steps.h"
 
 #include "effects.h"
-
 #include "sim/lib/decode.h"
 
 namespace tspec::lockstep {
@@ -16,7 +15,7 @@ std::string decoded(sim::Peer peer, const char *socket, const std::optional<Byte
         return "";
     }
     std::string shown;
-    for (const std::uint8_t byte : *datagram) {
+    for (const uint8_t byte : *datagram) {
         shown += text("%02x", byte);
     }
     const sim::Decoded meaning =
@@ -114,7 +113,7 @@ std::string describe(const Step &step)
 std::string describe(const Steps &steps)
 {
     std::string result;
-    for (std::size_t i = 0; i < steps.size(); ++i) {
+    for (size_t i = 0; i < steps.size(); i++) {
         result += text("  %zu. ", i) + describe(steps[i]) + "\n";
     }
     return result;

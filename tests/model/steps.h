@@ -1,9 +1,6 @@
-/*
- * What can happen to the daemon, as values: datagrams, time, and what its
- * surroundings answer.
- */
-#ifndef TSPEC_MODEL_STEPS_H
-#define TSPEC_MODEL_STEPS_H
+// What can happen to the daemon, as values: datagrams, time, and what its
+// surroundings answer.
+#pragma once
 
 #include "bytes.h"
 
@@ -17,24 +14,24 @@ namespace tspec::lockstep {
 using model::Bytes;
 using model::Mac;
 
-/* One datagram for each socket at most, all there when the daemon wakes up. */
+// One datagram for each socket at most, all there when the daemon wakes up.
 struct Deliver {
     std::optional<Bytes> udp{};
     std::optional<Bytes> dman{};
     std::optional<Bytes> cli{};
 };
 
-/* That many wake-ups by time-out, a second apart. */
+// That many wake-ups by time-out, a second apart.
 struct Advance {
     unsigned seconds;
 };
 
 struct StepClock {
-    std::int64_t seconds;
+    int64_t seconds;
 };
 
-/* What the driver answers for a station; without a station, for all others.
- * An empty interface stands for all. */
+// What the driver answers for a station; without a station, for all others.
+// An empty interface stands for all.
 struct StationIs {
     std::optional<Mac> sta_mac{};
     std::string interface {
@@ -48,27 +45,27 @@ struct ProcFileIs {
     std::optional<std::string> text{};
 };
 
-/* How hostapd answers frame-duration queries from now on. */
+// How hostapd answers frame-duration queries from now on.
 struct FrameAnswerIs {
     bool silent = false;
     Bytes bytes{};
-    unsigned seconds = 0; /* until the answer comes; from 2 on nobody waits any more */
+    unsigned seconds = 0; // until the answer comes; from 2 on nobody waits any more
 };
 
 enum class FailingCall { send, socket, bind, exchange_wait, exchange_receive, memory };
 
-/* The next calls of a kind fail; sends only those to this port. */
+// The next calls of a kind fail; sends only those to this port.
 struct CallsFail {
     FailingCall call = FailingCall::send;
-    std::uint16_t port = 0;
+    uint16_t port = 0;
     int error = 0;
     unsigned after = 0;
     unsigned times = 1;
 };
 
-/* The next sends to this port claim to have sent a single byte: a success. */
+// The next sends to this port claim to have sent a single byte: a success.
 struct SendsAreShort {
-    std::uint16_t port = 0;
+    uint16_t port = 0;
     unsigned times = 1;
 };
 
@@ -84,8 +81,8 @@ struct ToolIs {
     bool on;
 };
 
-/* Whether a peer has its socket. Without it, what the daemon sends there is lost,
- * and hostapd answers no frame-duration query. */
+// Whether a peer has its socket. Without it, what the daemon sends there is lost,
+// and hostapd answers no frame-duration query.
 enum class Neighbour { hostapd, mapd, dman };
 
 struct PeerIs {
@@ -97,10 +94,8 @@ using Step = std::variant<Deliver, Advance, StepClock, StationIs, ProcFileIs, Fr
                           CallsFail, SendsAreShort, NothingFails, TrapIs, ToolIs, PeerIs>;
 using Steps = std::vector<Step>;
 
-/* A step for people: datagrams decoded and in full. */
+// A step for people: datagrams decoded and in full.
 std::string describe(const Step &step);
 std::string describe(const Steps &steps);
 
 } // namespace tspec::lockstep
-
-#endif

@@ -1,4 +1,4 @@
-/* Client records in the order of their arrival, each with two banks of four streams. */
+// Client records in the order of their arrival, each with two banks of four streams.
 #include "daemon.h"
 
 #include <algorithm>
@@ -73,7 +73,7 @@ int Daemon::rec_delete(Record *record)
     return 0;
 }
 
-Record *Daemon::ts_rec_get(const Mac &mac, std::uint8_t ac_idx)
+Record *Daemon::ts_rec_get(const Mac &mac, uint8_t ac_idx)
 {
     Record *record = rec_get(mac);
     if (record == nullptr) {
@@ -83,13 +83,13 @@ Record *Daemon::ts_rec_get(const Mac &mac, std::uint8_t ac_idx)
     return used ? record : nullptr;
 }
 
-/* mode 0 matches the stream's own TID, mode 1 that of its pending request. */
-Entry *Daemon::rec_ts_find(Record &record, std::uint8_t tid, int mode)
+// mode 0 matches the stream's own TID, mode 1 that of its pending request.
+Entry *Daemon::rec_ts_find(Record &record, uint8_t tid, int mode)
 {
-    for (int ac = 0; ac < 4; ++ac) {
-        for (int bank = 0; bank < 2; ++bank) {
+    for (int ac = 0; ac < 4; ac++) {
+        for (int bank = 0; bank < 2; bank++) {
             Entry &entry = record.entries[bank][ac];
-            const std::uint8_t key = mode == 0 ? entry.tid : entry.pend_tid;
+            const uint8_t key = mode == 0 ? entry.tid : entry.pend_tid;
             if (entry.in_use() && key == tid) {
                 return &entry;
             }
@@ -98,10 +98,10 @@ Entry *Daemon::rec_ts_find(Record &record, std::uint8_t tid, int mode)
     return nullptr;
 }
 
-const Entry *Daemon::rec_ts_find(const Record &record, std::uint8_t tid) const
+const Entry *Daemon::rec_ts_find(const Record &record, uint8_t tid) const
 {
-    for (int ac = 0; ac < 4; ++ac) {
-        for (int bank = 0; bank < 2; ++bank) {
+    for (int ac = 0; ac < 4; ac++) {
+        for (int bank = 0; bank < 2; bank++) {
             const Entry &entry = record.entries[bank][ac];
             if (entry.in_use() && entry.tid == tid) {
                 return &entry;
@@ -111,13 +111,13 @@ const Entry *Daemon::rec_ts_find(const Record &record, std::uint8_t tid) const
     return nullptr;
 }
 
-Entry *Daemon::ts_rec_find_by_tid(const Mac &mac, std::uint8_t tid, int mode)
+Entry *Daemon::ts_rec_find_by_tid(const Mac &mac, uint8_t tid, int mode)
 {
     Record *record = rec_get(mac);
     return record == nullptr ? nullptr : rec_ts_find(*record, tid, mode);
 }
 
-int Daemon::ts_rec_delete_tid(const Mac &mac, std::uint8_t ac_idx, std::uint8_t tid)
+int Daemon::ts_rec_delete_tid(const Mac &mac, uint8_t ac_idx, uint8_t tid)
 {
     Record *record = ts_rec_get(mac, ac_idx);
     if (record == nullptr) {
@@ -139,11 +139,11 @@ int Daemon::ts_rec_delete_tid(const Mac &mac, std::uint8_t ac_idx, std::uint8_t 
     if (is_empty(*record)) {
         rec_delete(record);
     }
-    state_.stream_count = static_cast<std::uint16_t>(state_.stream_count - 1);
+    state_.stream_count = static_cast<uint16_t>(state_.stream_count - 1);
     return 0;
 }
 
-int Daemon::ts_rec_delete(const Mac &mac, std::uint8_t ac_idx)
+int Daemon::ts_rec_delete(const Mac &mac, uint8_t ac_idx)
 {
     Record *record = ts_rec_get(mac, ac_idx);
     if (record == nullptr) {
@@ -152,17 +152,17 @@ int Daemon::ts_rec_delete(const Mac &mac, std::uint8_t ac_idx)
         return -1;
     }
     int counted = 0;
-    for (int bank = 0; bank < 2; ++bank) {
+    for (int bank = 0; bank < 2; bank++) {
         Entry &entry = record->entries[bank][ac_idx];
         if (entry.in_use()) {
-            ++counted;
+            counted++;
         }
         clear_entry(entry, *record);
     }
     if (is_empty(*record)) {
         rec_delete(record);
     }
-    state_.stream_count = static_cast<std::uint16_t>(state_.stream_count - counted);
+    state_.stream_count = static_cast<uint16_t>(state_.stream_count - counted);
     return 0;
 }
 
@@ -182,13 +182,13 @@ void Daemon::cursor_next()
         cursor.index = -1;
     }
     while (at != state_.clients.end()) {
-        ++cursor.index;
+        cursor.index++;
         if (cursor.index >= 8) {
             ++at;
             cursor.index = -1;
             continue;
         }
-        if (rec_ts_find(*at, static_cast<std::uint8_t>(cursor.index)) != nullptr) {
+        if (rec_ts_find(*at, static_cast<uint8_t>(cursor.index)) != nullptr) {
             cursor.record = &*at;
             return;
         }
@@ -196,11 +196,11 @@ void Daemon::cursor_next()
     cursor.record = nullptr;
 }
 
-std::uint32_t Daemon::inactivity_timeout_get(std::size_t radio_index, std::uint8_t dir) const
+uint32_t Daemon::inactivity_timeout_get(size_t radio_index, uint8_t dir) const
 {
     const RadioConfig &config = state_.config[radio_index];
-    const std::uint32_t down = config.dl_inactivity_timeout;
-    const std::uint32_t up = config.ul_inactivity_timeout;
+    const uint32_t down = config.dl_inactivity_timeout;
+    const uint32_t up = config.ul_inactivity_timeout;
     switch (dir) {
     case uplink:
         return up;

@@ -1,4 +1,4 @@
-/* Console lines by trace level, the packet dump, and error lines. */
+// Console lines by trace level, the packet dump, and error lines.
 #include "daemon.h"
 
 #include <algorithm>
@@ -17,12 +17,12 @@ void Daemon::console(const std::string &line)
     }
 }
 
-bool Daemon::is_traced(std::uint32_t level) const
+bool Daemon::is_traced(uint32_t level) const
 {
     return (state_.trace_mask & level) == level;
 }
 
-void Daemon::trace(std::uint32_t level, const char *format, ...)
+void Daemon::trace(uint32_t level, const char *format, ...)
 {
     if (!is_traced(level)) {
         return;
@@ -40,10 +40,10 @@ void Daemon::print_error(const std::string &line, int error)
 
 namespace {
 
-std::string hex_dump(const Bytes &bytes, std::uint32_t count)
+std::string hex_dump(const Bytes &bytes, uint32_t count)
 {
     std::string result;
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = 0; i < count; i++) {
         if (i % 16 == 0 && i >= 1) {
             result += "\n";
         }
@@ -54,10 +54,10 @@ std::string hex_dump(const Bytes &bytes, std::uint32_t count)
 
 struct Title {
     const char *title;
-    std::uint32_t size;
+    uint32_t size;
 };
 
-/* For types 3 and 4, by command. */
+// For types 3 and 4, by command.
 const Title titles[9] = {
     {nullptr, 0},
     {"TSPEC_ADDTS_REQ_CMD (tspec_hostapd_msg_t):\n", 148},
@@ -72,15 +72,15 @@ const Title titles[9] = {
 
 } // namespace
 
-void Daemon::hex_ver_pkt_print(const Bytes &msg, std::uint32_t len)
+void Daemon::hex_ver_pkt_print(const Bytes &msg, uint32_t len)
 {
     if (!is_traced(1)) {
         return;
     }
     const char *name = "tspec_hex_ver_pkt_print";
-    const std::uint8_t type = msg[0];
-    const std::uint8_t cmd = msg[1];
-    const std::uint32_t clamped = std::min<std::uint32_t>(len, 20479);
+    const uint8_t type = msg[0];
+    const uint8_t cmd = msg[1];
+    const uint32_t clamped = std::min<uint32_t>(len, 20479);
     const int shown_len = static_cast<int>(len);
     std::string dump;
     if (type == 3 || type == 4) {

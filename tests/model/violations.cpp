@@ -1,13 +1,12 @@
-/* Excess use and unauthorised traffic, to the system log and the trap pipe. */
+// Excess use and unauthorised traffic, to the system log and the trap pipe.
 #include "daemon.h"
 
 #include <cerrno>
-
 #include <syslog.h>
 
 namespace tspec::model {
 
-const char *access_category_name(std::uint8_t ac_idx)
+const char *access_category_name(uint8_t ac_idx)
 {
     switch (ac_idx) {
     case vo:
@@ -23,7 +22,7 @@ const char *access_category_name(std::uint8_t ac_idx)
     }
 }
 
-const char *direction_name(std::uint8_t dir)
+const char *direction_name(uint8_t dir)
 {
     switch (dir) {
     case uplink:
@@ -58,8 +57,8 @@ void Daemon::violation_report_notify()
     trace(1, "%s:Entry\r\n", name);
     log_open();
     for (const Record &client : state_.clients) {
-        for (int ac = 0; ac < 4; ++ac) {
-            for (int bank = 0; bank < 2; ++bank) {
+        for (int ac = 0; ac < 4; ac++) {
+            for (int bank = 0; bank < 2; bank++) {
                 const Entry &entry = client.entries[bank][ac];
                 if (entry.state != entry_admitted || entry.excess_events == 0) {
                     continue;
@@ -82,7 +81,7 @@ void Daemon::violation_report_notify()
     trace(1, "%s:Exit\r\n", name);
 }
 
-int Daemon::unauth_traffic_report_notify(const Bytes &msg, std::uint8_t ac)
+int Daemon::unauth_traffic_report_notify(const Bytes &msg, uint8_t ac)
 {
     const char *name = "tspec_unauth_traffic_report_notify";
     trace(1, "%s:Entry\r\n", name);

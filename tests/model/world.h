@@ -1,9 +1,6 @@
-/*
- * The daemon's surroundings as the model meets them, set by the same steps as
- * those of the simulator.
- */
-#ifndef TSPEC_MODEL_WORLD_H
-#define TSPEC_MODEL_WORLD_H
+// The daemon's surroundings as the model meets them, set by the same steps as
+// those of the simulator.
+#pragma once
 
 #include "environment.h"
 #include "layout.h"
@@ -15,8 +12,8 @@
 
 namespace tspec::lockstep {
 
-/* Counts calls exactly as the simulator does, so that both meet a failure at
- * the same call. */
+// Counts calls exactly as the simulator does, so that both meet a failure at
+// the same call.
 class World : public model::Environment {
   public:
     void set(const StationIs &station)
@@ -36,7 +33,7 @@ class World : public model::Environment {
     {
         for (CallsFail &rule : rules_) {
             if (rule.times == 0) {
-                rule = failing; /* the simulator takes the place of a spent one, too */
+                rule = failing; // the simulator takes the place of a spent one, too
                 return;
             }
         }
@@ -101,7 +98,7 @@ class World : public model::Environment {
         return {Kind::answer, 0, frame_.bytes, frame_.seconds};
     }
 
-    int send_error(std::uint16_t port) override { return failure(FailingCall::send, port); }
+    int send_error(uint16_t port) override { return failure(FailingCall::send, port); }
     int tool_error() override { return tool_on_ ? 0 : ECONNREFUSED; }
     bool out_of_memory() override { return failure(FailingCall::memory, 0) != 0; }
 
@@ -123,7 +120,7 @@ class World : public model::Environment {
     }
 
   private:
-    int failure(FailingCall call, std::uint16_t port)
+    int failure(FailingCall call, uint16_t port)
     {
         for (CallsFail &rule : rules_) {
             const bool fits = rule.call == call && rule.times > 0 &&
@@ -132,10 +129,10 @@ class World : public model::Environment {
                 continue;
             }
             if (rule.after > 0) {
-                --rule.after;
+                rule.after--;
                 continue;
             }
-            --rule.times;
+            rule.times--;
             return rule.error;
         }
         return 0;
@@ -152,5 +149,3 @@ class World : public model::Environment {
 };
 
 } // namespace tspec::lockstep
-
-#endif

@@ -1,6 +1,4 @@
-/*
- * Airtime in the course of a run, out of the two places that tell it.
- */
+// Airtime in the course of a run, out of the two places that tell it.
 #include "sim/report/airtime.h"
 
 #include <gmock/gmock.h>
@@ -16,23 +14,23 @@ using scenario::Load;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::size_t voice = TSPEC_AC_VO;
-constexpr std::size_t video = TSPEC_AC_VI;
+constexpr size_t voice = TSPEC_AC_VO;
+constexpr size_t video = TSPEC_AC_VI;
 constexpr Duration at_once{0};
 
-Load voice_on_wlan0(std::uint32_t now, std::uint32_t limit)
+Load voice_on_wlan0(uint32_t now, uint32_t limit)
 {
     Load load{};
     load[0][voice] = {now, limit};
     return load;
 }
 
-Event ap_state(std::uint8_t managed)
+Event ap_state(uint8_t managed)
 {
     return {.kind = Kind::to_daemon, .data = {6, 1, managed}};
 }
 
-Event status(std::uint8_t ac, std::uint32_t on_wlan0, std::uint32_t on_wlan1 = 0)
+Event status(uint8_t ac, uint32_t on_wlan0, uint32_t on_wlan1 = 0)
 {
     tspec_mapd_status_msg_t message{};
     message.msg_type = TSPEC_MAPD_STATUS_MSG;
@@ -43,7 +41,7 @@ Event status(std::uint8_t ac, std::uint32_t on_wlan0, std::uint32_t on_wlan1 = 0
     return {.kind = Kind::from_daemon, .peer = Peer::mapd, .data = bytes_of_wire(message)};
 }
 
-auto point(std::size_t item, std::uint32_t now, std::uint32_t limit)
+auto point(size_t item, uint32_t now, uint32_t limit)
 {
     return testing::AllOf(testing::Field(&Airtime::Point::item, item),
                           testing::Field(&Airtime::Point::figures, Admitted{now, limit}));

@@ -1,19 +1,16 @@
-/*
- * The page in headless Chromium. Starting a browser takes long and not every
- * machine has one, so these belong to the long form of the tests (TSPEC_LONG=1).
- */
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
-#include <fmt/format.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// The page in headless Chromium. Starting a browser takes long and not every
+// machine has one, so these belong to the long form of the tests (TSPEC_LONG=1).
 #include "../capture/pcapng_file.h"
 #include "../scenario/sim_command.h"
 #include "page_data.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace tspec::tests {
 namespace {
@@ -59,18 +56,18 @@ class PageInChromium : public testing::Test {
         std::FILE *pipe = popen(command.c_str(), "r");
         std::string output;
         char buffer[4096];
-        while (std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
+        while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
             output.append(buffer, count);
         }
         EXPECT_EQ(pclose(pipe), 0) << command;
         return output;
     }
 
-    /* Adds a script to the page that calls tell(value), and yields the value. What
-     * goes wrong in the page comes before everything else. */
+    // Adds a script to the page that calls tell(value), and yields the value. What
+    // goes wrong in the page comes before everything else.
     json ask(const std::string &script, const std::string &options = "", bool framed = false) const
     {
-        /* A window is never as narrow as a telephone; a frame may be. */
+        // A window is never as narrow as a telephone; a frame may be.
         std::ofstream(path("frame.html"))
             << "<iframe src='asked.html' width='390' height='800' style='border: 0'></iframe>"
                "<script>addEventListener('message', (event) => { const box = "
@@ -92,7 +89,7 @@ class PageInChromium : public testing::Test {
         std::string dom =
             chromium("--dump-dom " + options, path(framed ? "frame.html" : "asked.html"));
         const std::string begin = "<pre id=\"told\">";
-        std::size_t from = dom.find(begin);
+        size_t from = dom.find(begin);
         if (from == std::string::npos) {
             ADD_FAILURE() << "the page told nothing";
             return {};
@@ -106,7 +103,7 @@ class PageInChromium : public testing::Test {
     const std::string &page() const { return page_; }
 
   private:
-    /* Base 64 keeps the browser's escapes out. */
+    // Base 64 keeps the browser's escapes out.
     static std::string decoded(const std::string &text)
     {
         const std::string digits =
@@ -228,8 +225,8 @@ TEST_F(PageInChromium, AnotherRunCanBeChosen)
     EXPECT_EQ(told["runs"], 2);
 }
 
-/* Relative luminance and contrast as the Web Content Accessibility Guidelines
- * define them; 4.5 is what they ask of text. */
+// Relative luminance and contrast as the Web Content Accessibility Guidelines
+// define them; 4.5 is what they ask of text.
 TEST_F(PageInChromium, IsReadableInLightAndDark)
 {
     const std::string script =
@@ -253,7 +250,7 @@ TEST_F(PageInChromium, IsReadableInLightAndDark)
     EXPECT_GE(dark["worst"], 4.5);
 }
 
-/* 390 pixels: letters that can be read, nothing that is cut off. */
+// 390 pixels: letters that can be read, nothing that is cut off.
 TEST_F(PageInChromium, FitsATelephone)
 {
     json told = ask("const page = document.documentElement;"
@@ -298,7 +295,7 @@ TEST_F(PageInChromium, TheChartNamesItsUnitAndEveryStepInTime)
     EXPECT_EQ(told["missing"], 0);
 }
 
-/* As the browser tells them to a screen reader. */
+// As the browser tells them to a screen reader.
 TEST_F(PageInChromium, EverythingThatCanBeUsedHasARoleAndAName)
 {
     json told = ask("document.querySelector('.message').click();"

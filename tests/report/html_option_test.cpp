@@ -1,15 +1,12 @@
-/*
- * The page that tspec-sim writes of a run.
- */
-#include <filesystem>
-
-#include <fmt/format.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// The page that tspec-sim writes of a run.
 #include "../capture/pcapng_file.h"
 #include "../scenario/sim_command.h"
 #include "page_data.h"
+
+#include <filesystem>
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace tspec::tests {
 namespace {
@@ -34,19 +31,19 @@ class HtmlOption : public testing::Test {
     }
     std::string path(const std::string &name) const { return folder_ + "/" + name; }
 
-    static std::string digits_of(const sim::Bytes &bytes, std::size_t from)
+    static std::string digits_of(const sim::Bytes &bytes, size_t from)
     {
         std::string digits;
-        for (std::size_t i = from; i < bytes.size(); ++i) {
+        for (size_t i = from; i < bytes.size(); i++) {
             digits += fmt::format("{:02x}", bytes[i]);
         }
         return digits;
     }
 
-    /* Behind IP and UDP header, or behind the tag with the dissector's name. */
+    // Behind IP and UDP header, or behind the tag with the dissector's name.
     static std::string payload_of(const CapturedPacket &packet)
     {
-        std::size_t headers = packet.interface == 0 ? 28 : 4U + packet.data[3] + 4;
+        size_t headers = packet.interface == 0 ? 28 : 4U + packet.data[3] + 4;
         return digits_of(packet.data, headers);
     }
 
@@ -63,7 +60,7 @@ std::vector<std::string> texts(const json &data, const std::string &kind, const 
     return found;
 }
 
-/* Accepted with 625 of 937 units, a second one refused: 2 * 625 is too much. */
+// Accepted with 625 of 937 units, a second one refused: 2 * 625 is too much.
 TEST_F(HtmlOption, TellsTheStoryOfTheDemo)
 {
     CommandResult result =
@@ -98,7 +95,7 @@ TEST_F(HtmlOption, TellsTheStoryOfTheDemo)
     EXPECT_THAT(texts(data, "clock", "text"), ElementsAre("2 s later", "1 h later"));
 }
 
-/* The capture of the same run is made from the same events, in another way. */
+// The capture of the same run is made from the same events, in another way.
 TEST_F(HtmlOption, HasEveryDatagramOfTheCapture)
 {
     ScenarioFile scenario("name: a test\nsteps:\n"
@@ -116,7 +113,7 @@ TEST_F(HtmlOption, HasEveryDatagramOfTheCapture)
     ASSERT_EQ(result.status, 0) << result.output;
     json data = data_of_page(content_of(path("run.html")));
     std::vector<std::string> shown;
-    std::vector<std::int64_t> times;
+    std::vector<int64_t> times;
     for (const json &message : items_of(data, "message")) {
         if (message["to"] != "driver") {
             shown.push_back(message["bytes"]);
@@ -125,11 +122,11 @@ TEST_F(HtmlOption, HasEveryDatagramOfTheCapture)
     }
     CaptureFile capture = parse_capture(content_of(path("run.pcapng")));
     std::vector<std::string> captured;
-    std::vector<std::int64_t> captured_times;
+    std::vector<int64_t> captured_times;
     for (const CapturedPacket &packet : capture.packets) {
         captured.push_back(payload_of(packet));
         captured_times.push_back(
-            static_cast<std::int64_t>(packet.microseconds - capture.packets[0].microseconds));
+            static_cast<int64_t>(packet.microseconds - capture.packets[0].microseconds));
     }
     EXPECT_THAT(captured, SizeIs(testing::Ge(12U)));
     EXPECT_EQ(shown, captured);

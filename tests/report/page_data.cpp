@@ -10,8 +10,8 @@ using nlohmann::json;
 
 json field_of(const json &data, const json &message, const std::string &name)
 {
-    const json &names = data["layouts"].at(message["layout"].get<std::size_t>());
-    for (std::size_t i = 0; i < names.size(); ++i) {
+    const json &names = data["layouts"].at(message["layout"].get<size_t>());
+    for (size_t i = 0; i < names.size(); i++) {
         if (names[i] == name) {
             return message["values"].at(i);
         }
@@ -24,7 +24,7 @@ json field_of(const json &data, const json &message, const std::string &name)
 json data_of_page(const std::string &page)
 {
     const std::string begin = R"(<script type="application/json" id="data">)";
-    std::size_t from = page.find(begin);
+    size_t from = page.find(begin);
     if (from == std::string::npos) {
         throw std::runtime_error("the page has no data");
     }

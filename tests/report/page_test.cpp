@@ -1,14 +1,10 @@
-/*
- * The page as text: complete, closed in itself, and safe whatever is in the data.
- */
+// The page as text: complete, closed in itself, and safe whatever is in the data.
+#include "page_data.h"
 #include "sim/report/page.h"
-
-#include <regex>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "page_data.h"
+#include <regex>
 
 namespace tspec::tests {
 namespace {
@@ -57,7 +53,7 @@ TEST(Page, HasItsPartsFilledIn)
     EXPECT_THAT(page, Not(HasSubstr("/* data */")));
 }
 
-/* The only address is the name of SVG's elements, which nothing fetches. */
+// The only address is the name of SVG's elements, which nothing fetches.
 TEST(Page, LoadsNothing)
 {
     std::string page = sim::report::page_of(some_data("x"));

@@ -1,16 +1,12 @@
-/*
- * What is told of a run, as the page's data.
- */
-#include "sim/report/recorder.h"
-
-#include <cerrno>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// What is told of a run, as the page's data.
 #include "page_data.h"
 #include "sim/lib/messages.h"
+#include "sim/report/recorder.h"
 #include "sim/scenario/step_kind.h"
+
+#include <cerrno>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace tspec::tests {
 namespace {
@@ -34,7 +30,7 @@ class RecorderTest : public testing::Test {
         recorder_.begin(scenario_, "a world of its own");
     }
 
-    /* Ends the run. */
+    // Ends the run.
     json data()
     {
         recorder_.end(scenario_, 3, 1);

@@ -1,15 +1,12 @@
-/*
- * tspec-sim's command line: options, exit statuses, what is printed.
- */
-#include <fstream>
-#include <iterator>
-#include <regex>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// tspec-sim's command line: options, exit statuses, what is printed.
 #include "sim/scenario/step_table.h"
 #include "sim_command.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <regex>
 
 namespace tspec::tests {
 namespace {
@@ -68,7 +65,7 @@ TEST(CommandLine, OneFailingScenarioDecidesTheStatus)
                 AllOf(HasSubstr("FAILED  " + first.path()), HasSubstr("held    " + second.path())));
 }
 
-/* It ends within a turn of which the timeline says nothing. */
+// It ends within a turn of which the timeline says nothing.
 TEST(CommandLine, TellsAScenarioAfterOneThatBreaksOff)
 {
     ScenarioFile first("name: a broken one\nsteps:\n  - repeat:\n      times: 3\n      steps:\n"
@@ -142,7 +139,7 @@ TEST(CommandLine, UsesNoColourWhereThereIsNoTerminal)
     EXPECT_THAT(run_sim({"run", file.path()}).output, Not(HasSubstr("\033[")));
 }
 
-/* script gives the command a terminal. */
+// script gives the command a terminal.
 class OnATerminal : public testing::Test {
   protected:
     static std::string play(const std::string &environment, const std::string &option)
@@ -152,7 +149,7 @@ class OnATerminal : public testing::Test {
         std::FILE *pipe = popen(("script -qec '" + command + "' /dev/null 2>&1").c_str(), "r");
         std::string output;
         char buffer[4096];
-        while (std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
+        while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
             output.append(buffer, count);
         }
         pclose(pipe);
@@ -197,7 +194,7 @@ void PrintTo(const Cause &cause, std::ostream *out)
 
 class WhyRefused : public testing::TestWithParam<Cause> {};
 
-/* The only line of its kind. */
+// The only line of its kind.
 TEST_P(WhyRefused, IsToldInTheStory)
 {
     CommandResult result = play_steps(GetParam().steps);

@@ -1,10 +1,8 @@
-/*
- * What a wrong scenario is told: place and text of each complaint.
- */
+// What a wrong scenario is told: place and text of each complaint.
+#include "sim/scenario/scenario.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "sim/scenario/scenario.h"
 
 namespace tspec::tests {
 namespace {
@@ -34,7 +32,7 @@ std::vector<std::string> complaints_about(const std::string &text)
 struct Wrong {
     const char *name;
     const char *text;
-    const char *complaint; /* how its line begins */
+    const char *complaint; // how its line begins
 };
 
 void PrintTo(const Wrong &test, std::ostream *out)

@@ -1,16 +1,13 @@
-/*
- * What bash offers while a command line of tspec-sim is typed: all that its help
- * lists, from the same description.
- */
+// What bash offers while a command line of tspec-sim is typed: all that its help
+// lists, from the same description.
+#include "sim_command.h"
+#include "tests/bash/offered.h"
+
 #include <fstream>
+#include <gmock/gmock.h>
 #include <iterator>
 #include <regex>
 #include <sstream>
-
-#include <gmock/gmock.h>
-
-#include "sim_command.h"
-#include "tests/bash/offered.h"
 
 namespace tspec::tests {
 namespace {
@@ -37,7 +34,7 @@ Words offers(const Words &typed)
     return offered(text, "tspec-sim", typed);
 }
 
-/* Every long option that a help text lists. */
+// Every long option that a help text lists.
 Words options_in(const std::string &help)
 {
     static const std::regex option("--[a-z][a-z-]*");
@@ -55,7 +52,7 @@ Words options_in(const std::string &help)
     return options;
 }
 
-/* Every subcommand that the help lists. */
+// Every subcommand that the help lists.
 Words subcommands()
 {
     std::string help = run_sim({"--help"}).output;

@@ -1,10 +1,8 @@
-/*
- * What expectations find and what they do not, on a running daemon.
- */
+// What expectations find and what they do not, on a running daemon.
+#include "sim_command.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "sim_command.h"
 
 namespace tspec::tests {
 namespace {
@@ -14,7 +12,7 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
-/* A stream of 625 units, asked for and admitted. */
+// A stream of 625 units, asked for and admitted.
 const std::string admitted_call =
     "  - driver.station: {status: [associated]}\n"
     "  - dman.config: {radio: wlan0, mandatory: [voice], limit: {voice: 50}}\n"
@@ -22,7 +20,7 @@ const std::string admitted_call =
 
 struct Case {
     const char *name;
-    const char *steps; /* after admitted_call */
+    const char *steps; // after admitted_call
 };
 
 void PrintTo(const Case &test, std::ostream *out)

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "sim/scenario/expression.h"
+
+#include <gtest/gtest.h>
 
 namespace tspec::tests {
 namespace {

@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "sim/scenario/load.h"
 #include "tspec/message.h"
+
+#include <gtest/gtest.h>
 
 namespace tspec::tests {
 namespace {

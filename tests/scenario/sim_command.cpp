@@ -2,12 +2,10 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fmt/format.h>
 #include <fstream>
 #include <stdexcept>
-
 #include <sys/wait.h>
-
-#include <fmt/format.h>
 
 namespace tspec::tests {
 
@@ -36,7 +34,7 @@ CommandResult run_sim(const std::vector<std::string> &arguments, const std::stri
     }
     CommandResult result;
     char buffer[4096];
-    while (std::size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
+    while (size_t count = std::fread(buffer, 1, sizeof buffer, pipe)) {
         result.output.append(buffer, count);
     }
     int status = pclose(pipe);

@@ -1,9 +1,6 @@
-/*
- * tspec-sim as a user runs it: scenario files that live as long as a test, and
- * the command's output and exit status.
- */
-#ifndef TSPEC_TESTS_SCENARIO_SIM_COMMAND_H
-#define TSPEC_TESTS_SCENARIO_SIM_COMMAND_H
+// tspec-sim as a user runs it: scenario files that live as long as a test, and
+// the command's output and exit status.
+#pragma once
 
 #include <filesystem>
 #include <string>
@@ -13,14 +10,14 @@ namespace tspec::tests {
 
 struct CommandResult {
     int status = -1;
-    std::string output; /* standard output and standard error */
+    std::string output; // standard output and standard error
 };
 
-/* The environment is "NAME=value" words put before the command. */
+// The environment is "NAME=value" words put before the command.
 CommandResult run_sim(const std::vector<std::string> &arguments,
                       const std::string &environment = "");
 
-/* A file of the given text in a folder of its own. */
+// A file of the given text in a folder of its own.
 class ScenarioFile {
   public:
     explicit ScenarioFile(const std::string &text, const std::string &name = "test.yaml");
@@ -35,9 +32,7 @@ class ScenarioFile {
     std::string name_;
 };
 
-/* Plays a scenario of these steps, given as YAML list items. */
+// Plays a scenario of these steps, given as YAML list items.
 CommandResult play_steps(const std::string &steps);
 
 } // namespace tspec::tests
-
-#endif

@@ -1,15 +1,12 @@
-/*
- * The table of steps as a whole, and the document that describes it.
- */
-#include <algorithm>
-#include <fstream>
-#include <sstream>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// The table of steps as a whole, and the document that describes it.
 #include "sim/scenario/scenario.h"
 #include "sim/scenario/step_table.h"
+
+#include <algorithm>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sstream>
 
 namespace tspec::tests {
 namespace {
@@ -93,11 +90,11 @@ TEST(Document, DescribesEveryStepAsItIs)
         << "renew the end of the document with: tspec-sim run --list-steps";
 }
 
-/* What stands between the marks of the first block of YAML. */
+// What stands between the marks of the first block of YAML.
 std::string first_example(const std::string &document)
 {
     const std::string mark = "```yaml\n";
-    std::size_t start = document.find(mark) + mark.size();
+    size_t start = document.find(mark) + mark.size();
     return document.substr(start, document.find("```", start) - start);
 }
 

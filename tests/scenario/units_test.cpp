@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "sim/scenario/names.h"
 #include "sim/scenario/units.h"
+
+#include <gtest/gtest.h>
 
 namespace tspec::tests {
 namespace {

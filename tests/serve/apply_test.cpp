@@ -1,17 +1,14 @@
-/*
- * tspec-sim apply: scenarios on an access point that is being served.
- */
+// tspec-sim apply: scenarios on an access point that is being served.
+#include "command.h"
+#include "sim/lib/messages.h"
+#include "sim/serve/control_socket.h"
+
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "command.h"
-#include "sim/lib/messages.h"
-#include "sim/serve/control_socket.h"
 
 namespace tspec::tests {
 namespace {
@@ -112,7 +109,7 @@ TEST_F(ApplyTest, NeedsSomebodyWhoServes)
     EXPECT_THAT(applied.output, HasSubstr("no \"tspec-sim serve\" of yours runs here"));
 }
 
-/* One call is 625 units; see serve_test.cpp for the figures. */
+// One call is 625 units; see serve_test.cpp for the figures.
 TEST_F(ApplyTest, GoesOnWithWhatIsThere)
 {
     Serve serve;
@@ -141,7 +138,7 @@ TEST_F(ApplyTest, FreshStartsFromNothing)
     EXPECT_EQ(applied.status, 0) << applied.output;
 }
 
-/* Hours pass in it, mapd takes over, the daemon is restarted. */
+// Hours pass in it, mapd takes over, the daemon is restarted.
 TEST_F(ApplyTest, PlaysTheScenariosThatAreShipped)
 {
     Serve serve;
@@ -182,7 +179,7 @@ TEST_F(ApplyTest, BringsADaemonBackThatAScenarioHasEnded)
     EXPECT_EQ(apply({scenario("  - expect.admitted: {radio: wlan0, voice: 0}\n")}).status, 0);
 }
 
-/* Of many turns the story tells the first at once. */
+// Of many turns the story tells the first at once.
 const std::string long_one = "  - repeat:\n"
                              "      times: 20000\n"
                              "      steps:\n"
@@ -216,7 +213,7 @@ TEST_F(ApplyTest, IsLeftWhereItIsWhenNobodyWaitsForIt)
     EXPECT_EQ(apply({scenario(holding)}).status, 0);
 }
 
-/* What no client of ours sends. */
+// What no client of ours sends.
 TEST_F(ApplyTest, AnswersAClientThatSendsNoScenario)
 {
     Serve serve;

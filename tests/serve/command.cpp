@@ -1,19 +1,18 @@
 #include "command.h"
 
+#include "sim/lib/child_process.h"
+#include "sim/lib/host_share.h"
+
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <stdexcept>
-
 #include <fcntl.h>
 #include <poll.h>
+#include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include "sim/lib/child_process.h"
-#include "sim/lib/host_share.h"
 
 namespace tspec::tests {
 
@@ -22,7 +21,7 @@ namespace {
 using SteadyClock = std::chrono::steady_clock;
 constexpr auto patience = std::chrono::seconds(30);
 
-int turn = -1; /* the descriptor that holds it, where it has to be held */
+int turn = -1; // the descriptor that holds it, where it has to be held
 
 [[noreturn]] void become(std::vector<std::string> words, int output, bool shares_turn)
 {
@@ -77,7 +76,7 @@ Command::~Command()
     }
 }
 
-/* False at the end of the output, or after long silence. */
+// False at the end of the output, or after long silence.
 bool Command::read_more()
 {
     pollfd source{pipe_.fd(), POLLIN, 0};
@@ -85,7 +84,7 @@ bool Command::read_more()
     if (poll(&source, 1, static_cast<int>(limit.count())) <= 0) {
         return false;
     }
-    std::size_t before = output_.size();
+    size_t before = output_.size();
     sim::read_available(pipe_, output_);
     return output_.size() > before;
 }
@@ -93,7 +92,7 @@ bool Command::read_more()
 bool Command::says(const std::string &text)
 {
     auto until = SteadyClock::now() + patience;
-    std::size_t at;
+    size_t at;
     while ((at = output_.find(text, found_)) == std::string::npos) {
         if (!read_more() || SteadyClock::now() > until) {
             return false;
@@ -134,7 +133,7 @@ Serve::~Serve()
 int Serve::daemon_pid() const
 {
     const std::string word = "starts, pid ";
-    std::size_t at = output().rfind(word);
+    size_t at = output().rfind(word);
     return at == std::string::npos ? -1 : std::stoi(output().substr(at + word.size()));
 }
 

@@ -1,29 +1,24 @@
-/*
- * The example peers beside a served access point.
- */
-#include <csignal>
+// The example peers beside a served access point.
+#include "command.h"
 
+#include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include "command.h"
 
 namespace tspec::tests {
 namespace {
 
 const char *const addts = TSPEC_SOURCE_FOLDER "/examples/python/addts.py";
 
-/*
- * A call of 208-byte MSDUs at 83200 bit/s, at least at 6 Mbit/s:
- *   10400 bytes/s over 208 bytes are 50 packets per second.
- *   On the air a packet is 24 + 2 + 208 + 4 = 238 bytes: 16 + 8 * 238 + 6 = 1926
- *   bits in symbols of 24 bits, 81 symbols of 4 us, 324 us; with preamble and
- *   SIGNAL field 16 + 4 + 324 = 344 us.
- *   SIFS 16 us. ACK: 16 + 8 * 14 + 6 = 134 bits, 6 symbols, 16 + 4 + 24 = 44 us.
- *   344 + 16 + 44 = 404 us.
- *   50 * 404 us = 20200 us per second, 631 units of 32 us (and 8 us).
- * It goes in both directions: 1262 units are taken, 4.04 % of 31250.
- */
+// A call of 208-byte MSDUs at 83200 bit/s, at least at 6 Mbit/s:
+//   10400 bytes/s over 208 bytes are 50 packets per second.
+//   On the air a packet is 24 + 2 + 208 + 4 = 238 bytes: 16 + 8 * 238 + 6 = 1926
+//   bits in symbols of 24 bits, 81 symbols of 4 us, 324 us; with preamble and
+//   SIGNAL field 16 + 4 + 324 = 344 us.
+//   SIFS 16 us. ACK: 16 + 8 * 14 + 6 = 134 bits, 6 symbols, 16 + 4 + 24 = 44 us.
+//   344 + 16 + 44 = 404 us.
+//   50 * 404 us = 20200 us per second, 631 units of 32 us (and 8 us).
+// It goes in both directions: 1262 units are taken, 4.04 % of 31250.
 TEST(Examples, AskForACallAndAnswerForItsFrames)
 {
     Serve serve({"--without", "hostapd"});
@@ -38,7 +33,7 @@ TEST(Examples, AskForACallAndAnswerForItsFrames)
     EXPECT_TRUE(serve.says("1262 of 15625 units  (4.04 of 50.00 % of the air)"));
 }
 
-/* The daemon waits two seconds for the answer. */
+// The daemon waits two seconds for the answer.
 TEST(Examples, AreRefusedWhereNobodyKnowsTheFrameDuration)
 {
     Serve serve({"--without", "hostapd"});
@@ -49,14 +44,14 @@ TEST(Examples, AreRefusedWhereNobodyKnowsTheFrameDuration)
     EXPECT_EQ(request.output(), "ADDTS response: refused, medium time 0\n");
 }
 
-/* hostapd_side with these lines as its input. */
+// hostapd_side with these lines as its input.
 Command hostapd_side(const std::string &lines)
 {
     return Command({"/bin/sh", "-c", "exec " TSPEC_HOSTAPD_SIDE " <<'END'\n" + lines + "END\n"});
 }
 
-/* A frame of the same call: category, action, dialog token, status, element. 631 is
- * 0x0277. */
+// A frame of the same call: category, action, dialog token, status, element. 631 is
+// 0x0277.
 std::string frame(const std::string &fixed, const std::string &nominal_size,
                   const std::string &medium_time)
 {
@@ -83,7 +78,7 @@ TEST(Examples, TellThatAStationLeft)
         << serve.output();
 }
 
-/* The daemon, which it would end, is not asked. */
+// The daemon, which it would end, is not asked.
 TEST(Examples, AnswerARequestWithoutANominalSizeThemselves)
 {
     Serve serve({"--without", "hostapd"});

@@ -1,19 +1,15 @@
-/*
- * An access point in real time whose daemon's clock runs ahead.
- */
-#include <csignal>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// An access point in real time whose daemon's clock runs ahead.
 #include "command.h"
 #include "sim/lib/access_point.h"
 #include "sim/lib/child_process.h"
 #include "sim/lib/messages.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
 
 namespace tspec::tests {
 namespace {
@@ -110,7 +106,7 @@ TEST(Follow, TellsSendersThatOthersPlayByTheTypeOfTheirDatagrams)
     EXPECT_THAT(senders, testing::ElementsAre(Peer::mapd, Peer::dman, Peer::other));
 }
 
-/* The story may be told later than it happened. */
+// The story may be told later than it happened.
 TEST(Follow, KnowsWhoReceivedThoughHeHasEnded)
 {
     AccessPoint ap(in_real_time({Peer::hostapd}));
@@ -130,8 +126,8 @@ TEST(Follow, KnowsWhoReceivedThoughHeHasEnded)
     EXPECT_TRUE(sent.front().delivered);
 }
 
-/* The report interval is 300 seconds at the start. The real time that passes
- * between the skips counts too, so they keep well clear of it. */
+// The report interval is 300 seconds at the start. The real time that passes
+// between the skips counts too, so they keep well clear of it.
 TEST(Skip, LetsTimePassForTheDaemonAlone)
 {
     AccessPoint ap(in_real_time());
@@ -149,8 +145,8 @@ TEST(Skip, LetsTimePassForTheDaemonAlone)
     EXPECT_LT(ap.now() - before, 360s);
 }
 
-/* Back in real time the daemon's clock must not fall back: time that seems to
- * have run backwards counts as a very long one. */
+// Back in real time the daemon's clock must not fall back: time that seems to
+// have run backwards counts as a very long one.
 TEST(Skip, LeavesTheClockAhead)
 {
     AccessPoint ap(in_real_time());
@@ -159,7 +155,7 @@ TEST(Skip, LeavesTheClockAhead)
     ap.skip(301s);
     ap.settle();
 
-    ap.cli().send(cli_ping()); /* wakes the daemon, which then looks at the clock */
+    ap.cli().send(cli_ping()); // wakes the daemon, which then looks at the clock
 
     EXPECT_FALSE(has_console_line(ap.settle(), "Processing TSPEC violation reports"));
 }

@@ -1,15 +1,12 @@
-/*
- * The tests need ports that are free and stay so: a machine of their own, where
- * the kernel grants one; otherwise this program waits for its turn on the host's.
- */
-#include <cstdlib>
-#include <string_view>
-
-#include <gmock/gmock.h>
-
+// The tests need ports that are free and stay so: a machine of their own, where
+// the kernel grants one; otherwise this program waits for its turn on the host's.
 #include "command.h"
 #include "sim/lib/namespaces.h"
 #include "sim/lib/private_world.h"
+
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <string_view>
 
 int main(int argc, char **argv)
 {

@@ -1,18 +1,15 @@
-/*
- * docs/integration.md: the examples it shows are those that are tested, the
- * scenarios it names are there, and the story it tells is the one that comes.
- */
+// docs/integration.md: the examples it shows are those that are tested, the
+// scenarios it names are there, and the story it tells is the one that comes.
+#include "command.h"
+
 #include <filesystem>
 #include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <regex>
 #include <set>
 #include <sstream>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "command.h"
 
 namespace tspec::tests {
 namespace {
@@ -33,7 +30,7 @@ const std::string &page()
 
 std::string trimmed(const std::string &line)
 {
-    std::size_t begin = line.find_first_not_of(' ');
+    size_t begin = line.find_first_not_of(' ');
     return begin == std::string::npos ? "" : line.substr(begin);
 }
 
@@ -61,7 +58,7 @@ TEST(IntegrationPage, NamesEveryScenario)
          fs::directory_iterator(TSPEC_SOURCE_FOLDER "/scenarios")) {
         shipped.insert(entry.path().filename());
     }
-    /* The tour, and a limit of the daemon that no peer sees. */
+    // The tour, and a limit of the daemon that no peer sees.
     shipped.erase("demo.yaml");
     shipped.erase("stream-limit.yaml");
     EXPECT_EQ(named, shipped);
@@ -76,13 +73,13 @@ TEST(IntegrationPage, TellsTheStoryOfTheExamples)
     EXPECT_EQ(request.end(), 0);
 
     EXPECT_NE(page().find("```\n" + request.output() + "```\n"), std::string::npos);
-    std::size_t begin = page().find("```text\n") + 8;
+    size_t begin = page().find("```text\n") + 8;
     std::istringstream story(page().substr(begin, page().find("```", begin) - begin));
     std::string line;
     int lines = 0;
     while (std::getline(story, line)) {
         EXPECT_TRUE(serve.says(trimmed(line) + "\n")) << line;
-        ++lines;
+        lines++;
     }
     EXPECT_EQ(lines, 8);
 }

@@ -1,20 +1,16 @@
-/*
- * tspec-sim serve: whom it plays, what it leaves alone, how it ends.
- */
-#include <csignal>
-#include <filesystem>
-
-#include <poll.h>
-#include <unistd.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+// tspec-sim serve: whom it plays, what it leaves alone, how it ends.
 #include "command.h"
 #include "sim/lib/fixed_ports.h"
 #include "sim/lib/host_share.h"
 #include "sim/lib/messages.h"
 #include "sim/lib/probe.h"
+
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <unistd.h>
 
 namespace tspec::tests {
 namespace {
@@ -26,7 +22,7 @@ using testing::MatchesRegex;
 using testing::Not;
 namespace fs = std::filesystem;
 
-/* The next datagram of that size, as hostapd or mapd receives it. */
+// The next datagram of that size, as hostapd or mapd receives it.
 template <typename Wire>
 Wire received(const Socket &socket)
 {
@@ -102,7 +98,7 @@ TEST(Serve, NamesEverythingThatIsTakenAndEnds)
     Serve serve;
 
     EXPECT_EQ(serve.end(), 3);
-    /* In a user namespace that this program has entered, others may not look at it. */
+    // In a user namespace that this program has entered, others may not look at it.
     const std::string by = " is taken by (serve_tests, process " + std::to_string(getpid()) +
                            "|a program of uid " + std::to_string(getuid()) +
                            "|another user's program)";
@@ -157,8 +153,8 @@ TEST(Serve, TellsOfADaemonThatCannotBeRun)
     EXPECT_THAT(serve.output(), HasSubstr("no daemon at /nowhere/tspec-daemon"));
 }
 
-/* 83200 bit/s are 10400 bytes, 50 packets of 208 bytes. At 400 us each they keep
- * the air busy for 20000 us, 625 units of 32 us: 2 % of 31250. */
+// 83200 bit/s are 10400 bytes, 50 packets of 208 bytes. At 400 us each they keep
+// the air busy for 20000 us, 625 units of 32 us: 2 % of 31250.
 TEST(Serve, LetsAHostapdOfOnesOwnAskForAStream)
 {
     Serve serve({"--without", "hostapd"});
@@ -166,7 +162,7 @@ TEST(Serve, LetsAHostapdOfOnesOwnAskForAStream)
 
     send_udp(hostapd, TSPEC_UDP_PORT, HostapdMessage{}.bytes());
     auto query = received<tspec_frame_dur_req_t>(hostapd);
-    send_udp(hostapd, static_cast<std::uint16_t>(query.reply_port), frame_duration_answer(400));
+    send_udp(hostapd, static_cast<uint16_t>(query.reply_port), frame_duration_answer(400));
     auto response = received<tspec_hostapd_msg_t>(hostapd);
 
     EXPECT_EQ(query.reply_port, 55301U);
@@ -191,7 +187,7 @@ TEST(Serve, TellsWhenNobodyIsAtAPort)
     EXPECT_TRUE(serve.says("[not delivered]"));
 }
 
-/* What nobody has configured is admitted without a question, with no medium time. */
+// What nobody has configured is admitted without a question, with no medium time.
 TEST(Serve, LeavesTheConfigurationToADmanOfOnesOwn)
 {
     Serve serve({"--without", "hostapd,dman"});
@@ -214,7 +210,7 @@ TEST(Serve, ManagedMeansThatItsMapdDecides)
 
     send_udp(hostapd, TSPEC_UDP_PORT, HostapdMessage{}.bytes());
     auto query = received<tspec_frame_dur_req_t>(hostapd);
-    send_udp(hostapd, static_cast<std::uint16_t>(query.reply_port), frame_duration_answer(400));
+    send_udp(hostapd, static_cast<uint16_t>(query.reply_port), frame_duration_answer(400));
     auto response = received<tspec_hostapd_msg_t>(hostapd);
 
     EXPECT_EQ(response.result_code, 0U);
@@ -259,7 +255,7 @@ TEST(Serve, LeavesTheOperatorsNameToTheRealTool)
     EXPECT_TRUE(serve.says("daemon -> cli           PONG"));
 }
 
-/* The port for statistics belongs to dman, which is played here. */
+// The port for statistics belongs to dman, which is played here.
 TEST(Serve, LendsThePortForStatisticsToTheRealTool)
 {
     Serve serve;
@@ -272,7 +268,7 @@ TEST(Serve, LendsThePortForStatisticsToTheRealTool)
     EXPECT_THAT(serve.output(), Not(HasSubstr("not delivered")));
 }
 
-/* Its own questions for the load must not show among what the daemon prints. */
+// Its own questions for the load must not show among what the daemon prints.
 TEST(Serve, ShowsTheConsoleButNotItsOwnQuestions)
 {
     Serve serve;
@@ -298,8 +294,8 @@ TEST(Serve, EndsWithTheDaemonThatIsKilled)
     EXPECT_FALSE(fs::exists(TSPEC_DMAN_SOCK_PATH));
 }
 
-/* What a terminal sends to the whole group must not end the daemon before serve
- * does. */
+// What a terminal sends to the whole group must not end the daemon before serve
+// does.
 TEST(Serve, KeepsTheDaemonOutOfItsProcessGroup)
 {
     Serve serve;

@@ -1,9 +1,7 @@
-/*
- * Entries of the station table on the command line.
- */
-#include <gtest/gtest.h>
-
+// Entries of the station table on the command line.
 #include "sim/serve/station_option.h"
+
+#include <gtest/gtest.h>
 
 namespace tspec::tests {
 namespace {

@@ -1,7 +1,5 @@
-/*
- * The simulated clock, and how frame-duration answers and the passing of time
- * go together.
- */
+// The simulated clock, and how frame-duration answers and the passing of time
+// go together.
 #include "stand_in_test.h"
 
 namespace tspec::tests {
@@ -182,7 +180,7 @@ TEST_F(RealClockTest, SecondsTickByThemselves)
 {
     tell("k");
     ap.settle();
-    std::size_t ticks_at_once = with_peer(ap.history(), Peer::mapd, Kind::from_daemon).size();
+    size_t ticks_at_once = with_peer(ap.history(), Peer::mapd, Kind::from_daemon).size();
     auto ticks = [&] { return with_peer(ap.history(), Peer::mapd, Kind::from_daemon).size(); };
     while (ticks() == ticks_at_once) {
         ap.advance(100ms);

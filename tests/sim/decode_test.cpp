@@ -1,10 +1,8 @@
-/*
- * Datagrams made readable.
- */
-#include <gmock/gmock.h>
-
+// Datagrams made readable.
 #include "sim/lib/decode.h"
 #include "sim/lib/messages.h"
+
+#include <gmock/gmock.h>
 
 namespace tspec::tests {
 
@@ -60,8 +58,7 @@ TEST(DecodeTest, AddtsResponse)
 TEST(DecodeTest, DeltsSaysWhetherTheStreamWasActive)
 {
     HostapdMessage message{.msg_type = TSPEC_PEER_MSG, .cmd = TSPEC_DELTS_CMD};
-    const std::pair<std::uint32_t, const char *> names[] = {
-        {0, "active"}, {3, "not active"}, {1, "1"}};
+    const std::pair<uint32_t, const char *> names[] = {{0, "active"}, {3, "not active"}, {1, "1"}};
     for (auto [code, name] : names) {
         message.result_code = code;
         Decoded decoded = decode_datagram(Kind::from_daemon, Peer::hostapd, message.bytes());
@@ -80,7 +77,7 @@ TEST(DecodeTest, DeltsOfMapdHasNoResult)
 
 TEST(DecodeTest, EveryHostapdCommandHasItsName)
 {
-    const std::pair<std::uint8_t, const char *> names[] = {
+    const std::pair<uint8_t, const char *> names[] = {
         {1, "addts-request"}, {2, "addts-response"},
         {3, "delts-request"}, {4, "ts-inactive"},
         {5, "delts"},         {6, "ts-exceed-time"},

@@ -1,10 +1,8 @@
-/*
- * The wireless driver, the proc files and the console, as the daemon meets them.
- */
-#include <cerrno>
-
+// The wireless driver, the proc files and the console, as the daemon meets them.
 #include "sim/lib/messages.h"
 #include "stand_in_test.h"
+
+#include <cerrno>
 
 namespace tspec::tests {
 

@@ -1,11 +1,8 @@
-/*
- * Calls that fail because a test wants them to.
- */
-#include <cerrno>
-
-#include <sys/socket.h>
-
+// Calls that fail because a test wants them to.
 #include "stand_in_test.h"
+
+#include <cerrno>
+#include <sys/socket.h>
 
 namespace tspec::tests {
 
@@ -132,7 +129,7 @@ TEST(StartFaultsTest, DescriptorsRunOutForTheDaemonAlone)
     AccessPoint ap(stand_in({.descriptor_limit = 16}));
     ap.driver().set_proc_file("wlan0", "before");
     ASSERT_TRUE(ap.start());
-    for (int i = 0; i < 20; ++i) {
+    for (int i = 0; i < 20; i++) {
         ap.send_udp(bytes_of("S"));
     }
     EXPECT_EQ(console_texts(ap.settle()).back(), "error " + std::to_string(EMFILE));

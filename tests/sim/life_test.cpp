@@ -1,14 +1,12 @@
-/*
- * Start, end and resources of the daemon's process.
- */
+// Start, end and resources of the daemon's process.
+#include "sim/lib/probe.h"
+#include "stand_in_test.h"
+
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
-
-#include "sim/lib/probe.h"
-#include "stand_in_test.h"
 
 namespace tspec::tests {
 
@@ -149,7 +147,7 @@ TEST_F(LifeTest, DescriptorsAreTheDaemonsOwn)
     for (const OpenDescriptor &descriptor : descriptors) {
         numbers.push_back(descriptor.fd);
     }
-    /* Standard streams, three sockets, the one just opened, the console. */
+    // Standard streams, three sockets, the one just opened, the console.
     EXPECT_THAT(numbers, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
     EXPECT_THAT(descriptors[3].target, testing::StartsWith("socket:"));
 }

@@ -1,12 +1,9 @@
-/*
- * Every test runs a daemon or the stand-in of its own in one world.
- */
+// Every test runs a daemon or the stand-in of its own in one world.
+#include "sim/lib/private_world.h"
+
 #include <cstdio>
 #include <exception>
-
 #include <gmock/gmock.h>
-
-#include "sim/lib/private_world.h"
 
 int main(int argc, char **argv)
 {

@@ -1,9 +1,7 @@
-/*
- * The builders put every field where the receiver looks for it.
- */
-#include <gmock/gmock.h>
-
+// The builders put every field where the receiver looks for it.
 #include "sim/lib/messages.h"
+
+#include <gmock/gmock.h>
 
 namespace tspec::tests {
 
@@ -23,7 +21,7 @@ TEST(MessagesTest, TsInfoBits)
 TEST(MessagesTest, UserPrioritiesBelongToAccessCategories)
 {
     std::vector<int> categories;
-    for (std::uint8_t priority = 0; priority < 8; ++priority) {
+    for (uint8_t priority = 0; priority < 8; priority++) {
         categories.push_back(ac_of_user_priority(priority));
     }
     EXPECT_THAT(categories, ElementsAre(0, 1, 1, 0, 2, 2, 3, 3));
@@ -110,7 +108,7 @@ TEST(MessagesTest, ConfigurationByOffset)
                              .radio_param = 14}
                       .bytes();
     ASSERT_EQ(bytes.size(), 64U);
-    std::vector<std::uint32_t> words(16);
+    std::vector<uint32_t> words(16);
     std::memcpy(words.data(), bytes.data(), bytes.size());
     words.erase(words.begin());
     EXPECT_THAT(bytes[0], 1);

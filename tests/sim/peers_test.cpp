@@ -1,12 +1,10 @@
-/*
- * The peers' own sockets: switched on and off, the trap pipe in all its states,
- * the system log.
- */
-#include <cerrno>
-
+// The peers' own sockets: switched on and off, the trap pipe in all its states,
+// the system log.
 #include "sim/lib/messages.h"
 #include "sim/lib/private_world.h"
 #include "stand_in_test.h"
+
+#include <cerrno>
 
 namespace tspec::tests {
 

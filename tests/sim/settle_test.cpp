@@ -1,7 +1,5 @@
-/*
- * Settling: everything sent has been handled, and the order of what happened is
- * the daemon's.
- */
+// Settling: everything sent has been handled, and the order of what happened is
+// the daemon's.
 #include "stand_in_test.h"
 
 namespace tspec::tests {
@@ -56,7 +54,7 @@ TEST_F(SettleTest, DatagramsBearTheirPorts)
 TEST_F(SettleTest, ManyDatagramsAreAllHandledInTheOrderSent)
 {
     std::vector<std::string> expected;
-    for (int i = 0; i < 1000; ++i) {
+    for (int i = 0; i < 1000; i++) {
         std::string number = std::to_string(i);
         expected.push_back(number);
         tell("c" + number);
@@ -66,7 +64,7 @@ TEST_F(SettleTest, ManyDatagramsAreAllHandledInTheOrderSent)
 
 TEST_F(SettleTest, LocalSocketsTakeMoreThanTheirQueueHolds)
 {
-    for (int i = 0; i < 600; ++i) {
+    for (int i = 0; i < 600; i++) {
         ap.dman().send(bytes_of("cx"));
     }
     EXPECT_THAT(console_texts(ap.settle()), testing::SizeIs(600));
@@ -78,7 +76,7 @@ TEST_F(SettleTest, LongDatagramsReachTheDaemonCutAndStillMatch)
     Events events = ap.settle();
     ASSERT_FALSE(events.empty());
     EXPECT_EQ(events[0].peer, Peer::hostapd);
-    EXPECT_EQ(events[0].data.size(), std::size_t{TSPEC_RECV_BUF_SIZE});
+    EXPECT_EQ(events[0].data.size(), size_t{TSPEC_RECV_BUF_SIZE});
 }
 
 TEST_F(SettleTest, AnEmptyDatagramIsOne)
@@ -150,7 +148,7 @@ TEST_F(SettleTest, ReactionsAreHandledBeforeItEnds)
 TEST_F(SettleTest, DatagramsToDifferentSocketsAreHandledInTheOrderSent)
 {
     std::vector<std::string> expected;
-    for (int i = 0; i < 30; ++i) {
+    for (int i = 0; i < 30; i++) {
         std::string number = std::to_string(i);
         expected.push_back(number);
         Bytes order = bytes_of("c" + number);

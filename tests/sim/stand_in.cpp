@@ -1,9 +1,9 @@
-/*
- * A stand-in for the daemon: the same sockets, waits and ways of output, and
- * none of its decisions. The first byte of a datagram on any socket says what
- * to do with the rest, so that a test of the simulator can provoke each thing
- * that the simulator plays or observes.
- */
+// A stand-in for the daemon: the same sockets, waits and ways of output, and
+// none of its decisions. The first byte of a datagram on any socket says what
+// to do with the rest, so that a test of the simulator can provoke each thing
+// that the simulator plays or observes.
+#include "tspec/message.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -11,19 +11,16 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <string>
-
 #include <fcntl.h>
 #include <net/if.h>
 #include <netinet/in.h>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
-
-#include "tspec/message.h"
 
 namespace {
 
@@ -37,12 +34,12 @@ sockaddr_in address_of(in_addr_t host, int port)
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr.s_addr = htonl(host);
     return address;
 }
 
-sockaddr_un local_address(const char *name, std::size_t offset)
+sockaddr_un local_address(const char *name, size_t offset)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -250,7 +247,7 @@ void receive_from(int sock, const fd_set &set)
     if (size < 0) {
         return print("recv error " + std::to_string(errno));
     }
-    obey(std::string(buffer, static_cast<std::size_t>(size)));
+    obey(std::string(buffer, static_cast<size_t>(size)));
 }
 
 [[noreturn]] void run()

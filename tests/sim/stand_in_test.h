@@ -1,16 +1,12 @@
-/*
- * A test with the stand-in running on the simulated access point.
- */
-#ifndef TESTS_SIM_STAND_IN_TEST_H
-#define TESTS_SIM_STAND_IN_TEST_H
+// A test with the stand-in running on the simulated access point.
+#pragma once
 
+#include "sim/lib/access_point.h"
+
+#include <gmock/gmock.h>
 #include <string>
 #include <string_view>
 #include <utility>
-
-#include <gmock/gmock.h>
-
-#include "sim/lib/access_point.h"
 
 namespace tspec::tests {
 
@@ -28,10 +24,10 @@ class StandInTest : public testing::Test {
 
     void SetUp() override { ASSERT_TRUE(ap.start()); }
 
-    /* What the stand-in is told on its UDP socket. */
+    // What the stand-in is told on its UDP socket.
     void tell(std::string_view order) { ap.send_udp(bytes_of(order)); }
 
-    /* The console lines that the order leads to. */
+    // The console lines that the order leads to.
     std::vector<std::string> told(std::string_view order)
     {
         tell(order);
@@ -42,5 +38,3 @@ class StandInTest : public testing::Test {
 };
 
 } // namespace tspec::tests
-
-#endif

@@ -1,21 +1,18 @@
-/*
- * The surroundings of a run.
- */
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <random>
-#include <system_error>
-
-#include <fcntl.h>
-#include <gmock/gmock.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+// The surroundings of a run.
 #include "sim/lib/private_world.h"
 #include "sim/lib/socket.h"
 #include "tspec/message.h"
+
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <random>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
 
 namespace tspec::tests {
 
@@ -48,7 +45,7 @@ TEST(WorldTest, UsersFileInTmpIsReachedUnderItsHostPath)
     fs::remove(host_name);
 }
 
-/* What this program says when it has to share its surroundings. */
+// What this program says when it has to share its surroundings.
 std::string words_when_sharing()
 {
     std::string command = "TSPEC_SIM_NAMESPACES=off " +
@@ -116,7 +113,7 @@ TEST_F(SharedWorldTest, LeavesAPipeAloneWithAReaderBehindIt)
     EXPECT_FALSE(fs::exists(SNMP_TRAP_TSPEC_FIFO_FILE));
 }
 
-/* The ports that the kernel gives by itself; as before when the object ends. */
+// The ports that the kernel gives by itself; as before when the object ends.
 class PortRange {
   public:
     PortRange() { std::getline(std::ifstream(place), before_); }

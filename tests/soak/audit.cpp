@@ -2,11 +2,10 @@
 
 #include "sim/lib/child_process.h"
 
+#include <fmt/format.h>
 #include <fstream>
 #include <sstream>
 #include <string>
-
-#include <fmt/format.h>
 
 namespace tspec::soak {
 
@@ -14,29 +13,29 @@ using model::HostapdInput;
 
 namespace {
 
-/* As many each time, so that memory can be compared; the remaining streams are
- * theirs, too. What the operator's raw removals leave in the count, as they
- * must, takes from the remaining ones. */
+// As many each time, so that memory can be compared; the remaining streams are
+// theirs, too. What the operator's raw removals leave in the count, as they
+// must, takes from the remaining ones.
 constexpr unsigned clients_when_full = 300;
 
-/* Blocks that lie a little further apart than at first, and a page of the stack:
- * less than twenty clients' records. */
-constexpr std::uint64_t tolerance_kb = 16;
+// Blocks that lie a little further apart than at first, and a page of the stack:
+// less than twenty clients' records.
+constexpr uint64_t tolerance_kb = 16;
 
-/* What the process has written to, without the driver library: that one keeps
- * notes on each descriptor. A mapping without a name goes on where the one before
- * ended. */
-std::uint64_t written_kb(int pid)
+// What the process has written to, without the driver library: that one keeps
+// notes on each descriptor. A mapping without a name goes on where the one before
+// ended.
+uint64_t written_kb(int pid)
 {
     std::ifstream maps(fmt::format("/proc/{}/smaps", pid));
-    std::uint64_t total = 0;
+    uint64_t total = 0;
     bool counted = true;
     for (std::string line; std::getline(maps, line);) {
         std::istringstream words(line);
         std::string key, access, offset, device, node, name;
         words >> key;
         if (key == "Anonymous:" && counted) {
-            std::uint64_t kilobytes = 0;
+            uint64_t kilobytes = 0;
             words >> kilobytes;
             total += kilobytes;
         } else if (key.back() != ':') {
@@ -47,21 +46,17 @@ std::uint64_t written_kb(int pid)
     return total;
 }
 
-HostapdInput brought_along(unsigned client, std::uint8_t up)
+HostapdInput brought_along(unsigned client, uint8_t up)
 {
     HostapdInput input;
     input.cmd = 9;
-    input.sta = Mac{0x02,
-                    0xf0,
-                    0,
-                    0,
-                    static_cast<std::uint8_t>(client >> 8),
-                    static_cast<std::uint8_t>(client)};
+    input.sta =
+        Mac{0x02, 0xf0, 0, 0, static_cast<uint8_t>(client >> 8), static_cast<uint8_t>(client)};
     input.tid = up;
     input.up = up;
-    input.radio_unit = static_cast<std::uint8_t>(1 + client % 2);
-    input.vap = static_cast<std::uint8_t>(client / 2 % 16);
-    input.medium_time = 0; /* takes nothing from anybody's share */
+    input.radio_unit = static_cast<uint8_t>(1 + client % 2);
+    input.vap = static_cast<uint8_t>(client / 2 % 16);
+    input.medium_time = 0; // takes nothing from anybody's share
     return input;
 }
 
@@ -77,20 +72,20 @@ Audit::Audit(Stage &stage, HostapdSide &hostapd, MapdSide &mapd, DeviceSide &dev
 void Audit::make()
 {
     Measure measure;
-    measure.day = static_cast<std::uint32_t>((stage_.now() + 43200) / 86400);
+    measure.day = static_cast<uint32_t>((stage_.now() + 43200) / 86400);
     trouble_.end_all(Activity::audit);
     device_.end_operator_settings(Activity::audit);
     hostapd_.be_on(Activity::audit);
     device_.be_on(Activity::audit);
     const bool mapd_was_on = mapd_.is_on();
     mapd_.be_on(Activity::audit);
-    const std::uint8_t mode = stage_.state().ap_state == 2 ? 1 : 0;
+    const uint8_t mode = stage_.state().ap_state == 2 ? 1 : 0;
 
     hostapd_.send_everybody_away();
-    ask_in_both_modes(); /* those that nobody saw leave are still there */
+    ask_in_both_modes(); // those that nobody saw leave are still there
     clear();
     ask_in_both_modes();
-    show_accounts(); /* unmanaged, as the daemon decides itself then */
+    show_accounts(); // unmanaged, as the daemon decides itself then
     measure.empty_kb = written_memory();
     fill();
     measure.full_kb = written_memory();
@@ -114,8 +109,8 @@ void Audit::make()
     }
 }
 
-/* By the ordinary ways out, and by the operator's last resort where they leave
- * something, so that the store is empty. */
+// By the ordinary ways out, and by the operator's last resort where they leave
+// something, so that the store is empty.
 void Audit::clear()
 {
     const auto &clients = stage_.state().clients;
@@ -129,9 +124,9 @@ void Audit::clear()
         }
         throw Finding("the model holds a record without a stream\n");
     };
-    for (unsigned step = 0; !clients.empty(); ++step) {
+    for (unsigned step = 0; !clients.empty(); step++) {
         const model::Record &client = clients.front();
-        const std::size_t before = stage_.state().stream_count;
+        const size_t before = stage_.state().stream_count;
         HostapdInput leaving{.cmd = 8,
                              .sta = client.sta_mac,
                              .radio_unit = client.radio_unit,
@@ -152,7 +147,7 @@ void Audit::clear()
     }
 }
 
-void Audit::bring(unsigned client, std::uint8_t up)
+void Audit::bring(unsigned client, uint8_t up)
 {
     stage_.udp(Activity::audit, brought_along(client, up).bytes());
 }
@@ -160,13 +155,13 @@ void Audit::bring(unsigned client, std::uint8_t up)
 void Audit::fill()
 {
     play(lockstep::StationIs{std::nullopt, "", "client_status=1\n", 0});
-    for (unsigned client = 0; client < clients_when_full; ++client) {
+    for (unsigned client = 0; client < clients_when_full; client++) {
         bring(client, 0);
     }
-    for (const std::uint8_t up : std::initializer_list<std::uint8_t>{6, 4, 1}) {
+    for (const uint8_t up : std::initializer_list<uint8_t>{6, 4, 1}) {
         for (unsigned client = 0;
              client < clients_when_full && stage_.state().stream_count < model::max_streams;
-             ++client) {
+             client++) {
             bring(client, up);
         }
     }
@@ -176,13 +171,13 @@ void Audit::fill()
                                   stage_.state().clients.size(), stage_.state().stream_count,
                                   model::max_streams));
     }
-    bring(clients_when_full, 6); /* one too many */
+    bring(clients_when_full, 6); // one too many
     play(lockstep::StationIs{std::nullopt, "", "client_status=0\n", 0});
 }
 
 void Audit::ask_in_both_modes()
 {
-    for (const std::uint8_t managed : std::initializer_list<std::uint8_t>{1, 0}) {
+    for (const uint8_t managed : std::initializer_list<uint8_t>{1, 0}) {
         mapd_.set_mode(Activity::audit, managed);
         device_.ask_everything(Activity::audit);
         play(lockstep::Advance{1});
@@ -191,16 +186,16 @@ void Audit::ask_in_both_modes()
     stage_.cli(Activity::audit, {6, 1});
 }
 
-/* What fast transitions have booked shows in no report: only a decision's trace
- * tells it, and the whole account with it. */
+// What fast transitions have booked shows in no report: only a decision's trace
+// tells it, and the whole account with it.
 void Audit::show_accounts()
 {
     constexpr Mac sta{0x02, 0x77, 0, 0, 0, 9};
     play(lockstep::StationIs{sta, "", "client_status=1\n", 0});
     stage_.cli(Activity::audit, model::cli_debug_input({1}));
-    for (const std::uint8_t radio_unit : std::initializer_list<std::uint8_t>{1, 2}) {
-        for (const std::uint8_t up : std::initializer_list<std::uint8_t>{4, 6}) {
-            for (const std::uint8_t cmd : std::initializer_list<std::uint8_t>{1, 3}) {
+    for (const uint8_t radio_unit : std::initializer_list<uint8_t>{1, 2}) {
+        for (const uint8_t up : std::initializer_list<uint8_t>{4, 6}) {
+            for (const uint8_t cmd : std::initializer_list<uint8_t>{1, 3}) {
                 const HostapdInput input{
                     .cmd = cmd, .sta = sta, .tid = up, .up = up, .radio_unit = radio_unit};
                 stage_.udp(Activity::audit, input.bytes());
@@ -218,7 +213,7 @@ void Audit::check_descriptors()
     }
 }
 
-std::uint64_t Audit::written_memory()
+uint64_t Audit::written_memory()
 {
     return written_kb(stage_.lockstep().pid());
 }

@@ -6,9 +6,9 @@ using model::ConfigInput;
 
 namespace {
 
-constexpr std::uint32_t minute = 60;
-constexpr std::uint32_t hour = 3600;
-constexpr unsigned longest_walk = 1200; /* more than there can be streams */
+constexpr uint32_t minute = 60;
+constexpr uint32_t hour = 3600;
+constexpr unsigned longest_walk = 1200; // more than there can be streams
 
 bool ends_walk(const model::Effects &effects)
 {
@@ -54,7 +54,7 @@ void DeviceSide::begin_operator()
     stage_.every([this] { return chance_.about(3 * hour); }, [this] { trace_for_a_while(); });
     stage_.every([this] { return chance_.about(8 * hour); },
                  [this] {
-                     /* For some minutes stations that leave keep their streams. */
+                     // For some minutes stations that leave keep their streams.
                      stage_.cli(Activity::operator_command, {5, 1});
                      stage_.in(chance_.between(60, 600), [this] {
                          stage_.cli(Activity::operator_command, {5, 0});
@@ -76,7 +76,7 @@ void DeviceSide::be_on(Activity activity)
     }
 }
 
-/* It goes with a question on its lips. */
+// It goes with a question on its lips.
 void DeviceSide::restart()
 {
     if (!on_) {
@@ -93,23 +93,22 @@ void DeviceSide::restart()
 
 void DeviceSide::configure(Activity activity)
 {
-    for (std::uint8_t radio = 1; radio <= 2; ++radio) {
+    for (uint8_t radio = 1; radio <= 2; radio++) {
         ConfigInput config;
         config.radio_if = radio;
         config.acm[2] = config.acm[3] = 1;
         config.acm[0] = chance_.percent(15) ? 1 : 0;
         config.limit[0] = config.limit[1] = 10;
-        config.limit[2] = chance_.one_of<std::uint32_t>({30, 40});
-        config.limit[3] = chance_.one_of<std::uint32_t>({40, 50, 60});
+        config.limit[2] = chance_.one_of<uint32_t>({30, 40});
+        config.limit[3] = chance_.one_of<uint32_t>({40, 50, 60});
         config.fbt_vi = 5;
-        config.fbt_vo = chance_.one_of<std::uint32_t>({5, 10});
-        config.roam_reserve = chance_.one_of<std::uint32_t>({0, 5, 10});
-        config.downlink_timeout = chance_.one_of<std::uint32_t>({0, 30, 60});
-        config.uplink_timeout = chance_.one_of<std::uint32_t>({30, 60});
+        config.fbt_vo = chance_.one_of<uint32_t>({5, 10});
+        config.roam_reserve = chance_.one_of<uint32_t>({0, 5, 10});
+        config.downlink_timeout = chance_.one_of<uint32_t>({0, 30, 60});
+        config.uplink_timeout = chance_.one_of<uint32_t>({30, 60});
         stage_.dman(activity, config.bytes());
     }
-    stage_.dman(activity,
-                model::interval_input(chance_.one_of<std::uint32_t>({300, 300, 60, 900})));
+    stage_.dman(activity, model::interval_input(chance_.one_of<uint32_t>({300, 300, 60, 900})));
 }
 
 void DeviceSide::ask(Activity activity, const std::string &question)
@@ -125,7 +124,7 @@ void DeviceSide::ask_everything(Activity activity)
     for (const std::string radio : {"wlan0", "wlan1"}) {
         ask(activity, "tspec-radio-" + radio);
         ask(activity, "tspec-vap-" + radio);
-        for (unsigned vap = 1; vap < 16; ++vap) {
+        for (unsigned vap = 1; vap < 16; vap++) {
             ask(activity, "tspec-vap-" + radio + "vap" + std::to_string(vap));
         }
     }
@@ -135,13 +134,13 @@ void DeviceSide::ask_everything(Activity activity)
 void DeviceSide::walk(Activity activity)
 {
     ask(activity, "tspec-client-ts-first");
-    for (unsigned i = 0; i < longest_walk && !ends_walk(stage_.lockstep().last_effects()); ++i) {
+    for (unsigned i = 0; i < longest_walk && !ends_walk(stage_.lockstep().last_effects()); i++) {
         if (!on_) {
             return;
         }
         ask(activity, "tspec-client-ts-next");
         if (activity != Activity::audit && chance_.percent(1)) {
-            return; /* loses patience */
+            return; // loses patience
         }
     }
 }
@@ -149,11 +148,11 @@ void DeviceSide::walk(Activity activity)
 void DeviceSide::command()
 {
     const auto &clients = stage_.state().clients;
-    Mac mac{0x02, 0x51, 0, 0, 0, static_cast<std::uint8_t>(chance_.below(240))};
-    std::uint8_t tid = static_cast<std::uint8_t>(chance_.below(8));
+    Mac mac{0x02, 0x51, 0, 0, 0, static_cast<uint8_t>(chance_.below(240))};
+    uint8_t tid = static_cast<uint8_t>(chance_.below(8));
     if (!clients.empty()) {
         auto client = clients.begin();
-        std::advance(client, static_cast<std::ptrdiff_t>(chance_.below(clients.size())));
+        std::advance(client, static_cast<ptrdiff_t>(chance_.below(clients.size())));
         mac = client->sta_mac;
         for (const auto &bank : client->entries) {
             for (const model::Entry &entry : bank) {
@@ -161,11 +160,11 @@ void DeviceSide::command()
             }
         }
     }
-    const std::uint64_t kind = chance_.below(100);
+    const uint64_t kind = chance_.below(100);
     if (kind < 30) {
         stage_.cli(Activity::operator_command, {1});
     } else if (kind < 80) {
-        stage_.cli(Activity::operator_command, {6, static_cast<std::uint8_t>(kind % 10 == 0)});
+        stage_.cli(Activity::operator_command, {6, static_cast<uint8_t>(kind % 10 == 0)});
     } else if (kind < 96) {
         stage_.cli(Activity::operator_command, model::cli_mac_input(4, mac, tid));
     } else if (kind < 98) {
@@ -177,8 +176,8 @@ void DeviceSide::command()
 
 void DeviceSide::trace_for_a_while()
 {
-    std::vector<std::uint8_t> levels;
-    for (std::uint8_t level = 1; level <= 7; ++level) {
+    std::vector<uint8_t> levels;
+    for (uint8_t level = 1; level <= 7; level++) {
         if (chance_.percent(60)) {
             levels.push_back(level);
         }

@@ -1,9 +1,6 @@
-/*
- * dman and the operator: the one configures, polls statistics, walks the clients
- * and is restarted; the other looks, removes and switches traces on for a while.
- */
-#ifndef TSPEC_SOAK_DEVICE_SIDE_H
-#define TSPEC_SOAK_DEVICE_SIDE_H
+// dman and the operator: the one configures, polls statistics, walks the clients
+// and is restarted; the other looks, removes and switches traces on for a while.
+#pragma once
 
 #include "stage.h"
 
@@ -15,9 +12,9 @@ class DeviceSide {
 
     void begin();
     void be_on(Activity activity);
-    /* Every report that dman can ask for, and the operator's list. */
+    // Every report that dman can ask for, and the operator's list.
     void ask_everything(Activity activity);
-    /* First client to last. */
+    // First client to last.
     void walk(Activity activity);
     void configure(Activity activity);
     void end_operator_settings(Activity activity);
@@ -36,5 +33,3 @@ class DeviceSide {
 };
 
 } // namespace tspec::soak
-
-#endif

@@ -8,11 +8,11 @@ using model::HostapdInput;
 
 namespace {
 
-constexpr std::size_t station_count = 240;
-constexpr std::uint32_t arrivals_per_hour = 120; /* in the busiest hour */
-constexpr std::uint64_t first_hour = 9;          /* a short run meets a busy access point */
-constexpr std::uint32_t mean_stay = 1500;
-constexpr std::uint32_t between_calls = 300;
+constexpr size_t station_count = 240;
+constexpr uint32_t arrivals_per_hour = 120; // in the busiest hour
+constexpr uint64_t first_hour = 9;          // a short run meets a busy access point
+constexpr uint32_t mean_stay = 1500;
+constexpr uint32_t between_calls = 300;
 
 constexpr const char *associated = "client_status=1\n";
 constexpr const char *roaming_flags = "client_status=41\n";
@@ -22,17 +22,17 @@ constexpr unsigned day_curve[24] = {12, 8,  5,  4,  4,  6,  15, 35,  60, 80, 90,
                                     85, 90, 95, 90, 85, 80, 90, 100, 85, 60, 40, 20};
 
 namespace cmd {
-constexpr std::uint8_t addts = 1, delts = 3, inactive = 4, exceeded = 6, unauthorised = 7,
-                       disassociated = 8, fast_transition = 9;
+constexpr uint8_t addts = 1, delts = 3, inactive = 4, exceeded = 6, unauthorised = 7,
+                  disassociated = 8, fast_transition = 9;
 } // namespace cmd
 
-std::uint8_t priority_of(std::uint8_t ac_idx)
+uint8_t priority_of(uint8_t ac_idx)
 {
-    constexpr std::uint8_t priorities[4] = {0, 1, 4, 6};
+    constexpr uint8_t priorities[4] = {0, 1, 4, 6};
     return priorities[ac_idx];
 }
 
-Mac vap_address(std::uint8_t radio_unit, std::uint8_t vap)
+Mac vap_address(uint8_t radio_unit, uint8_t vap)
 {
     return Mac{0x02, 0xaa, 0, radio_unit, 0, vap};
 }
@@ -42,14 +42,14 @@ Mac vap_address(std::uint8_t radio_unit, std::uint8_t vap)
 HostapdSide::HostapdSide(Stage &stage) : stage_(stage), chance_(stage.chance())
 {
     stations_.resize(station_count);
-    for (std::size_t i = 0; i < station_count; ++i) {
-        stations_[i].mac = Mac{0x02, 0x51, 0, 0, 0, static_cast<std::uint8_t>(i)};
+    for (size_t i = 0; i < station_count; i++) {
+        stations_[i].mac = Mac{0x02, 0x51, 0, 0, 0, static_cast<uint8_t>(i)};
     }
 }
 
-unsigned HostapdSide::load_percent(std::uint64_t second)
+unsigned HostapdSide::load_percent(uint64_t second)
 {
-    const std::uint64_t hour = first_hour + second / 3600;
+    const uint64_t hour = first_hour + second / 3600;
     const bool weekend = hour / 24 % 7 >= 5;
     return std::max(1U, day_curve[hour % 24] * (weekend ? 60 : 100) / 100);
 }
@@ -57,8 +57,8 @@ unsigned HostapdSide::load_percent(std::uint64_t second)
 void HostapdSide::begin()
 {
     stage_.play(Activity::station_state, lockstep::StationIs{std::nullopt, "", away, 0});
-    /* All are known to the driver from the start, so that its table, which lies in
-     * the daemon's memory here, does not grow later. */
+    // All are known to the driver from the start, so that its table, which lies in
+    // the daemon's memory here, does not grow later.
     for (const Station &station : stations_) {
         set_state(station, roaming_flags);
         set_state(station, away);
@@ -69,9 +69,9 @@ void HostapdSide::begin()
 
 void HostapdSide::plan_next_arrival()
 {
-    const std::uint32_t mean = 3600 * 100 / (arrivals_per_hour * load_percent(stage_.now()));
+    const uint32_t mean = 3600 * 100 / (arrivals_per_hour * load_percent(stage_.now()));
     stage_.in(chance_.about(std::min(mean, 3600U)), [this] {
-        const std::size_t number = chance_.below(station_count);
+        const size_t number = chance_.below(station_count);
         if (on_ && !stations_[number].present) {
             arrive(number);
         }
@@ -79,13 +79,13 @@ void HostapdSide::plan_next_arrival()
     });
 }
 
-void HostapdSide::arrive(std::size_t number)
+void HostapdSide::arrive(size_t number)
 {
     Station &station = stations_[number];
     station.present = true;
-    ++station.visit;
-    station.radio_unit = chance_.one_of<std::uint8_t>({1, 1, 2});
-    station.vap = chance_.one_of<std::uint8_t>({0, 0, 1, 3, 15});
+    station.visit++;
+    station.radio_unit = chance_.one_of<uint8_t>({1, 1, 2});
+    station.vap = chance_.one_of<uint8_t>({0, 0, 1, 3, 15});
     settle_in(number, chance_.percent(25));
     in_visit(number, chance_.about(mean_stay), [this, number] {
         if (chance_.percent(15)) {
@@ -94,14 +94,14 @@ void HostapdSide::arrive(std::size_t number)
             leave(number);
         }
     });
-    if (chance_.percent(2)) { /* too early: before the driver knows of it */
+    if (chance_.percent(2)) { // too early: before the driver knows of it
         set_state(station, away);
         open_stream(number, wish());
         set_state(station, associated);
     }
 }
 
-void HostapdSide::settle_in(std::size_t number, bool roaming)
+void HostapdSide::settle_in(size_t number, bool roaming)
 {
     const Station &station = stations_[number];
     set_state(station, roaming ? roaming_flags : associated);
@@ -112,9 +112,9 @@ void HostapdSide::settle_in(std::size_t number, bool roaming)
         input.tid = brought.tid;
         input.up = brought.up;
         input.dir = brought.dir;
-        /* Little: what they book is only partly given back, and nobody else would be
-         * admitted in the end. */
-        input.medium_time = chance_.one_of<std::uint16_t>({0, 16, 31, 62});
+        // Little: what they book is only partly given back, and nobody else would be
+        // admitted in the end.
+        input.medium_time = chance_.one_of<uint16_t>({0, 16, 31, 62});
         send(Activity::fast_transition, input);
         in_visit(number, chance_.about(brought.seconds),
                  [this, number, brought] { end_stream(number, brought); });
@@ -122,7 +122,7 @@ void HostapdSide::settle_in(std::size_t number, bool roaming)
     plan_call(number);
 }
 
-void HostapdSide::plan_call(std::size_t number)
+void HostapdSide::plan_call(size_t number)
 {
     in_visit(number, chance_.about(between_calls), [this, number] {
         call(number);
@@ -132,44 +132,44 @@ void HostapdSide::plan_call(std::size_t number)
 
 HostapdSide::Wish HostapdSide::wish()
 {
-    const std::uint64_t kind = chance_.below(100);
+    const uint64_t kind = chance_.below(100);
     if (kind < 45) {
         return {6, 6, 3, 83200, 180};
     }
     if (kind < 60) {
-        return {static_cast<std::uint8_t>(kind % 2 == 0 ? 6 : 7),
-                static_cast<std::uint8_t>(kind % 2 == 0 ? 6 : 7),
-                static_cast<std::uint8_t>(kind % 2), 64000, 180};
+        return {static_cast<uint8_t>(kind % 2 == 0 ? 6 : 7),
+                static_cast<uint8_t>(kind % 2 == 0 ? 6 : 7), static_cast<uint8_t>(kind % 2), 64000,
+                180};
     }
     if (kind < 88) {
-        return {static_cast<std::uint8_t>(4 + kind % 2), static_cast<std::uint8_t>(4 + kind % 2),
-                static_cast<std::uint8_t>(kind % 3 == 0 ? 3 : kind % 2),
-                chance_.one_of<std::uint32_t>({128000, 256000, 512000}), 500};
+        return {static_cast<uint8_t>(4 + kind % 2), static_cast<uint8_t>(4 + kind % 2),
+                static_cast<uint8_t>(kind % 3 == 0 ? 3 : kind % 2),
+                chance_.one_of<uint32_t>({128000, 256000, 512000}), 500};
     }
-    const std::uint8_t priority = chance_.one_of<std::uint8_t>({0, 3, 1, 2});
-    return {priority, priority, chance_.one_of<std::uint8_t>({0, 1, 3}), 40000, 300};
+    const uint8_t priority = chance_.one_of<uint8_t>({0, 3, 1, 2});
+    return {priority, priority, chance_.one_of<uint8_t>({0, 1, 3}), 40000, 300};
 }
 
-void HostapdSide::call(std::size_t number)
+void HostapdSide::call(size_t number)
 {
     const Wish first = wish();
     open_stream(number, first);
-    if (first.dir != 3 && chance_.percent(60)) { /* the way back */
+    if (first.dir != 3 && chance_.percent(60)) { // the way back
         Wish back = first;
         back.dir = first.dir == 0 ? 1 : 0;
-        back.tid = static_cast<std::uint8_t>(first.tid ^ 1);
+        back.tid = static_cast<uint8_t>(first.tid ^ 1);
         back.up = first.up;
         open_stream(number, back);
     }
     if (chance_.percent(2)) {
         HostapdInput input = input_of(stations_[number]);
         input.cmd = cmd::unauthorised;
-        input.up = chance_.one_of<std::uint8_t>({4, 6, 6, 0});
+        input.up = chance_.one_of<uint8_t>({4, 6, 6, 0});
         send(Activity::unauthorised_traffic, input);
     }
 }
 
-void HostapdSide::open_stream(std::size_t number, const Wish &wished)
+void HostapdSide::open_stream(size_t number, const Wish &wished)
 {
     HostapdInput input = input_of(stations_[number]);
     input.cmd = cmd::addts;
@@ -177,7 +177,7 @@ void HostapdSide::open_stream(std::size_t number, const Wish &wished)
     input.up = wished.up;
     input.dir = wished.dir;
     input.mean_rate = wished.mean_rate;
-    input.aux_byte = static_cast<std::uint8_t>(chance_.below(256));
+    input.aux_byte = static_cast<uint8_t>(chance_.below(256));
     send(Activity::admission_request, input);
     if (chance_.percent(30)) {
         in_visit(number, chance_.about(60),
@@ -190,49 +190,49 @@ void HostapdSide::open_stream(std::size_t number, const Wish &wished)
              [this, number, wished] { end_stream(number, wished); });
 }
 
-void HostapdSide::renegotiate(std::size_t number, const Wish &wished)
+void HostapdSide::renegotiate(size_t number, const Wish &wished)
 {
     HostapdInput input = input_of(stations_[number]);
     input.cmd = cmd::addts;
     input.tid = wished.tid;
     input.up = wished.up;
-    input.dir = chance_.percent(15) ? static_cast<std::uint8_t>(chance_.below(4)) : wished.dir;
+    input.dir = chance_.percent(15) ? static_cast<uint8_t>(chance_.below(4)) : wished.dir;
     input.mean_rate = wished.mean_rate * chance_.between(1, 4) / 2;
-    input.surplus = chance_.one_of<std::uint16_t>({0x2000, 0x2400, 0x3000});
+    input.surplus = chance_.one_of<uint16_t>({0x2000, 0x2400, 0x3000});
     if (chance_.percent(8)) {
-        input.up = static_cast<std::uint8_t>(chance_.below(8));
+        input.up = static_cast<uint8_t>(chance_.below(8));
     }
     if (chance_.percent(10)) {
-        input.tid = static_cast<std::uint8_t>(wished.tid ^ 1); /* in place of the other */
+        input.tid = static_cast<uint8_t>(wished.tid ^ 1); // in place of the other
     }
     send(Activity::renegotiation, input);
 }
 
-void HostapdSide::exceed(std::size_t number, const Wish &wished)
+void HostapdSide::exceed(size_t number, const Wish &wished)
 {
     HostapdInput input = input_of(stations_[number]);
     input.cmd = cmd::exceeded;
     input.tid = wished.tid;
     input.up = wished.up;
     input.dir = wished.dir;
-    for (std::uint32_t times = chance_.between(1, 4); times > 0; --times) {
+    for (uint32_t times = chance_.between(1, 4); times > 0; times--) {
         send(Activity::excess_use, input);
     }
 }
 
-void HostapdSide::end_stream(std::size_t number, const Wish &wished)
+void HostapdSide::end_stream(size_t number, const Wish &wished)
 {
     HostapdInput input = input_of(stations_[number]);
     const bool idle = chance_.percent(25);
     input.cmd = idle ? cmd::inactive : cmd::delts;
-    input.tid = chance_.percent(3) ? static_cast<std::uint8_t>(chance_.below(8)) : wished.tid;
+    input.tid = chance_.percent(3) ? static_cast<uint8_t>(chance_.below(8)) : wished.tid;
     input.up = wished.up;
     input.dir = wished.dir;
     send(idle ? Activity::inactivity : Activity::stream_end, input);
 }
 
-/* Some say so, the others are found out by their silence. */
-void HostapdSide::leave(std::size_t number)
+// Some say so, the others are found out by their silence.
+void HostapdSide::leave(size_t number)
 {
     Station &station = stations_[number];
     if (chance_.percent(75)) {
@@ -242,11 +242,11 @@ void HostapdSide::leave(std::size_t number)
     }
     set_state(station, away);
     station.present = false;
-    ++station.visit;
+    station.visit++;
 }
 
-/* To the other radio of this access point, sometimes without a word to the old one. */
-void HostapdSide::roam(std::size_t number)
+// To the other radio of this access point, sometimes without a word to the old one.
+void HostapdSide::roam(size_t number)
 {
     Station &station = stations_[number];
     if (chance_.percent(70)) {
@@ -254,8 +254,8 @@ void HostapdSide::roam(std::size_t number)
         input.cmd = cmd::disassociated;
         send(Activity::disassociation, input);
     }
-    station.radio_unit = static_cast<std::uint8_t>(3 - station.radio_unit);
-    ++station.visit;
+    station.radio_unit = static_cast<uint8_t>(3 - station.radio_unit);
+    station.visit++;
     settle_in(number, true);
     in_visit(number, chance_.about(mean_stay), [this, number] { leave(number); });
 }
@@ -267,7 +267,7 @@ HostapdSide::Station *HostapdSide::station_of(const Mac &mac)
     return found == stations_.end() ? nullptr : &*found;
 }
 
-/* Streams of stations that are no longer there carry nothing. */
+// Streams of stations that are no longer there carry nothing.
 void HostapdSide::report_idle_streams()
 {
     std::vector<HostapdInput> idle;
@@ -307,7 +307,7 @@ void HostapdSide::restart()
         if (station.present) {
             set_state(station, away);
             station.present = false;
-            ++station.visit;
+            station.visit++;
         }
     }
     stage_.in(chance_.between(2, 60), [this] { be_on(Activity::peer_restart); });
@@ -330,7 +330,7 @@ void HostapdSide::send_everybody_away()
             send(Activity::disassociation, input);
             set_state(station, away);
             station.present = false;
-            ++station.visit;
+            station.visit++;
         }
     }
 }
@@ -347,9 +347,9 @@ void HostapdSide::send(Activity activity, const HostapdInput &input)
     }
 }
 
-void HostapdSide::in_visit(std::size_t number, std::uint32_t seconds, Stage::Action action)
+void HostapdSide::in_visit(size_t number, uint32_t seconds, Stage::Action action)
 {
-    const std::uint32_t visit = stations_[number].visit;
+    const uint32_t visit = stations_[number].visit;
     stage_.in(seconds, [this, number, visit, action = std::move(action)] {
         if (stations_[number].visit == visit && stations_[number].present) {
             action();

@@ -1,18 +1,14 @@
-/*
- * tspec-soak: the real daemon on a busy access point for days of simulated time,
- * held against the model at every step. TSPEC_DAEMON in the environment names
- * another daemon than the one beside this program.
- */
+// tspec-soak: the real daemon on a busy access point for days of simulated time,
+// held against the model at every step. TSPEC_DAEMON in the environment names
+// another daemon than the one beside this program.
 #include "audit.h"
 #include "progress.h"
-
 #include "sim/lib/private_world.h"
 
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
-
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace tspec::soak {
@@ -28,8 +24,8 @@ void on_interrupt(int)
 
 struct Settings {
     double days = 7;
-    std::uint64_t seed = 1;
-    std::uint64_t seconds = 0;
+    uint64_t seed = 1;
+    uint64_t seconds = 0;
     bool test = false;
 };
 
@@ -40,11 +36,11 @@ class Run {
     Run(const Settings &settings, Progress &progress)
         : stage_(settings.seed), hostapd_(stage_), mapd_(stage_), device_(stage_),
           trouble_(stage_, hostapd_, mapd_), audit_(stage_, hostapd_, mapd_, device_, trouble_),
-          progress_(progress), length_(static_cast<std::uint64_t>(settings.days * day_seconds))
+          progress_(progress), length_(static_cast<uint64_t>(settings.days * day_seconds))
     {
     }
 
-    /* Throws Finding. */
+    // Throws Finding.
     void live()
     {
         begin();
@@ -52,8 +48,8 @@ class Run {
             progress_.show(stage_.tally(), stage_.streams());
             return interrupted != 0 || progress_.time_is_up();
         };
-        for (std::uint64_t day = 1; stage_.now() < length_ && !stop(); ++day) {
-            stage_.run_until(std::min<std::uint64_t>(day * 86400, length_), stop);
+        for (uint64_t day = 1; stage_.now() < length_ && !stop(); day++) {
+            stage_.run_until(std::min<uint64_t>(day * 86400, length_), stop);
             audit_.make();
             const Tally &tally = stage_.tally();
             progress_.say(fmt::format("{}: {} operations, {} admitted, {} refused, {} kB, {} "
@@ -77,15 +73,15 @@ class Run {
         audit_.make();
     }
 
-    /* What the daemon writes to once, such as the deepest part of its stack, is
-     * written to before it is measured. */
+    // What the daemon writes to once, such as the deepest part of its stack, is
+    // written to before it is measured.
     void warm_up()
     {
         stage_.cli(Activity::audit, model::cli_debug_input({1, 2, 3, 4, 5, 6, 7}));
         stage_.play(Activity::audit, lockstep::TrapIs{lockstep::TrapState::reader});
         const model::HostapdInput request{.sta = Mac{0x02, 0x77, 0, 0, 0, 9}};
         stage_.play(Activity::audit, lockstep::StationIs{request.sta, "", "client_status=1\n", 0});
-        for (const std::uint8_t cmd : std::initializer_list<std::uint8_t>{1, 6, 7, 3, 9, 4, 1, 8}) {
+        for (const uint8_t cmd : std::initializer_list<uint8_t>{1, 6, 7, 3, 9, 4, 1, 8}) {
             model::HostapdInput input = request;
             input.cmd = cmd;
             stage_.udp(Activity::audit, input.bytes());
@@ -102,7 +98,7 @@ class Run {
     Trouble trouble_;
     Audit audit_;
     Progress &progress_;
-    std::uint64_t length_;
+    uint64_t length_;
 };
 
 std::string replay_command(const Settings &settings)
@@ -115,9 +111,9 @@ std::string replay_command(const Settings &settings)
 
 int play(const Settings &settings)
 {
-    Progress progress(static_cast<std::uint64_t>(settings.days * day_seconds), settings.seconds);
+    Progress progress(static_cast<uint64_t>(settings.days * day_seconds), settings.seconds);
     progress.say(fmt::format("{} of simulated time, seed {}",
-                             length_text(static_cast<std::uint64_t>(settings.days * day_seconds)),
+                             length_text(static_cast<uint64_t>(settings.days * day_seconds)),
                              settings.seed));
     Run run(settings, progress);
     std::string finding;

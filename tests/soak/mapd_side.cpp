@@ -6,7 +6,7 @@ namespace mapd_at = model::mapd_at;
 
 namespace {
 
-constexpr std::uint32_t hour = 3600;
+constexpr uint32_t hour = 3600;
 
 } // namespace
 
@@ -50,7 +50,7 @@ void MapdSide::leave(Activity activity)
     on_ = false;
 }
 
-void MapdSide::set_mode(Activity activity, std::uint8_t managed)
+void MapdSide::set_mode(Activity activity, uint8_t managed)
 {
     stage_.udp(activity, model::ap_state_input(managed));
 }
@@ -58,7 +58,7 @@ void MapdSide::set_mode(Activity activity, std::uint8_t managed)
 void MapdSide::come()
 {
     be_on(Activity::peer_restart);
-    set_mode(Activity::mode_switch, chance_.percent(10) ? 2 : 1); /* 2 is none */
+    set_mode(Activity::mode_switch, chance_.percent(10) ? 2 : 1); // 2 is none
 }
 
 void MapdSide::go()
@@ -67,7 +67,7 @@ void MapdSide::go()
     leave(Activity::peer_restart);
 }
 
-/* The daemon goes on asking, and nobody is there. */
+// The daemon goes on asking, and nobody is there.
 void MapdSide::vanish()
 {
     leave(Activity::peer_restart);
@@ -87,10 +87,10 @@ void MapdSide::hear(const model::Sent &sent)
     if (!asked || !on_ || silent_ || chance_.percent(2)) {
         return;
     }
-    const std::uint64_t speed = chance_.below(100);
-    const std::uint32_t delay = speed < 80   ? 0
-                                : speed < 95 ? chance_.between(1, 3)
-                                             : chance_.between(4, 90);
+    const uint64_t speed = chance_.below(100);
+    const uint32_t delay = speed < 80   ? 0
+                           : speed < 95 ? chance_.between(1, 3)
+                                        : chance_.between(4, 90);
     stage_.in(delay, [this, request = sent.bytes] {
         if (on_) {
             answer(request);
@@ -104,33 +104,33 @@ void MapdSide::answer(Bytes request)
     request[mapd_at::cmd] = 2;
     request[mapd_at::result_code] = 0;
     if (chance_.percent(8)) {
-        request[mapd_at::result_code] = chance_.one_of<std::uint8_t>({1, 2, 3, 3, 3});
+        request[mapd_at::result_code] = chance_.one_of<uint8_t>({1, 2, 3, 3, 3});
     }
     if (chance_.percent(3)) {
         model::put_u16(request, mapd_at::medium_time,
-                       static_cast<std::uint16_t>(chance_.between(100, 900)));
+                       static_cast<uint16_t>(chance_.between(100, 900)));
     }
     if (!chance_.percent(6)) {
         stage_.udp(Activity::mapd_answer, request);
         return;
     }
     switch (chance_.below(6)) {
-    case 0: /* about another stream */
+    case 0: // about another stream
         request[mapd_at::ts_info] ^= 0x02;
         break;
-    case 1: /* about nobody */
+    case 1: // about nobody
         request[mapd_at::sta_mac + 1] ^= 0xff;
         break;
     case 2:
-        request.resize(chance_.one_of<std::size_t>({2, 64, 119, 121}));
+        request.resize(chance_.one_of<size_t>({2, 64, 119, 121}));
         break;
     case 3:
-        request[mapd_at::radio_unit] = chance_.one_of<std::uint8_t>({0, 3});
+        request[mapd_at::radio_unit] = chance_.one_of<uint8_t>({0, 3});
         break;
     case 4:
-        request[mapd_at::ac_idx] = chance_.one_of<std::uint8_t>({0, 4, 255});
+        request[mapd_at::ac_idx] = chance_.one_of<uint8_t>({0, 4, 255});
         break;
-    default: /* twice */
+    default: // twice
         stage_.udp(Activity::mapd_answer, request);
         break;
     }
@@ -139,11 +139,11 @@ void MapdSide::answer(Bytes request)
 
 void MapdSide::take_a_stream_back()
 {
-    const std::size_t streams = stage_.streams();
+    const size_t streams = stage_.streams();
     if (!on_ || streams == 0) {
         return;
     }
-    std::uint64_t chosen = chance_.below(streams);
+    uint64_t chosen = chance_.below(streams);
     for (const model::Record &record : stage_.state().clients) {
         for (const auto &bank : record.entries) {
             for (const model::Entry &entry : bank) {

@@ -1,9 +1,6 @@
-/*
- * mapd: comes and takes the access point over, answers requests at once, late,
- * wrongly or never, takes streams back, and goes, with or without saying so.
- */
-#ifndef TSPEC_SOAK_MAPD_SIDE_H
-#define TSPEC_SOAK_MAPD_SIDE_H
+// mapd: comes and takes the access point over, answers requests at once, late,
+// wrongly or never, takes streams back, and goes, with or without saying so.
+#pragma once
 
 #include "stage.h"
 
@@ -16,9 +13,9 @@ class MapdSide {
     void begin();
     bool is_on() const { return on_; }
     void be_on(Activity activity);
-    void leave(Activity activity); /* its socket closes */
-    /* Its word on who decides: 1 managed, 0 not. */
-    void set_mode(Activity activity, std::uint8_t managed);
+    void leave(Activity activity); // its socket closes
+    // Its word on who decides: 1 managed, 0 not.
+    void set_mode(Activity activity, uint8_t managed);
 
   private:
     void come();
@@ -35,5 +32,3 @@ class MapdSide {
 };
 
 } // namespace tspec::soak
-
-#endif

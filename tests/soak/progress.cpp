@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-
-#include <unistd.h>
-
 #include <fmt/format.h>
+#include <unistd.h>
 
 namespace tspec::soak {
 
@@ -18,7 +16,7 @@ constexpr auto between_renewals = 250ms;
 
 } // namespace
 
-Progress::Progress(std::uint64_t simulated, std::uint64_t seconds)
+Progress::Progress(uint64_t simulated, uint64_t seconds)
     : simulated_(simulated), seconds_(seconds), terminal_(isatty(STDOUT_FILENO) == 1),
       next_(begin_ + (terminal_ ? Clock::duration(0) : Clock::duration(between_plain_lines)))
 {
@@ -34,18 +32,18 @@ bool Progress::time_is_up() const
     return seconds_ > 0 && real_seconds() >= static_cast<double>(seconds_);
 }
 
-std::uint64_t Progress::seconds_left(const Tally &tally) const
+uint64_t Progress::seconds_left(const Tally &tally) const
 {
     const double spent = real_seconds();
-    const double done = static_cast<double>(std::max<std::uint64_t>(tally.seconds, 1));
+    const double done = static_cast<double>(std::max<uint64_t>(tally.seconds, 1));
     double left = spent * (static_cast<double>(simulated_) - done) / done;
     if (seconds_ > 0) {
         left = std::min(left, static_cast<double>(seconds_) - spent);
     }
-    return static_cast<std::uint64_t>(std::max(left, 0.0));
+    return static_cast<uint64_t>(std::max(left, 0.0));
 }
 
-void Progress::show(const Tally &tally, std::size_t streams)
+void Progress::show(const Tally &tally, size_t streams)
 {
     const Clock::time_point now = Clock::now();
     if (now < next_) {

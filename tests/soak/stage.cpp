@@ -2,25 +2,24 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
-
 #include <fmt/format.h>
+#include <memory>
 
 namespace tspec::soak {
 
 namespace {
 
-constexpr std::size_t steps_kept = 1500;
+constexpr size_t steps_kept = 1500;
 
 } // namespace
 
-std::uint32_t Chance::about(std::uint32_t seconds)
+uint32_t Chance::about(uint32_t seconds)
 {
     const double share = (static_cast<double>(below(1'000'000)) + 1) / 1'000'001;
-    return static_cast<std::uint32_t>(std::max(1.0, -std::log(share) * seconds));
+    return static_cast<uint32_t>(std::max(1.0, -std::log(share) * seconds));
 }
 
-Stage::Stage(std::uint64_t seed)
+Stage::Stage(uint64_t seed)
     : lockstep_(lockstep::Start{.own_group = true}), chance_(seed), clock_(lockstep_.model().time())
 {
 }
@@ -31,7 +30,7 @@ void Stage::play(Activity activity, const Step &step)
     if (last_.size() > steps_kept) {
         last_.pop_front();
     }
-    const std::uint32_t before = lockstep_.model().time();
+    const uint32_t before = lockstep_.model().time();
     const std::optional<std::string> difference = lockstep_.play(step);
     count(activity, step);
     if (difference) {
@@ -41,7 +40,7 @@ void Stage::play(Activity activity, const Step &step)
         throw Finding("the daemon has ended\n");
     }
     lockstep_.forget();
-    /* Where the clock is set no time passes; late answers make the daemon wait. */
+    // Where the clock is set no time passes; late answers make the daemon wait.
     if (!std::holds_alternative<lockstep::StepClock>(step)) {
         now_ += lockstep_.model().time() - before;
     }
@@ -51,7 +50,7 @@ void Stage::play(Activity activity, const Step &step)
 
 void Stage::count(Activity activity, const Step &step)
 {
-    ++tally_.steps[static_cast<std::size_t>(activity)];
+    tally_.steps[static_cast<size_t>(activity)]++;
     if (const auto *deliver = std::get_if<lockstep::Deliver>(&step)) {
         tally_.to_daemon +=
             (deliver->udp ? 1U : 0U) + (deliver->dman ? 1U : 0U) + (deliver->cli ? 1U : 0U);
@@ -59,15 +58,15 @@ void Stage::count(Activity activity, const Step &step)
     for (const model::Effect &effect : lockstep_.last_effects()) {
         const auto *sent = std::get_if<model::Sent>(&effect);
         if (sent == nullptr && !std::holds_alternative<model::SentToTool>(effect)) {
-            ++tally_.other_effects;
+            tally_.other_effects++;
             continue;
         }
-        ++tally_.from_daemon;
+        tally_.from_daemon++;
         if (activity != Activity::audit && sent != nullptr && sent->port == model::hostapd_port &&
             sent->bytes.size() == model::hostapd_at::size &&
             sent->bytes[model::hostapd_at::cmd] == 2) {
             const bool admitted = sent->bytes[model::hostapd_at::result_code] == 0;
-            ++(admitted ? tally_.admitted : tally_.refused);
+            (admitted ? tally_.admitted : tally_.refused)++;
         }
     }
     if (activity != Activity::audit) {
@@ -75,19 +74,19 @@ void Stage::count(Activity activity, const Step &step)
     }
 }
 
-std::size_t Stage::streams() const
+size_t Stage::streams() const
 {
-    std::size_t found = 0;
+    size_t found = 0;
     for (const model::Record &record : state().clients) {
         for (const auto &bank : record.entries) {
-            found += static_cast<std::size_t>(std::count_if(
+            found += static_cast<size_t>(std::count_if(
                 std::begin(bank), std::end(bank), [](const auto &one) { return one.in_use(); }));
         }
     }
     return found;
 }
 
-/* Listeners may plan what they do, not do it. */
+// Listeners may plan what they do, not do it.
 void Stage::tell_listeners()
 {
     for (const model::Effect &effect : lockstep_.last_effects()) {
@@ -116,12 +115,12 @@ void Stage::cli(Activity activity, Bytes datagram)
     play(activity, lockstep::Deliver{.cli = std::move(datagram)});
 }
 
-void Stage::in(std::uint32_t seconds, Action action)
+void Stage::in(uint32_t seconds, Action action)
 {
     plan_.push({now_ + seconds, order_++, std::move(action)});
 }
 
-void Stage::every(std::function<std::uint32_t()> pause, const Action &action)
+void Stage::every(std::function<uint32_t()> pause, const Action &action)
 {
     in(pause(), [this, pause, action] {
         action();
@@ -129,15 +128,15 @@ void Stage::every(std::function<std::uint32_t()> pause, const Action &action)
     });
 }
 
-void Stage::pass_to(std::uint64_t second)
+void Stage::pass_to(uint64_t second)
 {
     while (now_ < second) {
-        const std::uint64_t length = std::min<std::uint64_t>(second - now_, 600);
+        const uint64_t length = std::min<uint64_t>(second - now_, 600);
         play(Activity::waiting, lockstep::Advance{static_cast<unsigned>(length)});
     }
 }
 
-void Stage::run_until(std::uint64_t second, const std::function<bool()> &stop)
+void Stage::run_until(uint64_t second, const std::function<bool()> &stop)
 {
     while (!plan_.empty() && plan_.top().second <= second) {
         if (stop()) {
@@ -156,8 +155,8 @@ void Stage::run_until(std::uint64_t second, const std::function<bool()> &stop)
 std::string Stage::last_steps() const
 {
     std::string text;
-    const std::uint64_t first = tally_.all_steps() - last_.size();
-    for (std::size_t i = 0; i < last_.size(); ++i) {
+    const uint64_t first = tally_.all_steps() - last_.size();
+    for (size_t i = 0; i < last_.size(); i++) {
         text += fmt::format("  {}. [{}] {}\n", first + i, activity_name(last_[i].first),
                             lockstep::describe(last_[i].second));
     }

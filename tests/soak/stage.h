@@ -1,15 +1,11 @@
-/*
- * The daemon and its model on one line of simulated time: what is planned
- * happens when its second comes, each step is done to both and compared, and
- * whoever listens hears what the daemon sent.
- */
-#ifndef TSPEC_SOAK_STAGE_H
-#define TSPEC_SOAK_STAGE_H
-
-#include "tally.h"
+// The daemon and its model on one line of simulated time: what is planned
+// happens when its second comes, each step is done to both and compared, and
+// whoever listens hears what the daemon sent.
+#pragma once
 
 #include "inputs.h"
 #include "lockstep.h"
+#include "tally.h"
 
 #include <deque>
 #include <functional>
@@ -26,30 +22,30 @@ using lockstep::Step;
 using model::Bytes;
 using model::Mac;
 
-/* Something that the rules do not allow. */
+// Something that the rules do not allow.
 class Finding : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
-/* Numbers from one seed, the same on every machine. */
+// Numbers from one seed, the same on every machine.
 class Chance {
   public:
-    explicit Chance(std::uint64_t seed) : generator_(seed) {}
+    explicit Chance(uint64_t seed) : generator_(seed) {}
 
-    std::uint64_t below(std::uint64_t limit) { return generator_() % limit; }
+    uint64_t below(uint64_t limit) { return generator_() % limit; }
     bool percent(unsigned share) { return below(100) < share; }
-    std::uint32_t between(std::uint32_t least, std::uint32_t most)
+    uint32_t between(uint32_t least, uint32_t most)
     {
-        return static_cast<std::uint32_t>(least + below(most - least + 1ULL));
+        return static_cast<uint32_t>(least + below(most - least + 1ULL));
     }
-    /* Seconds until something that happens that often on average: at least 1. */
-    std::uint32_t about(std::uint32_t seconds);
+    // Seconds until something that happens that often on average: at least 1.
+    uint32_t about(uint32_t seconds);
 
     template <typename Value>
     Value one_of(std::initializer_list<Value> pool)
     {
-        return *(pool.begin() + static_cast<std::ptrdiff_t>(below(pool.size())));
+        return *(pool.begin() + static_cast<ptrdiff_t>(below(pool.size())));
     }
 
   private:
@@ -61,39 +57,39 @@ class Stage {
     using Action = std::function<void()>;
     using Listener = std::function<void(const model::Sent &)>;
 
-    explicit Stage(std::uint64_t seed);
+    explicit Stage(uint64_t seed);
 
-    /* Throws Finding where daemon and model part. */
+    // Throws Finding where daemon and model part.
     void play(Activity activity, const Step &step);
     void udp(Activity activity, Bytes datagram);
     void dman(Activity activity, Bytes datagram);
     void cli(Activity activity, Bytes datagram);
 
-    void in(std::uint32_t seconds, Action action);
-    /* Again and again, each time after the seconds that `pause` gives. */
-    void every(std::function<std::uint32_t()> pause, const Action &action);
+    void in(uint32_t seconds, Action action);
+    // Again and again, each time after the seconds that `pause` gives.
+    void every(std::function<uint32_t()> pause, const Action &action);
 
-    /* Lets everything happen that is due until then. Returns early when `stop`
-     * says so; it is asked before every action. */
-    void run_until(std::uint64_t second, const std::function<bool()> &stop);
+    // Lets everything happen that is due until then. Returns early when `stop`
+    // says so; it is asked before every action.
+    void run_until(uint64_t second, const std::function<bool()> &stop);
 
-    /* Hears every datagram that left the daemon's UDP socket. */
+    // Hears every datagram that left the daemon's UDP socket.
     void listen(Listener listener) { listeners_.push_back(std::move(listener)); }
 
-    std::uint64_t now() const { return now_; } /* seconds since the start */
+    uint64_t now() const { return now_; } // seconds since the start
     const model::State &state() const { return lockstep_.model().state(); }
-    std::size_t streams() const;
+    size_t streams() const;
     lockstep::Lockstep &lockstep() { return lockstep_; }
     Tally &tally() { return tally_; }
     Chance &chance() { return chance_; }
 
-    /* The last steps, for people. */
+    // The last steps, for people.
     std::string last_steps() const;
 
   private:
     struct Planned {
-        std::uint64_t second;
-        std::uint64_t order;
+        uint64_t second;
+        uint64_t order;
         Action action;
         bool operator>(const Planned &other) const
         {
@@ -101,7 +97,7 @@ class Stage {
         }
     };
 
-    void pass_to(std::uint64_t second);
+    void pass_to(uint64_t second);
     void count(Activity activity, const Step &step);
     void tell_listeners();
 
@@ -109,13 +105,11 @@ class Stage {
     Chance chance_;
     Tally tally_;
     std::priority_queue<Planned, std::vector<Planned>, std::greater<>> plan_;
-    std::uint64_t order_ = 0;
-    std::uint64_t now_ = 0;
-    std::uint32_t clock_;
+    uint64_t order_ = 0;
+    uint64_t now_ = 0;
+    uint32_t clock_;
     std::vector<Listener> listeners_;
     std::deque<std::pair<Activity, Step>> last_;
 };
 
 } // namespace tspec::soak
-
-#endif

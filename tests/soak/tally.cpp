@@ -1,14 +1,13 @@
 #include "tally.h"
 
-#include <numeric>
-
 #include <fmt/format.h>
+#include <numeric>
 
 namespace tspec::soak {
 
 namespace {
 
-constexpr std::array<const char *, static_cast<std::size_t>(Activity::count)> names{
+constexpr std::array<const char *, static_cast<size_t>(Activity::count)> names{
     "admission requests", "renegotiations",      "fast transitions",      "streams given back",
     "streams gone idle",  "excess uses",         "unauthorised traffic",  "disassociations",
     "station states",     "answers of mapd",     "wrong answers of mapd", "removals by mapd",
@@ -29,22 +28,22 @@ std::string measure_line(const Measure &one)
 
 const char *activity_name(Activity activity)
 {
-    return names[static_cast<std::size_t>(activity)];
+    return names[static_cast<size_t>(activity)];
 }
 
-std::uint64_t Tally::all_steps() const
+uint64_t Tally::all_steps() const
 {
-    return std::accumulate(steps.begin(), steps.end(), std::uint64_t{0});
+    return std::accumulate(steps.begin(), steps.end(), uint64_t{0});
 }
 
-std::uint64_t Tally::operations() const
+uint64_t Tally::operations() const
 {
-    return all_steps() - steps[static_cast<std::size_t>(Activity::waiting)];
+    return all_steps() - steps[static_cast<size_t>(Activity::waiting)];
 }
 
-std::string length_text(std::uint64_t seconds)
+std::string length_text(uint64_t seconds)
 {
-    const std::uint64_t days = seconds / 86400;
+    const uint64_t days = seconds / 86400;
     const std::string time =
         fmt::format("{}:{:02}:{:02}", seconds / 3600 % 24, seconds / 60 % 60, seconds % 60);
     return days == 0 ? time : fmt::format("{} d {}", days, time);
@@ -54,7 +53,7 @@ std::string report(const Tally &tally)
 {
     std::string text = fmt::format("simulated time     {}\n", length_text(tally.seconds));
     text += fmt::format("operations         {}, of these:\n", tally.operations());
-    for (std::size_t i = 0; i < names.size(); ++i) {
+    for (size_t i = 0; i < names.size(); i++) {
         if (tally.steps[i] > 0 && static_cast<Activity>(i) != Activity::waiting) {
             text += fmt::format("  {:<24} {:>8}\n", names[i], tally.steps[i]);
         }

@@ -12,12 +12,12 @@ using lockstep::TrapState;
 
 namespace {
 
-constexpr std::uint32_t minute = 60;
-constexpr std::uint32_t hour = 3600;
+constexpr uint32_t minute = 60;
+constexpr uint32_t hour = 3600;
 
-/* Failed queries leave their descriptors open; this many leave room for others
- * below the number from which the daemon uses none. */
-constexpr std::size_t most_left_open = 700;
+// Failed queries leave their descriptors open; this many leave room for others
+// below the number from which the daemon uses none.
+constexpr size_t most_left_open = 700;
 
 FrameAnswerIs usual_frames()
 {
@@ -74,7 +74,7 @@ void Trouble::calls_fail()
         failing.error = ENOMEM;
         break;
     default:
-        failing.port = chance_.one_of<std::uint16_t>(
+        failing.port = chance_.one_of<uint16_t>(
             {model::hostapd_port, model::mapd_port, model::dman_reply_port});
         failing.error = chance_.one_of<int>({ENETUNREACH, EPERM, ENOBUFS});
         break;
@@ -84,20 +84,20 @@ void Trouble::calls_fail()
               [this] { stage_.play(Activity::failing_call, lockstep::NothingFails{}); });
 }
 
-/* A request of a station of whom the driver knows nothing, not even its state. */
+// A request of a station of whom the driver knows nothing, not even its state.
 void Trouble::driver_fails()
 {
-    const std::size_t left_open = stage_.lockstep().descriptors() - descriptors_at_start_;
+    const size_t left_open = stage_.lockstep().descriptors() - descriptors_at_start_;
     if (left_open >= most_left_open || !hostapd_.is_on()) {
         return;
     }
     stage_.play(Activity::surroundings,
                 lockstep::StationIs{std::nullopt, "", "", chance_.one_of<int>({ENODEV, EIO})});
-    for (std::uint32_t times = chance_.between(1, 4); times > 0; --times) {
-        const model::HostapdInput input{
-            .cmd = chance_.one_of<std::uint8_t>({1, 1, 9}),
-            .sta = Mac{0x02, 0x77, 0, 0, 0, static_cast<std::uint8_t>(times)},
-            .radio_unit = chance_.one_of<std::uint8_t>({1, 2})};
+    for (uint32_t times = chance_.between(1, 4); times > 0; times--) {
+        const model::HostapdInput input{.cmd = chance_.one_of<uint8_t>({1, 1, 9}),
+                                        .sta =
+                                            Mac{0x02, 0x77, 0, 0, 0, static_cast<uint8_t>(times)},
+                                        .radio_unit = chance_.one_of<uint8_t>({1, 2})};
         stage_.udp(Activity::driver_failure, input.bytes());
     }
     stage_.play(Activity::surroundings,
@@ -118,11 +118,11 @@ void Trouble::frames_are_odd()
         frames.bytes[0] = 0x23;
         break;
     case 3:
-        frames.bytes.resize(chance_.one_of<std::size_t>({0, 1, 4, 7}));
+        frames.bytes.resize(chance_.one_of<size_t>({0, 1, 4, 7}));
         break;
     default:
         frames.bytes =
-            model::PlainEnvironment::frame_answer_bytes(chance_.one_of<std::uint32_t>({120, 900}));
+            model::PlainEnvironment::frame_answer_bytes(chance_.one_of<uint32_t>({120, 900}));
         break;
     }
     stage_.play(Activity::surroundings, frames);
@@ -140,7 +140,7 @@ void Trouble::trap_changes()
 
 void Trouble::file_changes()
 {
-    const std::uint32_t utilisation = 2 * HostapdSide::load_percent(stage_.now());
+    const uint32_t utilisation = 2 * HostapdSide::load_percent(stage_.now());
     std::optional<std::string> text =
         "name\nchannel_util " + std::to_string(utilisation) + "\nlast\n";
     if (chance_.percent(5)) {
@@ -153,12 +153,12 @@ void Trouble::file_changes()
 void Trouble::clock_is_set()
 {
     stage_.play(Activity::surroundings,
-                lockstep::StepClock{chance_.one_of<std::int64_t>({-2, -1, 1, 2, 3})});
+                lockstep::StepClock{chance_.one_of<int64_t>({-2, -1, 1, 2, 3})});
 }
 
 void Trouble::send_malformed()
 {
-    const std::uint64_t door = chance_.below(10);
+    const uint64_t door = chance_.below(10);
     if (door < 6) {
         const Bytes datagram = malformed_udp();
         if (!would_divide_by_zero(datagram) && (hostapd_.is_on() || mapd_.is_on())) {
@@ -168,30 +168,30 @@ void Trouble::send_malformed()
         stage_.dman(Activity::malformed, malformed_dman());
     } else {
         Bytes command(chance_.below(80));
-        for (std::uint8_t &byte : command) {
-            byte = static_cast<std::uint8_t>(chance_.below(256));
+        for (uint8_t &byte : command) {
+            byte = static_cast<uint8_t>(chance_.below(256));
         }
         if (!command.empty()) {
-            command[0] = chance_.one_of<std::uint8_t>({0, 3, 4, 7, 255});
+            command[0] = chance_.one_of<uint8_t>({0, 3, 4, 7, 255});
         }
         stage_.cli(Activity::malformed, command);
     }
 }
 
-/* No valid change of mode, and no valid configuration. */
+// No valid change of mode, and no valid configuration.
 Bytes Trouble::malformed_udp()
 {
     Bytes datagram(
-        chance_.one_of<std::size_t>({0, 1, 2, 7, 63, 119, 120, 147, 148, 149, 1023, 1024, 1300}));
-    for (std::uint8_t &byte : datagram) {
-        byte = static_cast<std::uint8_t>(chance_.below(256));
+        chance_.one_of<size_t>({0, 1, 2, 7, 63, 119, 120, 147, 148, 149, 1023, 1024, 1300}));
+    for (uint8_t &byte : datagram) {
+        byte = static_cast<uint8_t>(chance_.below(256));
     }
     if (!datagram.empty()) {
-        datagram[0] = chance_.one_of<std::uint8_t>({0, 3, 3, 4, 4, 7, 0x23, 255});
+        datagram[0] = chance_.one_of<uint8_t>({0, 3, 3, 4, 4, 7, 0x23, 255});
     }
     if (datagram.size() > model::hostapd_at::radio_unit) {
-        datagram[1] = static_cast<std::uint8_t>(chance_.below(11));
-        datagram[model::hostapd_at::radio_unit] = static_cast<std::uint8_t>(chance_.below(4));
+        datagram[1] = static_cast<uint8_t>(chance_.below(11));
+        datagram[model::hostapd_at::radio_unit] = static_cast<uint8_t>(chance_.below(4));
     }
     return datagram;
 }
@@ -201,24 +201,24 @@ Bytes Trouble::malformed_dman()
     switch (chance_.below(4)) {
     case 0: {
         Bytes config = model::ConfigInput{}.bytes();
-        config.resize(chance_.one_of<std::size_t>({1, 2, 63}));
+        config.resize(chance_.one_of<size_t>({1, 2, 63}));
         return config;
     }
     case 1: {
         Bytes interval = model::interval_input(1);
-        interval.resize(chance_.one_of<std::size_t>({1, 4, 7}));
+        interval.resize(chance_.one_of<size_t>({1, 4, 7}));
         return interval;
     }
     case 2:
         return model::status_request_input(chance_.one_of<const char *>(
             {"", "tspec", "tspec-radio-wlan2", "tspec-vap-wlan0vap16", "tspec-vap-wlan1vap-1"}));
     default:
-        return Bytes(chance_.one_of<std::size_t>({0, 1, 1300}), 0x55);
+        return Bytes(chance_.one_of<size_t>({0, 1, 1300}), 0x55);
     }
 }
 
-/* A short request is completed by what earlier datagrams left in the buffer, and
- * a nominal size of 0 there ends the daemon, as it must. */
+// A short request is completed by what earlier datagrams left in the buffer, and
+// a nominal size of 0 there ends the daemon, as it must.
 bool Trouble::would_divide_by_zero(const Bytes &datagram) const
 {
     Bytes buffer = stage_.state().receive_buffer;

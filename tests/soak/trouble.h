@@ -1,10 +1,7 @@
-/*
- * What goes wrong around the daemon now and then: calls and driver queries that
- * fail, hostapd's frame durations late or missing, a trap pipe whose reader comes
- * and goes, a clock that is set, datagrams that no peer sends.
- */
-#ifndef TSPEC_SOAK_TROUBLE_H
-#define TSPEC_SOAK_TROUBLE_H
+// What goes wrong around the daemon now and then: calls and driver queries that
+// fail, hostapd's frame durations late or missing, a trap pipe whose reader comes
+// and goes, a clock that is set, datagrams that no peer sends.
+#pragma once
 
 #include "hostapd_side.h"
 #include "mapd_side.h"
@@ -17,7 +14,7 @@ class Trouble {
     Trouble(Stage &stage, HostapdSide &hostapd, MapdSide &mapd);
 
     void begin();
-    /* All works again. */
+    // All works again.
     void end_all(Activity activity);
 
   private:
@@ -36,9 +33,7 @@ class Trouble {
     Chance &chance_;
     HostapdSide &hostapd_;
     MapdSide &mapd_;
-    std::size_t descriptors_at_start_;
+    size_t descriptors_at_start_;
 };
 
 } // namespace tspec::soak
-
-#endif

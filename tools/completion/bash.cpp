@@ -1,7 +1,7 @@
 #include "completion/bash.h"
 
-/* What follows the data, the same for every program. Names of files may hold
- * blanks, so each is one line of compgen's. */
+// What follows the data, the same for every program. Names of files may hold
+// blanks, so each is one line of compgen's.
 static const char logic[] = R"(
     if ((COMP_CWORD == 1)); then
         words=$first
@@ -31,7 +31,7 @@ static const char logic[] = R"(
 }
 )";
 
-/* A function's name had better hold no dash. */
+// A function's name had better hold no dash.
 static void print_function_name(FILE *out, const char *program)
 {
     putc('_', out);

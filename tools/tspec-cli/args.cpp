@@ -1,6 +1,6 @@
 #include "tspec-cli/args.h"
 
-#include <string.h>
+#include <cstring>
 
 static const uint8_t max_level = 7;
 static const uint32_t max_seconds = 3600;
@@ -10,7 +10,7 @@ typedef struct {
     uint8_t level;
 } level_name_t;
 
-/* The daemon traces nothing at level 6, so it has no name. */
+// The daemon traces nothing at level 6, so it has no name.
 static const level_name_t level_names[] = {
     {"off", 0}, {"info", 1}, {"error", 2}, {"hostapd", 3}, {"mapd", 4}, {"dman", 5}, {"func", 7},
 };
@@ -34,7 +34,7 @@ static int hex_value(char c)
     return -1;
 }
 
-/* Reads digits from `text` on; null when there is none or they are above max. */
+// Reads digits from `text` on; null when there is none or they are above max.
 static const char *read_digits(const char *text, uint32_t max, uint32_t *value)
 {
     uint64_t number = 0;
@@ -80,7 +80,7 @@ bool tspec_tool_parse_seconds(const char *text, uint16_t *seconds)
     return true;
 }
 
-/* What follows `prefix` in `text`, or null when it does not begin with it. */
+// What follows `prefix` in `text`, or null when it does not begin with it.
 static const char *after(const char *prefix, const char *text)
 {
     const size_t length = strlen(prefix);
@@ -113,7 +113,7 @@ bool tspec_tool_parse_vap(const char *text, uint8_t *radio, uint8_t *vap)
 
 bool tspec_tool_parse_mac(const char *text, uint8_t mac[TSPEC_MAC_LEN])
 {
-    static const size_t pair_width = 3; /* two digits and a colon */
+    static const size_t pair_width = 3; // two digits and a colon
     if (strlen(text) != TSPEC_MAC_LEN * pair_width - 1) {
         return false;
     }

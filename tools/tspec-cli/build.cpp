@@ -3,13 +3,13 @@
 #include "tspec-cli/args.h"
 #include "tspec-cli/fields.h"
 
-#include <stdarg.h>
-#include <stdio.h>
-#include <string.h>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
 
 static const uint8_t max_tid = 15;
 
-/* Any mode but 0 and 1 asks the daemon to show the mode in force. */
+// Any mode but 0 and 1 asks the daemon to show the mode in force.
 static const uint8_t show_disassoc_mode = 2;
 
 static const uint16_t default_period_s = 2;

@@ -1,16 +1,13 @@
-/*
- * From the words behind a command's name to the job that they ask for: one
- * function for each command, as the table of commands wants them.
- */
-#ifndef TSPEC_TOOL_BUILD_H
-#define TSPEC_TOOL_BUILD_H
+// From the words behind a command's name to the job that they ask for: one
+// function for each command, as the table of commands wants them.
+#pragma once
 
 #include "tspec-cli/commands.h"
 
-/* Places of the options in `tspec_tool_operands_t`. */
+// Places of the options in `tspec_tool_operands_t`.
 enum { TSPEC_TOOL_JSON, TSPEC_TOOL_WATCH, TSPEC_TOOL_RADIO, TSPEC_TOOL_AC, TSPEC_TOOL_UNITS };
-enum { TSPEC_TOOL_VAP = TSPEC_TOOL_UNITS + 1 }; /* of stats */
-enum { TSPEC_TOOL_STA = TSPEC_TOOL_UNITS + 1 }; /* of streams */
+enum { TSPEC_TOOL_VAP = TSPEC_TOOL_UNITS + 1 }; // of stats
+enum { TSPEC_TOOL_STA = TSPEC_TOOL_UNITS + 1 }; // of streams
 enum { TSPEC_TOOL_ALL };
 enum { TSPEC_TOOL_STREAMS };
 
@@ -31,5 +28,3 @@ tspec_tool_build_t tspec_tool_build_config;
 tspec_tool_build_t tspec_tool_build_health;
 tspec_tool_build_t tspec_tool_build_program;
 tspec_tool_build_t tspec_tool_build_completion;
-
-#endif

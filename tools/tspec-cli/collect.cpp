@@ -2,7 +2,7 @@
 
 #include "tspec-cli/dman_socket.h"
 
-#include <string.h>
+#include <cstring>
 
 static const int walk_attempts = 4;
 
@@ -88,7 +88,7 @@ tspec_tool_delivery_t tspec_tool_collect_statistics(const tspec_tool_view_t *vie
     return result;
 }
 
-/* Station and TID name a stream. */
+// Station and TID name a stream.
 static bool is_listed(const tspec_tool_streams_t *streams, const tspec_tool_stream_t *stream)
 {
     for (size_t i = 0; i < streams->count; i++) {
@@ -103,7 +103,7 @@ static bool is_listed(const tspec_tool_streams_t *streams, const tspec_tool_stre
     return false;
 }
 
-/* One walk from the first stream to the end. */
+// One walk from the first stream to the end.
 static tspec_tool_delivery_t walk(const tspec_tool_session_t *session,
                                   tspec_tool_streams_t *streams)
 {

@@ -1,16 +1,13 @@
-/*
- * Figures and streams as the daemon has them now, asked for report by report.
- */
-#ifndef TSPEC_TOOL_COLLECT_H
-#define TSPEC_TOOL_COLLECT_H
+// Figures and streams as the daemon has them now, asked for report by report.
+#pragma once
 
 #include "tspec-cli/delivery.h"
 #include "tspec-cli/job.h"
 #include "tspec-cli/report.h"
 
-/* One report. */
+// One report.
 typedef struct {
-    char name[16]; /* "access-point", "wlan0", "wlan0vap3" */
+    char name[16]; // "access-point", "wlan0", "wlan0vap3"
     const tspec_tool_field_t *fields;
     tspec_tool_figures_t figures;
 } tspec_tool_sheet_t;
@@ -25,12 +22,10 @@ typedef struct {
     size_t count;
 } tspec_tool_streams_t;
 
-/* The reports that the view asks for. */
+// The reports that the view asks for.
 tspec_tool_delivery_t tspec_tool_collect_statistics(const tspec_tool_view_t *view,
                                                     tspec_tool_statistics_t *statistics);
 
-/* Every stream on TIDs 0 to 7. The daemon's walk begins anew when the client is
- * gone at which it stood; so does the list, a few times, and then gives up. */
+// Every stream on TIDs 0 to 7. The daemon's walk begins anew when the client is
+// gone at which it stood; so does the list, a few times, and then gives up.
 tspec_tool_delivery_t tspec_tool_collect_streams(tspec_tool_streams_t *streams);
-
-#endif

@@ -4,7 +4,7 @@
 #include "tspec-cli/holder.h"
 #include "tspec-cli/run.h"
 
-#include <string.h>
+#include <cstring>
 
 static const tspec_tool_command_t commands[] = {
     {

@@ -1,10 +1,10 @@
 #include "tspec-cli/completion.h"
 
-#include <assert.h>
-
 #include "completion/bash.h"
 #include "tspec-cli/commands.h"
 #include "tspec-cli/run.h"
+
+#include <cassert>
 
 static const size_t max_commands = 32;
 

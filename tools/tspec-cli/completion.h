@@ -1,11 +1,6 @@
-/*
- * Bash completion of the tool, from its table of commands.
- */
-#ifndef TSPEC_TOOL_COMPLETION_H
-#define TSPEC_TOOL_COMPLETION_H
+// Bash completion of the tool, from its table of commands.
+#pragma once
 
-#include <stdio.h>
+#include <cstdio>
 
 void tspec_tool_print_completion(FILE *out);
-
-#endif

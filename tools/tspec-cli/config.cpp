@@ -1,12 +1,12 @@
-/* config: checks a configuration file and, as dman would, sends what it says. */
+// config: checks a configuration file and, as dman would, sends what it says.
 #include "tspec-cli/config_file.h"
 #include "tspec-cli/daemon_socket.h"
 #include "tspec-cli/dman_socket.h"
 #include "tspec-cli/holder.h"
 #include "tspec-cli/run.h"
 
-#include <stdio.h>
-#include <time.h>
+#include <cstdio>
+#include <ctime>
 #include <unistd.h>
 
 static const unsigned wait_ms = 5000;
@@ -27,8 +27,8 @@ static void pause_shortly()
     nanosleep(&pause, nullptr);
 }
 
-/* Pings until there is an answer or `wait_ms` are over. A daemon that has not
- * started yet is worth the wait; one that has gone away is not. */
+// Pings until there is an answer or `wait_ms` are over. A daemon that has not
+// started yet is worth the wait; one that has gone away is not.
 static tspec_tool_delivery_t await_daemon(bool may_start)
 {
     const unsigned start = now_ms();
@@ -45,8 +45,8 @@ static tspec_tool_delivery_t await_daemon(bool may_start)
     }
 }
 
-/* Somebody else has one of the operator's names, or fills the daemon's queue. The
- * way of dman is open all the same. A silent daemon is another matter. */
+// Somebody else has one of the operator's names, or fills the daemon's queue. The
+// way of dman is open all the same. A silent daemon is another matter.
 static bool is_obstructed(tspec_tool_delivery_t answer)
 {
     switch (answer) {
@@ -63,8 +63,8 @@ static bool is_obstructed(tspec_tool_delivery_t answer)
     }
 }
 
-/* The daemon takes one message of dman's socket before each command. Once it has
- * answered the ping after it, the message has been handled. */
+// The daemon takes one message of dman's socket before each command. Once it has
+// answered the ping after it, the message has been handled.
 static tspec_tool_delivery_t send_and_confirm(int sock, const void *message, size_t size)
 {
     const tspec_tool_delivery_t sent = tspec_tool_dman_send(sock, message, size);
@@ -86,7 +86,7 @@ static tspec_tool_delivery_t send_sections(int sock, tspec_tool_config_t *config
     return result;
 }
 
-/* What became of the obstacle is told, whatever comes of the messages. */
+// What became of the obstacle is told, whatever comes of the messages.
 static tspec_tool_delivery_t send_blindly(int sock, tspec_tool_config_t *config,
                                           tspec_tool_delivery_t obstacle)
 {

@@ -1,7 +1,7 @@
-/* config in a build that has no parser for its file. */
+// config in a build that has no parser for its file.
 #include "tspec-cli/run.h"
 
-#include <stdio.h>
+#include <cstdio>
 
 tspec_tool_status_t tspec_tool_run_config(const tspec_tool_job_t *)
 {

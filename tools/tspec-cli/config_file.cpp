@@ -2,12 +2,12 @@
 
 #include "tspec-cli/suggest.h"
 
-#include <ctype.h>
-#include <errno.h>
+#include <cctype>
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
 #include <fcntl.h>
 #include <ini.h>
-#include <stdarg.h>
-#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -17,12 +17,12 @@
 
 namespace {
 
-/* What a line turned out to be, once the parser has asked for the next. */
+// What a line turned out to be, once the parser has asked for the next.
 enum class Line { settled, expects_key };
 
-/* One file while it is read. The parser yields keys and values, but neither the
- * number of a line nor sections without a key nor lines that are none of these:
- * that is seen here, where the lines pass through. */
+// One file while it is read. The parser yields keys and values, but neither the
+// number of a line nor sections without a key nor lines that are none of these:
+// that is seen here, where the lines pass through.
 typedef struct {
     const char *name;
     FILE *file;
@@ -31,17 +31,17 @@ typedef struct {
     unsigned line;
     unsigned mistakes;
     Line state;
-    unsigned section_line[TSPEC_TOOL_NUM_SECTIONS]; /* 0: not yet */
+    unsigned section_line[TSPEC_TOOL_NUM_SECTIONS]; // 0: not yet
     unsigned key_line[TSPEC_TOOL_NUM_SECTIONS][TSPEC_TOOL_MAX_KEYS];
 } reading_t;
 
 } // namespace
 
-/* More than a file of these keys can have wrong by mistake. */
+// More than a file of these keys can have wrong by mistake.
 static const unsigned max_complaints = 20;
 static const off_t max_size = 64 * 1024;
 
-/* What a file holds is repeated on terminals, which take escapes for commands. */
+// What a file holds is repeated on terminals, which take escapes for commands.
 static void make_harmless(char *text)
 {
     for (char *p = text; *p != '\0'; p++) {
@@ -70,7 +70,7 @@ static const char *skip_blanks(const char *text)
     return text + strspn(text, " \t\r\f\v");
 }
 
-/* A section's head ends its line but for a comment. */
+// A section's head ends its line but for a comment.
 static void open_section(reading_t *reading, const char *head)
 {
     char name[40];
@@ -102,7 +102,7 @@ static void open_section(reading_t *reading, const char *head)
     reading->config->is_there[section] = true;
 }
 
-/* The line that the parser has just had was to give a key and gave none. */
+// The line that the parser has just had was to give a key and gave none.
 static void settle_line(reading_t *reading)
 {
     if (reading->state == Line::expects_key) {
@@ -126,8 +126,8 @@ static void look_at(reading_t *reading, const char *line)
     }
 }
 
-/* Reads a line without its end, cut to `size`; yields its whole length, or -1 at
- * the end of the file. A NUL byte counts as a letter that fits nowhere. */
+// Reads a line without its end, cut to `size`; yields its whole length, or -1 at
+// the end of the file. A NUL byte counts as a letter that fits nowhere.
 static long take_line(FILE *file, char *line, size_t size)
 {
     int c = getc(file);
@@ -153,8 +153,8 @@ static void drop_trailing_blanks(char *line)
     }
 }
 
-/* Called by the parser as fgets would be. Lines reach it without blanks at their
- * beginning, which would make them part of the value before. */
+// Called by the parser as fgets would be. Lines reach it without blanks at their
+// beginning, which would make them part of the value before.
 static char *next_line(char *to, int size, void *stream)
 {
     static const char byte_order_mark[] = "\xef\xbb\xbf";
@@ -200,7 +200,7 @@ static void set_value(reading_t *reading, tspec_tool_section_t section, size_t p
     memcpy(message + key->offset, &value, sizeof(value));
 }
 
-/* Called by the parser for each key; 0 would be a mistake, which is told here. */
+// Called by the parser for each key; 0 would be a mistake, which is told here.
 static int take_key(void *user, const char *section_name, const char *name, const char *value)
 {
     reading_t *const reading = static_cast<reading_t *>(user);
@@ -211,7 +211,7 @@ static int take_key(void *user, const char *section_name, const char *name, cons
         return 1;
     }
     if (!tspec_tool_section_find(section_name, &section)) {
-        return 1; /* told where the section begins */
+        return 1; // told where the section begins
     }
     size_t count = 0;
     const tspec_tool_key_t *const keys = tspec_tool_keys(section, &count);
@@ -247,7 +247,7 @@ static uint32_t value_at(const tspec_dman_config_msg_t *message, const tspec_too
     return value;
 }
 
-/* The daemon adds the two up, and reckons in 16 bits with the sum. */
+// The daemon adds the two up, and reckons in 16 bits with the sum.
 static void check_sum(reading_t *reading, tspec_tool_section_t radio, const tspec_tool_sum_t *sum)
 {
     static const uint32_t whole_medium = 100;
@@ -274,7 +274,7 @@ static void check_sums(reading_t *reading)
     }
 }
 
-/* Right, but hardly meant: without a limit nothing fits. */
+// Right, but hardly meant: without a limit nothing fits.
 static void warn_of(reading_t *reading, tspec_tool_section_t radio, const tspec_tool_pair_t *pair)
 {
     size_t count = 0;
@@ -327,8 +327,8 @@ static void read_lines(reading_t *reading)
     }
 }
 
-/* A pipe or a device has no end that one could wait for. Null, with what is wrong
- * with it. */
+// A pipe or a device has no end that one could wait for. Null, with what is wrong
+// with it.
 static FILE *open_file(const char *name, const char **wrong)
 {
     const int file = open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC);

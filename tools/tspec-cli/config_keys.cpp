@@ -2,11 +2,11 @@
 
 #include "tspec-cli/args.h"
 
-#include <string.h>
+#include <cstring>
 
 static const uint32_t max_percent = 100;
 
-/* The daemon keeps time-outs in microseconds, in 32 bits. */
+// The daemon keeps time-outs in microseconds, in 32 bits.
 static const uint32_t max_timeout_s = UINT32_MAX / 1000000;
 
 static bool is_one_of(const char *text, const char *const words[4])

@@ -2,28 +2,28 @@
 
 #include "tspec-cli/daemon_socket.h"
 
-#include <errno.h>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
-#include <stdio.h>
-#include <stdlib.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <termios.h>
-#include <time.h>
 #include <unistd.h>
 
-/* The daemon reads no commands for up to two seconds at a time. */
+// The daemon reads no commands for up to two seconds at a time.
 static const unsigned timeout_ms = 3000;
 
-/* Another run of the tool has the console for a moment only. */
+// Another run of the tool has the console for a moment only.
 static const int turn_attempts = 25;
 static const long turn_pause_ns = 20000000;
 
 typedef struct {
-    int device;   /* the console itself */
-    int terminal; /* to which its output is turned */
-    int reader;   /* of what is written there */
+    int device;   // the console itself
+    int terminal; // to which its output is turned
+    int reader;   // of what is written there
 } console_t;
 
 static void close_console(const console_t *console)
@@ -63,7 +63,7 @@ static bool turn_to(int terminal)
     return true;
 }
 
-/* False when the console stays as it is. */
+// False when the console stays as it is.
 static bool turn_console(console_t *console)
 {
     console->device = open("/dev/console", O_WRONLY | O_NOCTTY | O_CLOEXEC);
@@ -79,8 +79,8 @@ static bool turn_console(console_t *console)
 
 typedef struct {
     tspec_tool_delivery_t sent;
-    tspec_tool_delivery_t handled; /* an answer to a ping says that the request is through */
-    int cause;                     /* errno, for either */
+    tspec_tool_delivery_t handled; // an answer to a ping says that the request is through
+    int cause;                     // errno, for either
 } outcome_t;
 
 static outcome_t exchange(const tspec_tool_request_t *request)
@@ -94,9 +94,9 @@ static outcome_t exchange(const tspec_tool_request_t *request)
     return outcome;
 }
 
-/* The exchange in a process of its own, as a console that nobody reads would
- * hold the daemon up; its outcome can be read from the descriptor, -1 when there
- * is none. */
+// The exchange in a process of its own, as a console that nobody reads would
+// hold the daemon up; its outcome can be read from the descriptor, -1 when there
+// is none.
 static int begin_exchange(const tspec_tool_request_t *request)
 {
     int ends[2];
@@ -125,7 +125,7 @@ static void take_text(int reader, FILE *text)
     }
 }
 
-/* Collects what is printed until the exchange has ended. */
+// Collects what is printed until the exchange has ended.
 static outcome_t follow(const console_t *console, int exchange_end, FILE *text)
 {
     struct pollfd sources[] = {{console->reader, POLLIN, 0}, {exchange_end, POLLIN, 0}};
@@ -137,7 +137,7 @@ static outcome_t follow(const console_t *console, int exchange_end, FILE *text)
     if (read(exchange_end, &outcome, sizeof(outcome)) != sizeof(outcome)) {
         outcome.sent = TSPEC_TOOL_SYSTEM_FAILED;
     }
-    ioctl(console->device, TIOCCONS); /* back to itself */
+    ioctl(console->device, TIOCCONS); // back to itself
     take_text(console->reader, text);
     return outcome;
 }
@@ -153,7 +153,7 @@ static void write_to(int device, const char *text, size_t size)
     }
 }
 
-/* Lines end in more than a terminal needs. */
+// Lines end in more than a terminal needs.
 static void print_lines(const char *text, size_t size)
 {
     char last = '\n';
@@ -168,7 +168,7 @@ static void print_lines(const char *text, size_t size)
     }
 }
 
-/* A script that collects standard error is not told: it cannot look there. */
+// A script that collects standard error is not told: it cannot look there.
 static void say_where_it_went()
 {
     if (isatty(STDERR_FILENO)) {

@@ -3,12 +3,12 @@
 #include "tspec-cli/holder.h"
 #include "tspec-cli/run.h"
 
-#include <errno.h>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <grp.h>
 #include <linux/capability.h>
 #include <pwd.h>
-#include <stdio.h>
-#include <string.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>

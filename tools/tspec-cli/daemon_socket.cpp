@@ -2,15 +2,15 @@
 
 #include "tspec-cli/holder.h"
 
-#include <errno.h>
-#include <string.h>
+#include <cerrno>
+#include <cstring>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-/* An abstract name is as long as the address length says, zeros included. Both
- * ends use the full structure, so both names are 110 bytes with the family. */
+// An abstract name is as long as the address length says, zeros included. Both
+// ends use the full structure, so both names are 110 bytes with the family.
 static_assert(sizeof(struct sockaddr_un) == 110, "full-length abstract address");
 
 static struct sockaddr_un abstract_address(const char *name)
@@ -43,7 +43,7 @@ static tspec_tool_delivery_t send_failure()
     }
 }
 
-/* Connected, the socket takes datagrams from the daemon only. */
+// Connected, the socket takes datagrams from the daemon only.
 static tspec_tool_delivery_t connect_and_send(int sock, const tspec_tool_request_t *request)
 {
     const struct sockaddr_un daemon = abstract_address(TSPEC_CLI_SOCK_NAME);
@@ -57,7 +57,7 @@ static tspec_tool_delivery_t connect_and_send(int sock, const tspec_tool_request
     return sent < 0 ? send_failure() : TSPEC_TOOL_DELIVERED;
 }
 
-/* Receives a datagram; `sender` stays unknown where the kernel does not tell. */
+// Receives a datagram; `sender` stays unknown where the kernel does not tell.
 static ssize_t receive_from(int sock, char *answer, size_t size, uid_t *sender)
 {
     alignas(struct cmsghdr) char control[CMSG_SPACE(sizeof(struct ucred))];
@@ -77,7 +77,7 @@ static ssize_t receive_from(int sock, char *answer, size_t size, uid_t *sender)
     return received;
 }
 
-/* Whoever runs a daemon of his own may ask it. */
+// Whoever runs a daemon of his own may ask it.
 static bool may_answer(uid_t sender)
 {
     return sender == geteuid() || tspec_tool_is_trusted(sender);

@@ -2,8 +2,8 @@
 
 #include "tspec/message.h"
 
-#include <errno.h>
-#include <string.h>
+#include <cerrno>
+#include <cstring>
 
 #define TO_TEXT(number) #number
 #define TEXT_OF(number) TO_TEXT(number)

@@ -3,14 +3,14 @@
 #include "tspec/message.h"
 
 #include <arpa/inet.h>
-#include <errno.h>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
 #include <netinet/in.h>
-#include <stdio.h>
-#include <string.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
-#include <time.h>
 #include <unistd.h>
 
 static const int port_attempts = 25;
@@ -19,12 +19,12 @@ static const long port_pause_ns = 20000000;
 static bool limit_waits(int sock)
 {
     struct timeval limit = {};
-    limit.tv_sec = TSPEC_TOOL_ANSWER_MS / 1000; /* whole seconds */
+    limit.tv_sec = TSPEC_TOOL_ANSWER_MS / 1000; // whole seconds
     return setsockopt(sock, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)) == 0 &&
            setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) == 0;
 }
 
-/* Keeps errno, which tells why the socket is of no use. */
+// Keeps errno, which tells why the socket is of no use.
 static int give_up(int sock)
 {
     const int cause = errno;
@@ -85,7 +85,7 @@ static bool bind_reply_port(int sock)
     }
 }
 
-/* Connected, the socket takes datagrams from the daemon's port only. */
+// Connected, the socket takes datagrams from the daemon's port only.
 static int open_answers()
 {
     const struct sockaddr_in daemon = loopback(TSPEC_UDP_PORT);
@@ -120,7 +120,7 @@ void tspec_tool_session_close(const tspec_tool_session_t *session)
     close(session->answers);
 }
 
-/* An answer that was meant for an earlier asker, who gave up, is not ours. */
+// An answer that was meant for an earlier asker, who gave up, is not ours.
 static void drop_stale_answers(int sock)
 {
     char ignored[1];

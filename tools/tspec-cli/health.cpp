@@ -9,10 +9,10 @@
 #include "tspec-cli/config_file.h"
 #endif
 
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
 #include <dirent.h>
-#include <errno.h>
-#include <stdarg.h>
-#include <string.h>
 #include <sys/select.h>
 #include <sys/stat.h>
 #include <unistd.h>

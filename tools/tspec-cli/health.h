@@ -3,9 +3,8 @@
 
 #include "tspec-cli/status.h"
 
-#include <stdbool.h>
-#include <stddef.h>
-#include <stdio.h>
+#include <cstddef>
+#include <cstdio>
 
 typedef enum {
     TSPEC_TOOL_OK,

@@ -2,12 +2,12 @@
 
 #include "tspec/message.h"
 
-#include <ctype.h>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <dirent.h>
 #include <pwd.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
 #include <sys/un.h>
 #include <unistd.h>
 

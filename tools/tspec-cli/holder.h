@@ -2,8 +2,8 @@
 // /proc. Other users' processes show themselves to root alone.
 #pragma once
 
-#include <stddef.h>
-#include <stdint.h>
+#include <cstddef>
+#include <cstdint>
 #include <sys/types.h>
 
 #define TSPEC_TOOL_SERVICE_USER "tspec"

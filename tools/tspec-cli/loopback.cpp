@@ -1,14 +1,14 @@
-/* wait-loopback: holds a start back until datagrams to the peers can leave. */
+// wait-loopback: holds a start back until datagrams to the peers can leave.
 #include "tspec-cli/loopback.h"
 
 #include "tspec-cli/run.h"
 
+#include <cstdio>
+#include <cstring>
+#include <ctime>
 #include <net/if.h>
-#include <stdio.h>
-#include <string.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <time.h>
 #include <unistd.h>
 
 static const unsigned longest_wait_ms = 30000;

@@ -1,13 +1,11 @@
-/*
- * tspec-cli: reads the command line, carries out what it says, and tells in the
- * exit status and in a sentence what became of it.
- */
+// tspec-cli: reads the command line, carries out what it says, and tells in the
+// exit status and in a sentence what became of it.
 #include "tspec-cli/console.h"
 #include "tspec-cli/parse.h"
 #include "tspec-cli/usage.h"
 
-#include <stdio.h>
-#include <string.h>
+#include <cstdio>
+#include <cstring>
 
 static tspec_tool_status_t report_rejected(const tspec_tool_invocation_t *invocation)
 {
@@ -35,7 +33,7 @@ static tspec_tool_status_t carry_out(const tspec_tool_invocation_t *invocation)
                : tspec_tool_send_to_console(&invocation->job.request);
 }
 
-/* What was shown in vain, on a full disk for instance, was not shown. */
+// What was shown in vain, on a full disk for instance, was not shown.
 static tspec_tool_status_t after_output(tspec_tool_status_t status)
 {
     if (fflush(stdout) != 0 || ferror(stdout) != 0) {

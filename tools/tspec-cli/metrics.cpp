@@ -39,7 +39,7 @@ void tspec_tool_print_metrics(FILE *out, const tspec_tool_statistics_t *statisti
     }
 }
 
-/* What tells the stream from others. */
+// What tells the stream from others.
 static void print_labels(FILE *out, const tspec_tool_stream_t *stream)
 {
     const char *separator = "";

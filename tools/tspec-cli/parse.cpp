@@ -2,9 +2,9 @@
 
 #include "tspec-cli/suggest.h"
 
-#include <stdarg.h>
-#include <stdio.h>
-#include <string.h>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
 
 static bool is_help(const char *argument)
 {
@@ -21,8 +21,8 @@ static bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
-/* A dash before a digit is a number out of range, and is better told so by the
- * check of the number. */
+// A dash before a digit is a number out of range, and is better told so by the
+// check of the number.
 static bool looks_like_option(const char *argument)
 {
     return argument[0] == '-' && !is_digit(argument[1]);
@@ -73,7 +73,7 @@ static bool wants_help(int count, const char *const *arguments)
     return false;
 }
 
-/* The option's place among those of the command, or -1. */
+// The option's place among those of the command, or -1.
 static int find_option(const tspec_tool_command_t *command, const char *argument)
 {
     for (int i = 0; i < TSPEC_TOOL_MAX_OPTIONS && command->options[i].name != nullptr; i++) {
@@ -92,8 +92,8 @@ static bool takes_as_value(const tspec_tool_option_t *option, const char *argume
     return !option->value_is_optional || is_digit(argument[0]);
 }
 
-/* Takes the option and its value; yields the number of arguments taken, 0 when
- * the value is missing. */
+// Takes the option and its value; yields the number of arguments taken, 0 when
+// the value is missing.
 static int collect_option(int place, const char *next, tspec_tool_invocation_t *invocation,
                           tspec_tool_operands_t *operands)
 {
@@ -126,7 +126,7 @@ static bool collect_operand(const char *argument, tspec_tool_invocation_t *invoc
     return true;
 }
 
-/* Splits what follows the command's name into its options and its operands. */
+// Splits what follows the command's name into its options and its operands.
 static bool collect_arguments(int count, const char *const *arguments,
                               tspec_tool_invocation_t *invocation, tspec_tool_operands_t *operands)
 {
@@ -175,7 +175,7 @@ static void parse_command(int count, const char *const *arguments,
     invocation->outcome = has_consent ? TSPEC_TOOL_RUN : TSPEC_TOOL_UNCONFIRMED;
 }
 
-/* "help" and "help COMMAND", as --help. */
+// "help" and "help COMMAND", as --help.
 static void parse_help(int count, const char *const *arguments, tspec_tool_invocation_t *invocation)
 {
     if (count > 1) {

@@ -1,8 +1,8 @@
-/* ping: whether the daemon is alive. */
+// ping: whether the daemon is alive.
 #include "tspec-cli/daemon_socket.h"
 #include "tspec-cli/run.h"
 
-#include <stdio.h>
+#include <cstdio>
 
 static const unsigned answer_timeout_ms = 2000;
 

@@ -1,24 +1,22 @@
-/*
- * delete-stream and delete-client. The daemon tells nobody what became of them
- * but its console, so the streams before and after are compared. Nothing is
- * claimed that the list of streams cannot show.
- */
+// delete-stream and delete-client. The daemon tells nobody what became of them
+// but its console, so the streams before and after are compared. Nothing is
+// claimed that the list of streams cannot show.
 #include "tspec-cli/collect.h"
 #include "tspec-cli/daemon_socket.h"
 #include "tspec-cli/dman_socket.h"
 #include "tspec-cli/run.h"
 
-#include <stdio.h>
-#include <string.h>
+#include <cstdio>
+#include <cstring>
 
 static const unsigned timeout_ms = 3000;
 static const uint8_t last_listed_tid = 7;
 
-/* Too large for the stack of a small device. */
+// Too large for the stack of a small device.
 static tspec_tool_streams_t before;
 static tspec_tool_streams_t after;
 
-/* The streams of a station, of one TID or, null, of all. */
+// The streams of a station, of one TID or, null, of all.
 typedef struct {
     char station[20];
     const char *tid;
@@ -42,7 +40,7 @@ static const tspec_tool_stream_t *find_chosen(const choice_t *choice,
     return nullptr;
 }
 
-/* But for its figures, which may have changed meanwhile. */
+// But for its figures, which may have changed meanwhile.
 static bool is_same(const tspec_tool_stream_t *one, const tspec_tool_stream_t *other)
 {
     for (int i = 0; i < TSPEC_TOOL_STREAM_MEDIUM_TIME; i++) {
@@ -74,8 +72,8 @@ static tspec_tool_status_t send_unseen(const tspec_tool_request_t *request, cons
     return sent == TSPEC_TOOL_DELIVERED ? leave_open(why) : tspec_tool_report(sent, timeout_ms);
 }
 
-/* The list came in through another door than the request: only an answer to a
- * ping says that the daemon is through with the request. */
+// The list came in through another door than the request: only an answer to a
+// ping says that the daemon is through with the request.
 static const char *look_again()
 {
     static const tspec_tool_request_t ping = {{TSPEC_CLI_PING_CMD}, 1};
@@ -106,7 +104,7 @@ static tspec_tool_status_t compare(const choice_t *choice)
     return TSPEC_TOOL_DONE;
 }
 
-/* What keeps the list from telling, or null when it may. */
+// What keeps the list from telling, or null when it may.
 static const char *obstacle(tspec_tool_delivery_t listed)
 {
     switch (listed) {

@@ -1,15 +1,15 @@
 #include "tspec-cli/report.h"
 
-#include <string.h>
+#include <cstring>
 
-/* What follows `prefix` in `text`, or null when it does not begin with it. */
+// What follows `prefix` in `text`, or null when it does not begin with it.
 static const char *after(const char *text, const char *prefix)
 {
     const size_t length = strlen(prefix);
     return text != nullptr && strncmp(text, prefix, length) == 0 ? text + length : nullptr;
 }
 
-/* Behind the parts of a key, which dashes join, and its equals sign. */
+// Behind the parts of a key, which dashes join, and its equals sign.
 static const char *after_key(const char *text, const char *const parts[3])
 {
     const char *p = text;
@@ -23,8 +23,8 @@ static const char *after_key(const char *text, const char *const parts[3])
     return after(p, "=");
 }
 
-/* The line's end, with the value that stands before it; null when there is none
- * or the value is longer than its place. */
+// The line's end, with the value that stands before it; null when there is none
+// or the value is longer than its place.
 static const char *take_value(const char *text, char *value, size_t size)
 {
     const size_t length = strcspn(text, "\n");
@@ -41,7 +41,7 @@ static bool is_plain(const char *word)
     return strspn(word, "abcdefghijklmnopqrstuvwxyz0123456789:-") == strlen(word);
 }
 
-/* The daemon prints its unsigned figures signed: large ones appear negative. */
+// The daemon prints its unsigned figures signed: large ones appear negative.
 static bool read_number(const char *text, uint32_t *number)
 {
     const bool negative = text[0] == '-';

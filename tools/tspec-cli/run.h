@@ -1,10 +1,7 @@
-/*
- * The commands that do more than send one datagram. Each carries its job out,
- * prints what there is to see on standard output and what went wrong on standard
- * error.
- */
-#ifndef TSPEC_TOOL_RUN_H
-#define TSPEC_TOOL_RUN_H
+// The commands that do more than send one datagram. Each carries its job out,
+// prints what there is to see on standard output and what went wrong on standard
+// error.
+#pragma once
 
 #include "tspec-cli/job.h"
 #include "tspec-cli/status.h"
@@ -29,5 +26,3 @@ tspec_tool_status_t tspec_tool_run_grant(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_contained(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_remove_stale(const tspec_tool_job_t *job);
 tspec_tool_status_t tspec_tool_run_wait_loopback(const tspec_tool_job_t *job);
-
-#endif

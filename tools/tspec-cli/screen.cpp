@@ -2,15 +2,15 @@
 
 #include "tspec-cli/dman_socket.h"
 
-#include <stdlib.h>
-#include <string.h>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <sys/ioctl.h>
-#include <time.h>
 #include <unistd.h>
 
 static const char clear_screen[] = "\033[H\033[2J";
 static const char go_home[] = "\033[H";
-static const char clear_line[] = "\033[K"; /* at its beginning */
+static const char clear_line[] = "\033[K"; // at its beginning
 static const char wrap_off[] = "\033[?7l";
 static const char wrap_on[] = "\033[?7h";
 static const char clear_below[] = "\033[J";
@@ -44,9 +44,9 @@ tspec_tool_style_t tspec_tool_style_of_output()
     return style;
 }
 
-/* Over what stood there before, line by line, so that nothing flickers. The
- * terminal must not scroll, or the next picture would begin elsewhere: what does
- * not fit is left out. */
+// Over what stood there before, line by line, so that nothing flickers. The
+// terminal must not scroll, or the next picture would begin elsewhere: what does
+// not fit is left out.
 static void draw(const char *text)
 {
     const unsigned rows = terminal_size().ws_row;
@@ -72,7 +72,7 @@ static void draw(const char *text)
     fputs(wrap_on, stdout);
 }
 
-/* The look's text, or that of its failure; null when there is no memory. */
+// The look's text, or that of its failure; null when there is no memory.
 static char *text_of_look(tspec_tool_look_t *look, const tspec_tool_view_t *view,
                           tspec_tool_delivery_t *delivery)
 {
@@ -104,7 +104,7 @@ static tspec_tool_status_t look_once(tspec_tool_look_t *look, const tspec_tool_v
     return tspec_tool_status_of(delivery);
 }
 
-/* False when the text could not be written, so that there is no more to do. */
+// False when the text could not be written, so that there is no more to do.
 static bool show_again(const char *text, tspec_tool_delivery_t delivery, bool in_place)
 {
     if (in_place) {

@@ -1,17 +1,17 @@
-/* remove-stale: makes way for a daemon about to start. */
+// remove-stale: makes way for a daemon about to start.
 #include "tspec-cli/stale_socket.h"
 
 #include "tspec-cli/run.h"
 #include "tspec/message.h"
 
-#include <errno.h>
-#include <stdio.h>
-#include <string.h>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-/* 0, or the error of an attempt to connect. */
+// 0, or the error of an attempt to connect.
 static int connection_error(const char *path)
 {
     struct sockaddr_un address = {};

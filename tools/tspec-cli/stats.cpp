@@ -1,12 +1,12 @@
-/* stats, streams and metrics: one look at the daemon's figures in three forms. */
+// stats, streams and metrics: one look at the daemon's figures in three forms.
 #include "tspec-cli/json.h"
 #include "tspec-cli/metrics.h"
 #include "tspec-cli/run.h"
 #include "tspec-cli/screen.h"
 
-#include <string.h>
+#include <cstring>
 
-/* Too large for the stack of a small device. */
+// Too large for the stack of a small device.
 static tspec_tool_streams_t all_streams;
 
 static tspec_tool_delivery_t look_at_statistics(FILE *out, const tspec_tool_view_t *view,

@@ -1,7 +1,7 @@
 #include "tspec-cli/suggest.h"
 
-#include <stdio.h>
-#include <string.h>
+#include <cstdio>
+#include <cstring>
 
 static const size_t max_word = 32;
 
@@ -11,7 +11,7 @@ static size_t least(size_t a, size_t b, size_t c)
     return lesser < c ? lesser : c;
 }
 
-/* Insertions, removals and changes that lead from one word to the other. */
+// Insertions, removals and changes that lead from one word to the other.
 static size_t distance_of(const char *a, const char *b)
 {
     size_t row[max_word + 1];
@@ -31,7 +31,7 @@ static size_t distance_of(const char *a, const char *b)
     return row[length];
 }
 
-/* The beginning of a word stands for it; one letter may be wrong, and every third. */
+// The beginning of a word stands for it; one letter may be wrong, and every third.
 void tspec_tool_consider(tspec_tool_suggestion_t *suggestion, const char *word,
                          const char *candidate)
 {

@@ -1,10 +1,10 @@
 #include "tspec-cli/text.h"
 
-#include <stdlib.h>
+#include <cstdlib>
 
 static const int category_width = 12;
 
-/* What stands beside a bar, and how wide the bar itself is. */
+// What stands beside a bar, and how wide the bar itself is.
 static const unsigned bar_offset = 71;
 static const unsigned percent_bar_offset = 68;
 static const unsigned min_bar = 8;
@@ -38,7 +38,7 @@ static unsigned bar_width(const tspec_tool_style_t *style)
     return room < max_bar ? room : max_bar;
 }
 
-/* A little is never shown as nothing, and what is left never as nothing left. */
+// A little is never shown as nothing, and what is left never as nothing left.
 static unsigned cells_of(uint64_t part, uint64_t rest, unsigned width)
 {
     const uint64_t whole = part + rest;
@@ -83,7 +83,7 @@ static bool has_airtime(const tspec_tool_sheet_t *sheet)
     return sheet->fields == tspec_tool_entry_fields;
 }
 
-/* Numbers stand right and never touch what is left of them. */
+// Numbers stand right and never touch what is left of them.
 static void print_cell(FILE *out, int width, const char *text)
 {
     if (width < 0) {
@@ -93,7 +93,7 @@ static void print_cell(FILE *out, int width, const char *text)
     }
 }
 
-/* What stands in place of the medium times where people read. */
+// What stands in place of the medium times where people read.
 typedef struct {
     const char *title;
     int width;
@@ -107,8 +107,8 @@ static void print_air(const uint32_t *figures, char *text, size_t size)
     snprintf(text, size, "%.2f%%", figures[TSPEC_TOOL_ADMITTED_FIELD] / units_per_percent);
 }
 
-/* The daemon does not tell the limit, only what is left of it; that ends at 0, so
- * where nothing is left the limit may be lower. */
+// The daemon does not tell the limit, only what is left of it; that ends at 0, so
+// where nothing is left the limit may be lower.
 static void print_limit(const uint32_t *figures, char *text, size_t size)
 {
     const uint32_t left = figures[TSPEC_TOOL_ROAM_UNALLOCATED_FIELD];
@@ -127,7 +127,7 @@ static void print_used(const uint32_t *figures, char *text, size_t size)
 static const share_t shares[] = {
     {"air", 9, print_air}, {"limit", 8, print_limit}, {"used", 6, print_used}};
 
-/* Columns of a sheet before those of its medium time. */
+// Columns of a sheet before those of its medium time.
 static int plain_fields(const tspec_tool_sheet_t *sheet, const tspec_tool_style_t *style)
 {
     return has_airtime(sheet) && !style->units ? TSPEC_TOOL_ADMITTED_FIELD : TSPEC_TOOL_NUM_FIELDS;

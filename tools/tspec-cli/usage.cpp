@@ -14,7 +14,7 @@ static const char tool_notes[] =
     "3 dman has the port that statistics are sent to, 4 sent, not confirmed, 5 a warning,\n"
     "6 nothing there to remove.\n";
 
-/* A command that is longer than its column has its summary on the next line. */
+// A command that is longer than its column has its summary on the next line.
 static void print_command_line(FILE *out, const tspec_tool_command_t *command)
 {
     static const int column = 27;

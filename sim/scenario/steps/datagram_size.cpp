@@ -4,7 +4,7 @@ namespace tspec::sim::scenario {
 
 namespace {
 
-/* More than the daemon reads, so that cutting can be shown. */
+// More than the daemon reads, so that cutting can be shown.
 const KeyType datagram_length = types::number(0, 4096);
 
 } // namespace
@@ -18,7 +18,7 @@ Key length_key()
 Bytes with_length(Bytes datagram, const Args &args)
 {
     if (args.has("length")) {
-        datagram.resize(args.narrow<std::size_t>("length"));
+        datagram.resize(args.narrow<size_t>("length"));
     }
     return datagram;
 }
@@ -34,7 +34,7 @@ Bytes raw_bytes(const Args &args)
 {
     Bytes bytes = args.get<Bytes>("hex");
     if (args.has("length")) {
-        bytes.resize(args.narrow<std::size_t>("length"), args.narrow<std::uint8_t>("fill"));
+        bytes.resize(args.narrow<size_t>("length"), args.narrow<uint8_t>("fill"));
     }
     return bytes;
 }

@@ -1,9 +1,6 @@
-/*
- * The key "length" of every step that sends a datagram: cut to fewer bytes or
- * filled up with zeros.
- */
-#ifndef TSPEC_SIM_SCENARIO_STEPS_DATAGRAM_SIZE_H
-#define TSPEC_SIM_SCENARIO_STEPS_DATAGRAM_SIZE_H
+// The key "length" of every step that sends a datagram: cut to fewer bytes or
+// filled up with zeros.
+#pragma once
 
 #include "sim/scenario/args.h"
 #include "sim/scenario/step_kind.h"
@@ -13,10 +10,8 @@ namespace tspec::sim::scenario {
 Key length_key();
 Bytes with_length(Bytes datagram, const Args &args);
 
-/* Keys of the raw steps and the bytes that they describe. */
+// Keys of the raw steps and the bytes that they describe.
 std::vector<Key> raw_keys();
 Bytes raw_bytes(const Args &args);
 
 } // namespace tspec::sim::scenario
-
-#endif

@@ -1,20 +1,18 @@
-/*
- * Steps of the device manager: configuration and requests for statistics.
- */
-#include <algorithm>
-
+// Steps of the device manager: configuration and requests for statistics.
 #include "sim/lib/messages.h"
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
 #include "sim/scenario/steps/datagram_size.h"
 
+#include <algorithm>
+
 namespace tspec::sim::scenario {
 
 namespace {
 
-std::uint32_t figure(const AcNumbers &numbers, std::size_t ac)
+uint32_t figure(const AcNumbers &numbers, size_t ac)
 {
-    return static_cast<std::uint32_t>(numbers[ac].value_or(0));
+    return static_cast<uint32_t>(numbers[ac].value_or(0));
 }
 
 PerAc per_ac(const AcNumbers &numbers)
@@ -26,8 +24,8 @@ PerAc per_ac(const AcNumbers &numbers)
 AcNumbers flags_of(const Numbers &categories)
 {
     AcNumbers flags;
-    for (std::int64_t ac : categories) {
-        flags[static_cast<std::size_t>(ac)] = 1;
+    for (int64_t ac : categories) {
+        flags[static_cast<size_t>(ac)] = 1;
     }
     return flags;
 }
@@ -36,16 +34,16 @@ void configure(Run &run, const Args &args)
 {
     AcNumbers fast_transition = args.maybe<AcNumbers>("fast_transition").value_or(AcNumbers{});
     DmanConfig config;
-    config.radio_if = args.narrow<std::uint8_t>("radio");
+    config.radio_if = args.narrow<uint8_t>("radio");
     config.enabled = args.flag("enabled") ? 1 : 0;
     config.mandatory = per_ac(flags_of(args.maybe<Numbers>("mandatory").value_or(Numbers{})));
     config.limit_percent = per_ac(args.maybe<AcNumbers>("limit").value_or(AcNumbers{}));
     config.fbt_limit_voice = figure(fast_transition, TSPEC_AC_VO);
     config.fbt_limit_video = figure(fast_transition, TSPEC_AC_VI);
-    config.roam_reserve = args.narrow<std::uint32_t>("roam_reserve");
-    config.dl_inactivity_timeout = args.narrow<std::uint32_t>("downlink_inactivity");
-    config.ul_inactivity_timeout = args.narrow<std::uint32_t>("uplink_inactivity");
-    config.radio_param = args.narrow<std::uint32_t>("radio_param");
+    config.roam_reserve = args.narrow<uint32_t>("roam_reserve");
+    config.dl_inactivity_timeout = args.narrow<uint32_t>("downlink_inactivity");
+    config.ul_inactivity_timeout = args.narrow<uint32_t>("uplink_inactivity");
+    config.radio_param = args.narrow<uint32_t>("radio_param");
     run.ap().dman().send(with_length(config.bytes(), args));
 }
 
@@ -130,7 +128,7 @@ const StepGroup &dman_steps()
          .shorthand = "interval",
          .run =
              [](Run &run, const Args &args) {
-                 ViolationInterval interval{args.narrow<std::uint32_t>("interval")};
+                 ViolationInterval interval{args.narrow<uint32_t>("interval")};
                  run.ap().dman().send(with_length(interval.bytes(), args));
              }},
         {.name = "dman.status",

@@ -1,11 +1,9 @@
-/*
- * Steps that set what the wireless driver knows.
- */
-#include <fmt/format.h>
-
+// Steps that set what the wireless driver knows.
 #include "sim/lib/messages.h"
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
+
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
@@ -25,7 +23,7 @@ void answer(Run &run, const Args &args, const StationAnswer &station_answer,
     }
 }
 
-std::string words_of_flags(std::int64_t flags)
+std::string words_of_flags(int64_t flags)
 {
     std::string text = (flags & TSPEC_CLIENT_ASSOCIATED) != 0 ? "" : "not associated";
     for (const Name &flag : status_flag_names()) {
@@ -47,9 +45,8 @@ void set_station(Run &run, const Args &args)
         answer(run, args, {.text = text}, fmt::format("answers {} bytes of text", text.size()));
         return;
     }
-    std::int64_t flags = args.maybe<std::int64_t>("status").value_or(0);
-    answer(run, args, StationAnswer::flags(static_cast<std::uint32_t>(flags)),
-           words_of_flags(flags));
+    int64_t flags = args.maybe<int64_t>("status").value_or(0);
+    answer(run, args, StationAnswer::flags(static_cast<uint32_t>(flags)), words_of_flags(flags));
 }
 
 std::string check_station(const Args &args)
@@ -66,8 +63,8 @@ void set_utilisation(Run &run, const Args &args)
     if (args.has("text")) {
         run.ap().driver().set_proc_file(radio, args.text("text"));
     } else if (args.has("value")) {
-        run.ap().driver().set_proc_file(
-            radio, channel_utilisation_text(args.narrow<std::uint32_t>("value")));
+        run.ap().driver().set_proc_file(radio,
+                                        channel_utilisation_text(args.narrow<uint32_t>("value")));
     } else {
         run.ap().driver().set_proc_file(radio, std::nullopt);
     }

@@ -1,14 +1,11 @@
-/*
- * Expectations about datagrams that the daemon sends.
- */
-#include <algorithm>
-
-#include <fmt/format.h>
-
+// Expectations about datagrams that the daemon sends.
 #include "sim/scenario/names.h"
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
 #include "sim/scenario/steps/finding.h"
+
+#include <algorithm>
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
@@ -20,7 +17,7 @@ bool names_message(const WantedFields &fields)
                        [](const Wanted &wanted) { return wanted.name == "cmd"; });
 }
 
-/* Sends that failed are expected as such; all others must have arrived. */
+// Sends that failed are expected as such; all others must have arrived.
 std::vector<Happening *> candidates(Run &run, Channel channel, const Args &args)
 {
     std::optional<int> error = args.maybe_narrow<int>("failed");
@@ -37,13 +34,13 @@ std::vector<Happening *> candidates(Run &run, Channel channel, const Args &args)
 
 void expect_messages(Run &run, const Args &args, Channel channel, const std::string &who)
 {
-    auto count = args.narrow<std::size_t>("times");
+    auto count = args.narrow<size_t>("times");
     Compare fields_fit = [&](const Event &event) {
         return compare(args.fields, fields_with_name(decode(event)));
     };
     std::string what = args.has("failed") ? fmt::format("no such send to {} failed", who)
                                           : fmt::format("{} got no such message", who);
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; i++) {
         std::string which = count == 1 ? "" : fmt::format(" ({} of {})", i + 1, count);
         find_happening(candidates(run, channel, args), fields_fit, what + which);
     }

@@ -1,11 +1,4 @@
-/*
- * Expectations that ask the daemon, or look at its process, by themselves.
- */
-#include <algorithm>
-#include <csignal>
-
-#include <fmt/format.h>
-
+// Expectations that ask the daemon, or look at its process, by themselves.
 #include "sim/lib/messages.h"
 #include "sim/lib/probe.h"
 #include "sim/scenario/figures.h"
@@ -14,22 +7,26 @@
 #include "sim/scenario/step_table.h"
 #include "sim/scenario/steps/finding.h"
 
+#include <algorithm>
+#include <csignal>
+#include <fmt/format.h>
+
 namespace tspec::sim::scenario {
 
 namespace {
 
-/* Access categories in the keys of dman's reports. */
+// Access categories in the keys of dman's reports.
 struct ReportCategory {
     const char *key;
     const char *report;
-    std::size_t ac;
+    size_t ac;
 };
 constexpr ReportCategory report_categories[] = {{"voice", "vo", TSPEC_AC_VO},
                                                 {"video", "vi", TSPEC_AC_VI},
                                                 {"best-effort", "be", TSPEC_AC_BE},
                                                 {"background", "bk", TSPEC_AC_BK}};
 
-constexpr std::size_t longest_walk = 4 * TSPEC_MAX_TS;
+constexpr size_t longest_walk = 4 * TSPEC_MAX_TS;
 
 Decoded ask(Run &run, const std::string &request)
 {
@@ -41,8 +38,8 @@ Decoded ask(Run &run, const std::string &request)
     throw ExpectationFailed(fmt::format("no answer to \"{}\"", request));
 }
 
-/* "num-active" of voice is "ts-vo-num-active", "tot-accepted" is
- * "tspec-vo-tot-accepted". */
+// "num-active" of voice is "ts-vo-num-active", "tot-accepted" is
+// "tspec-vo-tot-accepted".
 WantedFields report_fields(const Args &args, const ReportCategory &category)
 {
     WantedFields wanted_fields = args.maybe<WantedFields>(category.key).value_or(WantedFields{});
@@ -123,14 +120,14 @@ void expect_streams(Run &run, const Args &args)
 {
     std::vector<Decoded> streams = walk(run);
     auto wanted = args.maybe<WantedStreams>("list").value_or(WantedStreams{});
-    std::size_t count = args.has("list") ? wanted.size() : args.narrow<std::size_t>("count");
+    size_t count = args.has("list") ? wanted.size() : args.narrow<size_t>("count");
     if (streams.size() != count) {
         throw ExpectationFailed(
             "number of streams",
             {{"streams", std::to_string(count), std::to_string(streams.size()), false}},
             summaries(streams));
     }
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
+    for (size_t i = 0; i < wanted.size(); i++) {
         Rows rows = compare(wanted[i], streams[i].fields);
         if (!all_hold(rows)) {
             throw ExpectationFailed(fmt::format("stream {} of {}", i + 1, count), rows,
@@ -149,7 +146,7 @@ std::string check_streams(const Args &args)
 void expect_admitted(Run &run, const Args &args)
 {
     Load load = run.load();
-    const auto &radio = load[args.narrow<std::size_t>("radio") - 1];
+    const auto &radio = load[args.narrow<size_t>("radio") - 1];
     Rows rows;
     std::string told;
     for (const ReportCategory &category : report_categories) {
@@ -175,7 +172,7 @@ void expect_admitted(Run &run, const Args &args)
 
 std::string check_admitted(const Args &args)
 {
-    std::int64_t radio = args.number("radio");
+    int64_t radio = args.number("radio");
     bool any = std::any_of(std::begin(report_categories), std::end(report_categories),
                            [&](const ReportCategory &category) { return args.has(category.key); });
     return radio != 1 && radio != 2 ? "radio is wlan0 or wlan1"
@@ -238,7 +235,7 @@ void expect_descriptors(Run &run, const Args &args)
     auto sockets = std::count_if(open.begin(), open.end(), [](const OpenDescriptor &descriptor) {
         return descriptor.target.starts_with("socket:");
     });
-    std::int64_t wanted = args.number("sockets");
+    int64_t wanted = args.number("sockets");
     if (sockets != wanted) {
         std::vector<std::string> remarks{"open:"};
         for (const OpenDescriptor &descriptor : open) {

@@ -1,15 +1,12 @@
-/*
- * Expectations about lines of text: console, system log, trap pipe, standard
- * error, the operator's answer.
- */
-#include <algorithm>
-
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
+// Expectations about lines of text: console, system log, trap pipe, standard
+// error, the operator's answer.
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
 #include "sim/scenario/steps/finding.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 namespace tspec::sim::scenario {
 

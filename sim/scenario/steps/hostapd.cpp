@@ -1,13 +1,11 @@
-/*
- * Steps of hostapd: requests of stations, events of streams, frame durations.
- */
-#include <fmt/format.h>
-
+// Steps of hostapd: requests of stations, events of streams, frame durations.
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
 #include "sim/scenario/steps/datagram_size.h"
 #include "sim/scenario/steps/stream_keys.h"
 #include "sim/scenario/units.h"
+
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
@@ -29,29 +27,29 @@ std::vector<Key> station_keys()
             with_default("aux_flag", types::u8, "0", "a byte stored with the TSPEC")};
 }
 
-/* 02:aa:00:00:00:02 for wlan0, and others for the rest. */
+// 02:aa:00:00:00:02 for wlan0, and others for the rest.
 Mac bssid_of(const Args &args)
 {
     Mac address = Mac::parse("02:aa:00:00:00:02");
-    address.octets[4] = static_cast<std::uint8_t>(args.number("radio") - 1);
-    address.octets[5] = static_cast<std::uint8_t>(2 + args.number("vap"));
+    address.octets[4] = static_cast<uint8_t>(args.number("radio") - 1);
+    address.octets[5] = static_cast<uint8_t>(2 + args.number("vap"));
     return args.maybe<Mac>("bssid").value_or(address);
 }
 
-HostapdMessage message_of(const Args &args, std::uint8_t cmd, const TrafficSpec &traffic)
+HostapdMessage message_of(const Args &args, uint8_t cmd, const TrafficSpec &traffic)
 {
     HostapdMessage message;
     message.cmd = cmd;
     message.sta = args.mac("sta");
-    message.radio_unit = args.narrow<std::uint8_t>("radio");
-    message.vap = args.narrow<std::uint8_t>("vap");
+    message.radio_unit = args.narrow<uint8_t>("radio");
+    message.vap = args.narrow<uint8_t>("vap");
     message.peer_addr2 = bssid_of(args);
     message.peer_addr1 = args.mac("peer_addr1");
     message.ssid = args.text("ssid");
-    message.aux_byte = args.narrow<std::uint8_t>("aux_byte");
+    message.aux_byte = args.narrow<uint8_t>("aux_byte");
     message.aux_addr = args.mac("aux_addr");
-    message.aux_flag = args.narrow<std::uint8_t>("aux_flag");
-    message.tid = args.narrow<std::uint8_t>("tid");
+    message.aux_flag = args.narrow<uint8_t>("aux_flag");
+    message.tid = args.narrow<uint8_t>("tid");
     message.tspec = traffic;
     return message;
 }
@@ -61,13 +59,13 @@ void send(Run &run, const Args &args, const HostapdMessage &message)
     run.ap().hostapd().send(with_length(message.bytes(), args));
 }
 
-template <std::uint8_t cmd>
+template <uint8_t cmd>
 void send_request(Run &run, const Args &args)
 {
     send(run, args, message_of(args, cmd, traffic_of(args)));
 }
 
-template <std::uint8_t cmd>
+template <uint8_t cmd>
 void send_event(Run &run, const Args &args)
 {
     send(run, args, message_of(args, cmd, stream_of(args)));
@@ -93,7 +91,7 @@ StepKind event_step(std::string name, std::string help, void (*run)(Run &, const
 
 FrameDurationPolicy policy_of(const Args &args)
 {
-    auto time = args.narrow<std::uint32_t>("time");
+    auto time = args.narrow<uint32_t>("time");
     const std::string &how = args.text("answer");
     if (how == "none") {
         return frame_duration::none();
@@ -105,7 +103,7 @@ FrameDurationPolicy policy_of(const Args &args)
         return frame_duration::wrong_marker(time);
     }
     if (how == "short") {
-        return frame_duration::short_answer(args.narrow<std::size_t>("bytes"));
+        return frame_duration::short_answer(args.narrow<size_t>("bytes"));
     }
     return how == "late" ? frame_duration::late(time, args.duration("delay"))
                          : frame_duration::normal(time);
@@ -167,8 +165,7 @@ const StepGroup &hostapd_steps()
                  station_keys() + stream_keys() + traffic_keys() + std::vector{length_key()},
          .run =
              [](Run &run, const Args &args) {
-                 send(run, args,
-                      message_of(args, args.narrow<std::uint8_t>("cmd"), traffic_of(args)));
+                 send(run, args, message_of(args, args.narrow<uint8_t>("cmd"), traffic_of(args)));
              },
          .changes_load = true},
         {.name = "hostapd.raw",

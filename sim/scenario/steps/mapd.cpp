@@ -1,12 +1,10 @@
-/*
- * Steps of mapd: managing the access point and deciding requests.
- */
-#include <fmt/format.h>
-
+// Steps of mapd: managing the access point and deciding requests.
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
 #include "sim/scenario/steps/datagram_size.h"
 #include "sim/scenario/steps/stream_keys.h"
+
+#include <fmt/format.h>
 
 namespace tspec::sim::scenario {
 
@@ -15,16 +13,16 @@ namespace {
 void set_ap_state(Run &run, const Args &args)
 {
     ApState state;
-    state.managed_mode = args.narrow<std::uint8_t>("state");
+    state.managed_mode = args.narrow<uint8_t>("state");
     run.ap().mapd().send(with_length(state.bytes(), args));
 }
 
-/* The request that is answered, or one made up when there is none. */
+// The request that is answered, or one made up when there is none.
 tspec_mapd_msg_t request_for(Run &run, const Args &args)
 {
     std::optional<Mac> station = args.maybe<Mac>("sta");
     std::optional<tspec_mapd_msg_t> request =
-        run.forwarded(station, args.maybe_narrow<std::uint8_t>("tid"));
+        run.forwarded(station, args.maybe_narrow<uint8_t>("tid"));
     if (request) {
         return *request;
     }
@@ -38,48 +36,48 @@ tspec_mapd_msg_t request_for(Run &run, const Args &args)
 
 void override_stream(tspec_mapd_msg_t &message, const Args &args)
 {
-    std::uint8_t *info = message.tspec.ts_info;
-    TsInfo changed = encode_ts_info(
-        args.maybe_narrow<std::uint8_t>("tid").value_or(ts_info_tid(info)),
-        args.maybe_narrow<std::uint8_t>("direction").value_or(ts_info_direction(info)),
-        args.maybe_narrow<std::uint8_t>("up").value_or(ts_info_user_priority(info)));
+    uint8_t *info = message.tspec.ts_info;
+    TsInfo changed =
+        encode_ts_info(args.maybe_narrow<uint8_t>("tid").value_or(ts_info_tid(info)),
+                       args.maybe_narrow<uint8_t>("direction").value_or(ts_info_direction(info)),
+                       args.maybe_narrow<uint8_t>("up").value_or(ts_info_user_priority(info)));
     std::copy(changed.begin(), changed.end(), info);
-    message.radio_unit = args.maybe_narrow<std::uint8_t>("radio").value_or(message.radio_unit);
-    message.ac_idx = args.maybe_narrow<std::uint8_t>("ac").value_or(message.ac_idx);
+    message.radio_unit = args.maybe_narrow<uint8_t>("radio").value_or(message.radio_unit);
+    message.ac_idx = args.maybe_narrow<uint8_t>("ac").value_or(message.ac_idx);
     message.tspec.medium_time =
-        args.maybe_narrow<std::uint16_t>("medium_time").value_or(message.tspec.medium_time);
+        args.maybe_narrow<uint16_t>("medium_time").value_or(message.tspec.medium_time);
 }
 
 void answer_request(Run &run, const Args &args)
 {
     tspec_mapd_msg_t request = request_for(run, args);
     override_stream(request, args);
-    Bytes response = MapdMessage::response_to(request, args.narrow<std::uint8_t>("result"));
+    Bytes response = MapdMessage::response_to(request, args.narrow<uint8_t>("result"));
     run.ap().mapd().send(with_length(std::move(response), args));
 }
 
-void send_message(Run &run, const Args &args, std::uint8_t cmd)
+void send_message(Run &run, const Args &args, uint8_t cmd)
 {
     MapdMessage message;
     message.cmd = cmd;
     message.sta = args.mac("sta");
-    message.radio_unit = args.narrow<std::uint8_t>("radio");
+    message.radio_unit = args.narrow<uint8_t>("radio");
     message.tspec = stream_of(args);
-    message.ac_idx = args.maybe_narrow<std::uint8_t>("ac").value_or(
-        ac_of_user_priority(message.tspec.user_priority));
+    message.ac_idx =
+        args.maybe_narrow<uint8_t>("ac").value_or(ac_of_user_priority(message.tspec.user_priority));
     run.ap().mapd().send(with_length(message.bytes(), args));
 }
 
 void answer_by_itself(Run &run, const Args &args)
 {
-    std::optional<std::uint8_t> result = args.maybe_narrow<std::uint8_t>("result");
+    std::optional<uint8_t> result = args.maybe_narrow<uint8_t>("result");
     run.ap().mapd().answer_requests(result);
     run.say("mapd", result ? fmt::format("answers every request from now on: {}",
                                          word_of_value(result_names(), *result))
                            : "answers no request by itself");
 }
 
-/* The number itself, as some messages carry a category that is none. */
+// The number itself, as some messages carry a category that is none.
 KeyType category_or_number()
 {
     return {one_of(access_category_names()) + ", or a number 0 to 255",
@@ -146,7 +144,7 @@ const StepGroup &mapd_steps()
          .keys = std::vector{required("cmd", types::u8, "the command's number")} +
                  message_keys(category),
          .run = [](Run &run,
-                   const Args &args) { send_message(run, args, args.narrow<std::uint8_t>("cmd")); },
+                   const Args &args) { send_message(run, args, args.narrow<uint8_t>("cmd")); },
          .changes_load = true},
         {.name = "mapd.raw",
          .help = "Any bytes from mapd.",

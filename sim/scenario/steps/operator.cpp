@@ -1,6 +1,4 @@
-/*
- * Steps of the operator at the command line.
- */
+// Steps of the operator at the command line.
 #include "sim/lib/messages.h"
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
@@ -13,8 +11,8 @@ namespace {
 void set_levels(Run &run, const Args &args)
 {
     Bytes levels;
-    for (std::int64_t level : args.get<Numbers>("levels")) {
-        levels.push_back(static_cast<std::uint8_t>(level));
+    for (int64_t level : args.get<Numbers>("levels")) {
+        levels.push_back(static_cast<uint8_t>(level));
     }
     run.ap().cli().send(cli_debug(levels));
 }
@@ -50,7 +48,7 @@ const StepGroup &operator_steps()
          .run =
              [](Run &run, const Args &args) {
                  run.ap().cli().send(
-                     cli_delete_stream(args.mac("sta"), args.narrow<std::uint8_t>("tid")));
+                     cli_delete_stream(args.mac("sta"), args.narrow<uint8_t>("tid")));
              },
          .changes_load = true},
         {.name = "operator.disassociation_mode",
@@ -59,7 +57,7 @@ const StepGroup &operator_steps()
          .shorthand = "mode",
          .run =
              [](Run &run, const Args &args) {
-                 run.ap().cli().send(cli_disassociation_mode(args.narrow<std::uint8_t>("mode")));
+                 run.ap().cli().send(cli_disassociation_mode(args.narrow<uint8_t>("mode")));
              }},
         {.name = "operator.show",
          .help = "Lists streams, totals and admitted medium time on the console.",

@@ -1,6 +1,4 @@
-/*
- * Steps that shape the telling: notes and loops.
- */
+// Steps that shape the telling: notes and loops.
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
 

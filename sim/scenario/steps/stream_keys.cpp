@@ -4,12 +4,12 @@ namespace tspec::sim::scenario {
 
 namespace {
 
-constexpr std::uint8_t highest_tid_with_own_priority = 7;
-constexpr std::uint8_t voice_priority = 6;
+constexpr uint8_t highest_tid_with_own_priority = 7;
+constexpr uint8_t voice_priority = 6;
 
 struct NumberField {
     const char *key;
-    std::uint32_t TrafficSpec::*field;
+    uint32_t TrafficSpec::*field;
     const KeyType *type;
     const char *fallback;
     const char *help;
@@ -73,24 +73,24 @@ std::vector<Key> traffic_keys()
 TrafficSpec stream_of(const Args &args)
 {
     TrafficSpec traffic;
-    auto tid = args.narrow<std::uint8_t>("tid");
-    traffic.tid = args.maybe_narrow<std::uint8_t>("ts_info_tid").value_or(tid);
-    std::uint8_t own_priority = tid <= highest_tid_with_own_priority ? tid : voice_priority;
-    traffic.user_priority = args.maybe_narrow<std::uint8_t>("up").value_or(own_priority);
-    traffic.direction = args.narrow<std::uint8_t>("direction");
+    auto tid = args.narrow<uint8_t>("tid");
+    traffic.tid = args.maybe_narrow<uint8_t>("ts_info_tid").value_or(tid);
+    uint8_t own_priority = tid <= highest_tid_with_own_priority ? tid : voice_priority;
+    traffic.user_priority = args.maybe_narrow<uint8_t>("up").value_or(own_priority);
+    traffic.direction = args.narrow<uint8_t>("direction");
     return traffic;
 }
 
 TrafficSpec traffic_of(const Args &args)
 {
     TrafficSpec traffic = stream_of(args);
-    traffic.nominal_msdu_size = args.narrow<std::uint16_t>("nominal_msdu");
+    traffic.nominal_msdu_size = args.narrow<uint16_t>("nominal_msdu");
     traffic.fixed_size = args.flag("fixed");
-    traffic.max_msdu_size = args.narrow<std::uint16_t>("max_msdu");
-    traffic.surplus_bandwidth_allowance = args.narrow<std::uint16_t>("surplus");
-    traffic.medium_time = args.narrow<std::uint16_t>("medium_time");
+    traffic.max_msdu_size = args.narrow<uint16_t>("max_msdu");
+    traffic.surplus_bandwidth_allowance = args.narrow<uint16_t>("surplus");
+    traffic.medium_time = args.narrow<uint16_t>("medium_time");
     for (const NumberField &field : number_fields) {
-        traffic.*field.field = args.narrow<std::uint32_t>(field.key);
+        traffic.*field.field = args.narrow<uint32_t>(field.key);
     }
     return traffic;
 }

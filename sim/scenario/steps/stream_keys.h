@@ -1,28 +1,23 @@
-/*
- * Keys that describe a stream, shared by the steps of hostapd and mapd, and the
- * traffic specification that they give.
- */
-#ifndef TSPEC_SIM_SCENARIO_STEPS_STREAM_KEYS_H
-#define TSPEC_SIM_SCENARIO_STEPS_STREAM_KEYS_H
-
-#include <vector>
+// Keys that describe a stream, shared by the steps of hostapd and mapd, and the
+// traffic specification that they give.
+#pragma once
 
 #include "sim/lib/messages.h"
 #include "sim/scenario/step_kind.h"
 
+#include <vector>
+
 namespace tspec::sim::scenario {
 
-/* TID, direction and user priority. */
+// TID, direction and user priority.
 std::vector<Key> stream_keys();
-/* What the stream carries: sizes, rates, intervals. */
+// What the stream carries: sizes, rates, intervals.
 std::vector<Key> traffic_keys();
 
 TrafficSpec stream_of(const Args &args);
-/* stream_of and the traffic keys. */
+// stream_of and the traffic keys.
 TrafficSpec traffic_of(const Args &args);
 
 std::vector<Key> operator+(std::vector<Key> first, const std::vector<Key> &second);
 
 } // namespace tspec::sim::scenario
-
-#endif

@@ -1,15 +1,12 @@
-/*
- * Steps that move the clock, start and end the daemon, and change its
- * surroundings.
- */
-#include <csignal>
-#include <sys/socket.h>
-
-#include <fmt/format.h>
-
+// Steps that move the clock, start and end the daemon, and change its
+// surroundings.
 #include "sim/scenario/run.h"
 #include "sim/scenario/step_table.h"
 #include "sim/scenario/units.h"
+
+#include <csignal>
+#include <fmt/format.h>
+#include <sys/socket.h>
 
 namespace tspec::sim::scenario {
 

@@ -1,8 +1,7 @@
 // The admission control unit: what fits under a limit, and the account of
 // admitted medium time.
-#include "hostapd/room_test.h"
-
 #include "admission/acu.h"
+#include "hostapd/room_test.h"
 
 namespace tspec::test {
 namespace {

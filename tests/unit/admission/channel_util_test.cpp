@@ -1,7 +1,6 @@
 // Channel utilisation from the driver's proc file.
-#include "hostapd/room_test.h"
-
 #include "admission/channel_util.h"
+#include "hostapd/room_test.h"
 
 #include <climits>
 #include <cstdlib>

@@ -1,11 +1,9 @@
 // Medium time of a stream: the arithmetic, the question to hostapd, and every
 // way in which that fails.
+#include "admission/medium_time.h"
 #include "hostapd/room_test.h"
 
-#include "admission/medium_time.h"
-
 #include <csignal>
-
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -1,11 +1,9 @@
 // The operator's commands.
 #include "cli/command.h"
-
 #include "support/daemon_test.h"
 
 #include <cerrno>
 #include <cstring>
-
 #include <sys/un.h>
 
 using testing::ElementsAre;

@@ -1,6 +1,5 @@
 // The operator's list of streams.
 #include "cli/command.h"
-
 #include "support/daemon_test.h"
 
 using testing::ElementsAre;

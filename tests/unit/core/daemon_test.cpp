@@ -1,12 +1,11 @@
 // Start-up with every way it can fail, tear-down, and the AP state test.
-#include "core/daemon.h"
-
 #include "support/daemon_test.h"
+
+#include "core/daemon.h"
 #include "support/private_network.h"
 
 #include <cerrno>
 #include <cstring>
-
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/stat.h>

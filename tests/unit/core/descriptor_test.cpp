@@ -1,6 +1,5 @@
 // The holder of a descriptor and the shared socket calls.
 #include "core/descriptor.h"
-
 #include "support/daemon_test.h"
 
 #include <cerrno>

@@ -1,6 +1,5 @@
 // The routing of datagrams by their type byte.
 #include "core/dispatch.h"
-
 #include "support/daemon_test.h"
 
 using testing::Contains;

@@ -1,7 +1,6 @@
 // The two forms of a TSPEC.
-#include "hostapd/room_test.h"
-
 #include "core/element.h"
+#include "hostapd/room_test.h"
 
 namespace tspec::test {
 namespace {

@@ -1,6 +1,5 @@
 // Datagrams to the peers, and the exchange that waits for an answer.
 #include "core/ipc.h"
-
 #include "support/daemon_test.h"
 #include "support/private_network.h"
 
@@ -9,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-
 #include <netinet/in.h>
 #include <sys/wait.h>
 #include <unistd.h>

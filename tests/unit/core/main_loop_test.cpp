@@ -1,13 +1,11 @@
 // Turns of the main loop: waiting, reading, periodic work.
-#include "core/main_loop.h"
-
 #include "core/daemon.h"
+#include "core/main_loop.h"
 #include "support/daemon_test.h"
 #include "support/private_network.h"
 
 #include <cerrno>
 #include <cstring>
-
 #include <netinet/in.h>
 #include <sys/un.h>
 

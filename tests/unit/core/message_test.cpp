@@ -1,11 +1,9 @@
 // The layout of every wire structure, the codes and the endpoints.
 #include "core/message_layout_c11.h"
-
 #include "tspec/message.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
+#include <gtest/gtest.h>
 #include <vector>
 
 namespace {

@@ -1,12 +1,10 @@
 // What a message is before its fields are filled in: zeros but for type and
 // command.
 #include "core/messages.h"
-
 #include "support/bytes.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
+#include <gtest/gtest.h>
 
 using namespace tspec::test;
 

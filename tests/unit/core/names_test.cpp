@@ -2,7 +2,6 @@
 #include "core/names.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace {

@@ -1,6 +1,5 @@
 // The packet dump: every row of titles and sizes, and the form of the listing.
 #include "core/packet_dump.h"
-
 #include "support/daemon_test.h"
 
 #include <cstdio>

@@ -1,6 +1,5 @@
 // The leveled trace and the console writer.
 #include "core/trace.h"
-
 #include "support/daemon_test.h"
 #include "support/private_network.h"
 

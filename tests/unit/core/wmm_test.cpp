@@ -1,12 +1,10 @@
 // The action frames of admission control, to and from messages. The frames are
 // written out byte by byte, so they are the same on machines of either byte order.
 #include "core/message_layout_c11.h"
-
 #include "tspec/wmm.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
+#include <gtest/gtest.h>
 #include <vector>
 
 namespace {

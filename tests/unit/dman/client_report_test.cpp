@@ -1,6 +1,5 @@
 // The description of one stream for dman.
 #include "dman/client_report.h"
-
 #include "support/daemon_test.h"
 
 #include <cerrno>

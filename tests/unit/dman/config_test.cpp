@@ -1,6 +1,5 @@
 // dman's configuration messages.
 #include "dman/config.h"
-
 #include "support/daemon_test.h"
 
 #include <cstring>

@@ -1,12 +1,10 @@
 // Interface names in dman's requests.
 #include "dman/stats.h"
-
 #include "support/bytes.h"
-
-#include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <string>
 
 using namespace tspec::test;

@@ -1,6 +1,5 @@
 // dman's status requests and the reports on access point, radio and VAP.
 #include "dman/stats.h"
-
 #include "support/daemon_test.h"
 
 #include <cerrno>

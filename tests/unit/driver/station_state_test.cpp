@@ -1,6 +1,5 @@
 // Queries of the wireless driver about a client.
 #include "driver/station_state.h"
-
 #include "support/daemon_test.h"
 
 #include <cerrno>

@@ -1,7 +1,6 @@
 // What a request leaves in the store when its stream is booked.
-#include "hostapd/request_test.h"
-
 #include "hostapd/booking.h"
+#include "hostapd/request_test.h"
 
 namespace tspec::test {
 namespace {

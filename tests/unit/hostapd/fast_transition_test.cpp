@@ -1,8 +1,7 @@
 // Streams of clients that arrive by fast transition: booked at once, and gone
 // before an ordinary request for the same TID.
-#include "hostapd/request_test.h"
-
 #include "hostapd/fast_transition.h"
+#include "hostapd/request_test.h"
 #include "store/client.h"
 
 namespace tspec::test {

@@ -2,9 +2,8 @@
 // datagrams, and what the daemon makes of them.
 #pragma once
 
-#include "hostapd/room_test.h"
-
 #include "hostapd/process.h"
+#include "hostapd/room_test.h"
 
 namespace tspec::test {
 

@@ -1,7 +1,6 @@
 // What the daemon tells hostapd and admission control, byte by byte.
-#include "hostapd/request_test.h"
-
 #include "admission/forward.h"
+#include "hostapd/request_test.h"
 #include "hostapd/send.h"
 
 namespace tspec::test {

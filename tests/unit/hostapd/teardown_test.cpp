@@ -1,8 +1,7 @@
 // The ends of a stream: the client's DELTS, inactivity, disassociation; and the
 // events that end none: exceeded time and unauthorised traffic.
-#include "hostapd/request_test.h"
-
 #include "hostapd/disassociation.h"
+#include "hostapd/request_test.h"
 #include "hostapd/teardown.h"
 
 namespace tspec::test {

@@ -1,6 +1,5 @@
 // mapd's message about who manages the access point.
 #include "hostapd/room_test.h"
-
 #include "mapd/ap_state.h"
 
 namespace tspec::test {

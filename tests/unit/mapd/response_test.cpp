@@ -1,7 +1,6 @@
 // Admission responses and deletions: which are refused, what they do to the
 // stream, and what hostapd is told.
 #include "hostapd/request_test.h"
-
 #include "mapd/response.h"
 #include "store/ledger.h"
 

@@ -1,7 +1,6 @@
 // The load of each access category: the snapshot, the counters, and the message
 // that carries both to mapd.
 #include "hostapd/room_test.h"
-
 #include "mapd/status.h"
 #include "store/ledger.h"
 #include "store/snapshot.h"

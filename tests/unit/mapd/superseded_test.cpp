@@ -1,6 +1,5 @@
 // Streams that a newly admitted one replaces: which, and how they are cleaned up.
 #include "hostapd/request_test.h"
-
 #include "mapd/cleanup.h"
 #include "mapd/superseded.h"
 #include "store/snapshot.h"

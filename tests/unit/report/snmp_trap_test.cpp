@@ -1,6 +1,5 @@
 // Trap records for the SNMP agent.
 #include "hostapd/room_test.h"
-
 #include "report/snmp_trap.h"
 
 #include <fcntl.h>

@@ -1,6 +1,5 @@
 // Violation reports: what the system log and the trap pipe get.
 #include "hostapd/room_test.h"
-
 #include "report/violation.h"
 
 #include <syslog.h>

@@ -1,6 +1,5 @@
 // Access categories, inactivity time-outs and admission results.
 #include "store/access_category.h"
-
 #include "support/daemon_test.h"
 
 using namespace tspec::test;

@@ -1,6 +1,5 @@
 // The list of client records.
 #include "store/client.h"
-
 #include "support/daemon_test.h"
 
 #include <cerrno>

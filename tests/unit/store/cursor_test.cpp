@@ -1,6 +1,5 @@
 // The walk over all streams.
 #include "store/cursor.h"
-
 #include "support/daemon_test.h"
 
 using testing::ElementsAre;

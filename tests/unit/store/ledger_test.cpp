@@ -1,11 +1,9 @@
 // The ledger: what all records add up to, whatever changes of them.
-#include "store/ledger.h"
-
-#include "support/daemon_test.h"
-
 #include "store/client.h"
+#include "store/ledger.h"
 #include "store/snapshot.h"
 #include "store/stream.h"
+#include "support/daemon_test.h"
 
 using testing::ElementsAre;
 using namespace tspec::test;

@@ -1,7 +1,6 @@
 // The stream entries within the client records.
-#include "store/stream.h"
-
 #include "store/client.h"
+#include "store/stream.h"
 #include "support/daemon_test.h"
 
 #include <algorithm>

@@ -3,11 +3,10 @@
 // order, as the daemon's peers send them.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <string>
 #include <string_view>
 #include <vector>

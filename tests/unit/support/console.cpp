@@ -2,9 +2,8 @@
 
 #include "support/bytes.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
+#include <gtest/gtest.h>
 #include <string_view>
 #include <utility>
 

@@ -2,18 +2,16 @@
 // its UDP socket at descriptor 3, dman's at 4 and the operator's at 5.
 #pragma once
 
+#include "core/control_block.h"
+#include "core/trace.h"
 #include "support/bytes.h"
 #include "support/console.h"
 #include "support/messages.h"
 #include "support/platform.h"
 
-#include "core/control_block.h"
-#include "core/trace.h"
-
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>

@@ -6,11 +6,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <stdexcept>
-#include <utility>
-
 #include <fcntl.h>
+#include <stdexcept>
 #include <unistd.h>
+#include <utility>
 
 namespace tspec::test {
 

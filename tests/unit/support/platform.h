@@ -16,11 +16,10 @@
 #include <map>
 #include <set>
 #include <string>
-#include <vector>
-
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/types.h>
+#include <vector>
 
 namespace tspec::test {
 

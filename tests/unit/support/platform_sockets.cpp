@@ -2,11 +2,10 @@
 #include "support/platform.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/un.h>
 

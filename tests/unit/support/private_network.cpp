@@ -2,17 +2,15 @@
 
 #include "support/platform.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <net/if.h>
 #include <sched.h>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/wait.h>

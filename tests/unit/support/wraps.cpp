@@ -5,12 +5,11 @@
 #include "support/platform.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-
 #include <fcntl.h>
-#include <signal.h>
 #include <syslog.h>
 #include <unistd.h>
 

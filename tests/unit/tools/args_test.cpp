@@ -1,10 +1,9 @@
 // Arguments of tspec-cli: what is taken for a number, an address and a level.
 #include "tspec-cli/args.h"
 
+#include <array>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <array>
 #include <string>
 #include <utility>
 #include <vector>

@@ -1,21 +1,18 @@
 // Reports asked of a stand-in for the daemon, in a network and a /tmp of its own.
+#include "support/private_network.h"
 #include "tspec-cli/collect.h"
 
-#include "support/private_network.h"
-
+#include <arpa/inet.h>
+#include <cstdio>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <cstdio>
 #include <memory>
 #include <string>
-#include <vector>
-
-#include <arpa/inet.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 

@@ -1,12 +1,10 @@
 // What bash offers while a command line of tspec-cli is typed.
-#include "tspec-cli/completion.h"
-
 #include "tests/bash/offered.h"
 #include "tools/printed.h"
+#include "tspec-cli/completion.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 

@@ -3,20 +3,17 @@
 #include "tspec-cli/commands.h"
 
 #if TSPEC_TOOL_HAS_CONFIG
-#include "tspec-cli/config_file.h"
-
 #include "tools/printed.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "tspec-cli/config_file.h"
 
 #include <cstring>
 #include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <ostream>
 #include <string>
-#include <vector>
-
 #include <unistd.h>
+#include <vector>
 
 namespace {
 

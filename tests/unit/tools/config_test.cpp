@@ -4,13 +4,11 @@
 #if TSPEC_TOOL_HAS_CONFIG
 #include "support/private_network.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <string>
-
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>

@@ -2,17 +2,15 @@
 // a child with a network namespace of its own, where the abstract names are free.
 #include "tspec-cli/daemon_socket.h"
 
+#include <cstring>
+#include <functional>
 #include <gtest/gtest.h>
-
 #include <sched.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <cstring>
-#include <functional>
-#include <string>
 
 namespace {
 

@@ -1,12 +1,10 @@
 // What is made of what can be seen of a daemon.
-#include "tspec-cli/health.h"
-
 #include "support/private_network.h"
 #include "tools/printed.h"
-
-#include <gtest/gtest.h>
+#include "tspec-cli/health.h"
 
 #include <cstdio>
+#include <gtest/gtest.h>
 #include <initializer_list>
 #include <string>
 

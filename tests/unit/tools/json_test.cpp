@@ -1,11 +1,9 @@
 // Figures and streams as JSON.
-#include "tspec-cli/json.h"
-
 #include "tools/printed.h"
 #include "tools/shown.h"
+#include "tspec-cli/json.h"
 
 #include <gtest/gtest.h>
-
 #include <memory>
 
 namespace {

@@ -1,11 +1,9 @@
 // Waiting for lo, in networks where it is down, up, and coming up.
 #include "tspec-cli/loopback.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <functional>
-
+#include <gtest/gtest.h>
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
@@ -28,7 +26,7 @@ void bring_loopback_up()
     close(sock);
 }
 
-/* What `body` returns in a network of its own, whose lo is down at first. */
+// What `body` returns in a network of its own, whose lo is down at first.
 int in_new_network(const std::function<int()> &body)
 {
     const pid_t child = fork();

@@ -1,13 +1,8 @@
 // What is cleared away before a start, and what is left.
-#include "tspec-cli/make_way.h"
-
-#include "tspec-cli/holder.h"
-#include "tspec-cli/run.h"
-
 #include "support/private_network.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "tspec-cli/holder.h"
+#include "tspec-cli/make_way.h"
+#include "tspec-cli/run.h"
 
 #include <cerrno>
 #include <csignal>
@@ -15,9 +10,10 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <string>
-
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>

@@ -1,12 +1,10 @@
 // The Prometheus text format.
-#include "tspec-cli/metrics.h"
-
 #include "tools/printed.h"
 #include "tools/shown.h"
+#include "tspec-cli/metrics.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <memory>
 
 namespace {

@@ -1,15 +1,13 @@
 // Which leftovers of a daemon are removed: those that refuse a connection.
 #include "tspec-cli/stale_socket.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <string>
-
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -30,7 +28,7 @@ class StaleSocket : public ::testing::Test {
 
     void TearDown() override { fs::remove_all(folder_); }
 
-    /* The descriptor of a socket that is bound to the path. */
+    // The descriptor of a socket that is bound to the path.
     int bound(int type = SOCK_DGRAM)
     {
         sockaddr_un address{};

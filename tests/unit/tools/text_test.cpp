@@ -1,12 +1,10 @@
 // Tables for people.
-#include "tspec-cli/text.h"
-
 #include "tools/printed.h"
 #include "tools/shown.h"
+#include "tspec-cli/text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <memory>
 
 namespace {

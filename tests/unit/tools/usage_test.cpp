@@ -1,11 +1,9 @@
 // Usage and help of tspec-cli.
-#include "tspec-cli/usage.h"
-
 #include "tools/printed.h"
+#include "tspec-cli/usage.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace {

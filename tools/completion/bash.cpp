@@ -2,7 +2,7 @@
 
 // What follows the data, the same for every program. Names of files may hold
 // blanks, so each is one line of compgen's.
-static const char logic[] = R"(
+static const char LOGIC[] = R"(
     if ((COMP_CWORD == 1)); then
         words=$first
     elif [[ $valued == *" $previous "* ]]; then
@@ -106,7 +106,7 @@ void tspec_completion_print_bash(FILE *out, const tspec_completion_program_t *pr
         print_command(out, program, &program->commands[i]);
     }
     fputs("    esac\n", out);
-    fputs(logic, out);
+    fputs(LOGIC, out);
     fputs("complete -F ", out);
     print_function_name(out, program->name);
     fprintf(out, " %s\n", program->name);

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-static const uint8_t max_level = 7;
-static const uint32_t max_seconds = 3600;
+static const uint8_t MAX_LEVEL = 7;
+static const uint32_t MAX_SECONDS = 3600;
 
 typedef struct {
     const char *name;
@@ -11,7 +11,7 @@ typedef struct {
 } level_name_t;
 
 // The daemon traces nothing at level 6, so it has no name.
-static const level_name_t level_names[] = {
+static const level_name_t LEVEL_NAMES[] = {
     {"off", 0}, {"info", 1}, {"error", 2}, {"hostapd", 3}, {"mapd", 4}, {"dman", 5}, {"func", 7},
 };
 
@@ -73,7 +73,7 @@ bool tspec_tool_parse_number(const char *text, uint8_t max, uint8_t *value)
 bool tspec_tool_parse_seconds(const char *text, uint16_t *seconds)
 {
     uint32_t number = 0;
-    if (!tspec_tool_parse_word(text, max_seconds, &number) || number == 0) {
+    if (!tspec_tool_parse_word(text, MAX_SECONDS, &number) || number == 0) {
         return false;
     }
     *seconds = static_cast<uint16_t>(number);
@@ -113,13 +113,13 @@ bool tspec_tool_parse_vap(const char *text, uint8_t *radio, uint8_t *vap)
 
 bool tspec_tool_parse_mac(const char *text, uint8_t mac[TSPEC_MAC_LEN])
 {
-    static const size_t pair_width = 3; // two digits and a colon
-    if (strlen(text) != TSPEC_MAC_LEN * pair_width - 1) {
+    static const size_t PAIR_WIDTH = 3; // two digits and a colon
+    if (strlen(text) != TSPEC_MAC_LEN * PAIR_WIDTH - 1) {
         return false;
     }
     uint8_t parsed[TSPEC_MAC_LEN];
     for (size_t i = 0; i < TSPEC_MAC_LEN; i++) {
-        const char *pair = text + i * pair_width;
+        const char *pair = text + i * PAIR_WIDTH;
         const int high = hex_value(pair[0]);
         const int low = hex_value(pair[1]);
         const char separator = i + 1 < TSPEC_MAC_LEN ? ':' : '\0';
@@ -134,11 +134,11 @@ bool tspec_tool_parse_mac(const char *text, uint8_t mac[TSPEC_MAC_LEN])
 
 bool tspec_tool_parse_level(const char *text, uint8_t *level)
 {
-    for (const level_name_t &known : level_names) {
+    for (const level_name_t &known : LEVEL_NAMES) {
         if (strcmp(text, known.name) == 0) {
             *level = known.level;
             return true;
         }
     }
-    return tspec_tool_parse_number(text, max_level, level);
+    return tspec_tool_parse_number(text, MAX_LEVEL, level);
 }

@@ -7,12 +7,12 @@
 #include <cstdio>
 #include <cstring>
 
-static const uint8_t max_tid = 15;
+static const uint8_t MAX_TID = 15;
 
 // Any mode but 0 and 1 asks the daemon to show the mode in force.
-static const uint8_t show_disassoc_mode = 2;
+static const uint8_t SHOW_DISASSOC_MODE = 2;
 
-static const uint16_t default_period_s = 2;
+static const uint16_t DEFAULT_PERIOD_S = 2;
 
 __attribute__((format(printf, 2, 3))) static bool refuse(tspec_tool_error_t *error,
                                                          const char *format, ...)
@@ -87,7 +87,7 @@ bool tspec_tool_build_delete_stream(const tspec_tool_operands_t *operands, tspec
         return false;
     }
     uint8_t tid = 0;
-    if (!tspec_tool_parse_number(operands->values[1], max_tid, &tid)) {
+    if (!tspec_tool_parse_number(operands->values[1], MAX_TID, &tid)) {
         return refuse(error, "\"%s\" is not a TID; TIDs are 0 to 15", operands->values[1]);
     }
     put_byte(&job->request, tid);
@@ -97,7 +97,7 @@ bool tspec_tool_build_delete_stream(const tspec_tool_operands_t *operands, tspec
 bool tspec_tool_build_disassociation_mode(const tspec_tool_operands_t *operands,
                                           tspec_tool_job_t *job, tspec_tool_error_t *error)
 {
-    uint8_t mode = show_disassoc_mode;
+    uint8_t mode = SHOW_DISASSOC_MODE;
     if (operands->count == 1 && !tspec_tool_parse_number(operands->values[0], 1, &mode)) {
         return refuse(error, "\"%s\" is not a disassociation mode; modes are 0 and 1",
                       operands->values[0]);
@@ -122,7 +122,7 @@ static bool build_period(const tspec_tool_operands_t *operands, tspec_tool_view_
         return true;
     }
     const char *seconds = operands->options[TSPEC_TOOL_WATCH].value;
-    view->period_s = default_period_s;
+    view->period_s = DEFAULT_PERIOD_S;
     if (seconds != nullptr && !tspec_tool_parse_seconds(seconds, &view->period_s)) {
         return refuse(error, "\"%s\" is not a number of seconds from 1 to 3600", seconds);
     }
@@ -166,7 +166,7 @@ static bool build_category(const tspec_tool_operands_t *operands, tspec_tool_vie
     if (name == nullptr) {
         return true;
     }
-    for (const tspec_tool_category_t &category : tspec_tool_categories) {
+    for (const tspec_tool_category_t &category : TSPEC_TOOL_CATEGORIES) {
         if (strcmp(name, category.name) == 0) {
             view->category = category.name;
             return true;

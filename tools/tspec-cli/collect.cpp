@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-static const int walk_attempts = 4;
+static const int WALK_ATTEMPTS = 4;
 
 static tspec_tool_delivery_t ask_for_sheet(const tspec_tool_session_t *session, const char *request,
                                            tspec_tool_sheet_t *sheet)
@@ -23,7 +23,7 @@ static tspec_tool_delivery_t add_ap(const tspec_tool_session_t *session,
 {
     tspec_tool_sheet_t *sheet = &statistics->sheets[statistics->count++];
     snprintf(sheet->name, sizeof(sheet->name), "access-point");
-    sheet->fields = tspec_tool_ap_fields;
+    sheet->fields = TSPEC_TOOL_AP_FIELDS;
     return ask_for_sheet(session, TSPEC_DMAN_AP_STATS, sheet);
 }
 
@@ -34,7 +34,7 @@ static tspec_tool_delivery_t add_radio(const tspec_tool_session_t *session, unsi
     char request[32];
     snprintf(request, sizeof(request), TSPEC_DMAN_RADIO_STATS "%u", radio);
     snprintf(sheet->name, sizeof(sheet->name), "wlan%u", radio);
-    sheet->fields = tspec_tool_entry_fields;
+    sheet->fields = TSPEC_TOOL_ENTRY_FIELDS;
     return ask_for_sheet(session, request, sheet);
 }
 
@@ -46,7 +46,7 @@ static tspec_tool_delivery_t add_vap(const tspec_tool_session_t *session,
     char request[32];
     snprintf(request, sizeof(request), TSPEC_DMAN_VAP_STATS "%uvap%u", view->radio, view->vap);
     snprintf(sheet->name, sizeof(sheet->name), "wlan%uvap%u", view->radio, view->vap);
-    sheet->fields = tspec_tool_entry_fields;
+    sheet->fields = TSPEC_TOOL_ENTRY_FIELDS;
     return ask_for_sheet(session, request, sheet);
 }
 
@@ -134,7 +134,7 @@ tspec_tool_delivery_t tspec_tool_collect_streams(tspec_tool_streams_t *streams)
     if (result != TSPEC_TOOL_DELIVERED) {
         return result;
     }
-    for (int attempt = 0; attempt < walk_attempts; attempt++) {
+    for (int attempt = 0; attempt < WALK_ATTEMPTS; attempt++) {
         result = walk(&session, streams);
         if (result != TSPEC_TOOL_UNSTEADY) {
             break;

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-static const tspec_tool_command_t commands[] = {
+static const tspec_tool_command_t COMMANDS[] = {
     {
         .name = "ping",
         .synopsis = "",
@@ -312,13 +312,13 @@ static const tspec_tool_command_t commands[] = {
 
 const tspec_tool_command_t *tspec_tool_commands(size_t *count)
 {
-    *count = sizeof(commands) / sizeof(commands[0]);
-    return commands;
+    *count = sizeof(COMMANDS) / sizeof(COMMANDS[0]);
+    return COMMANDS;
 }
 
 const tspec_tool_command_t *tspec_tool_command_find(const char *name)
 {
-    for (const tspec_tool_command_t &command : commands) {
+    for (const tspec_tool_command_t &command : COMMANDS) {
         if (strcmp(name, command.name) == 0) {
             return &command;
         }

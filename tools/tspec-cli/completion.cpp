@@ -6,7 +6,7 @@
 
 #include <cassert>
 
-static const size_t max_commands = 32;
+static const size_t MAX_COMMANDS = 32;
 
 static size_t describe_options(const tspec_tool_option_t *options,
                                tspec_completion_option_t *described)
@@ -32,8 +32,8 @@ static size_t count_operands(const char *const *operands)
 
 void tspec_tool_print_completion(FILE *out)
 {
-    tspec_completion_option_t options[max_commands][TSPEC_TOOL_MAX_OPTIONS];
-    tspec_completion_command_t described[max_commands];
+    tspec_completion_option_t options[MAX_COMMANDS][TSPEC_TOOL_MAX_OPTIONS];
+    tspec_completion_command_t described[MAX_COMMANDS];
     size_t count = 0;
     const tspec_tool_command_t *const commands = tspec_tool_commands(&count);
     assert(count <= max_commands);

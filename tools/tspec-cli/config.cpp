@@ -9,10 +9,10 @@
 #include <ctime>
 #include <unistd.h>
 
-static const unsigned wait_ms = 5000;
-static const unsigned pause_ms = 50;
+static const unsigned WAIT_MS = 5000;
+static const unsigned PAUSE_MS = 50;
 
-static const tspec_tool_request_t ping = {{TSPEC_CLI_PING_CMD}, 1};
+static const tspec_tool_request_t PING = {{TSPEC_CLI_PING_CMD}, 1};
 
 static unsigned now_ms()
 {
@@ -23,7 +23,7 @@ static unsigned now_ms()
 
 static void pause_shortly()
 {
-    const struct timespec pause = {0, pause_ms * 1000000L};
+    const struct timespec pause = {0, PAUSE_MS * 1000000L};
     nanosleep(&pause, nullptr);
 }
 
@@ -34,11 +34,11 @@ static tspec_tool_delivery_t await_daemon(bool may_start)
     const unsigned start = now_ms();
     while (true) {
         const unsigned elapsed = now_ms() - start;
-        const unsigned left = elapsed < wait_ms ? wait_ms - elapsed : 1;
-        const tspec_tool_delivery_t answer = tspec_tool_ping(&ping, left);
+        const unsigned left = elapsed < WAIT_MS ? WAIT_MS - elapsed : 1;
+        const tspec_tool_delivery_t answer = tspec_tool_ping(&PING, left);
         const bool is_passing =
             answer == TSPEC_TOOL_NAME_IN_USE || (may_start && answer == TSPEC_TOOL_NO_DAEMON);
-        if (!is_passing || now_ms() - start + pause_ms >= wait_ms) {
+        if (!is_passing || now_ms() - start + PAUSE_MS >= WAIT_MS) {
             return answer;
         }
         pause_shortly();
@@ -90,7 +90,7 @@ static tspec_tool_delivery_t send_sections(int sock, tspec_tool_config_t *config
 static tspec_tool_delivery_t send_blindly(int sock, tspec_tool_config_t *config,
                                           tspec_tool_delivery_t obstacle)
 {
-    tspec_tool_print_failure(stderr, obstacle, wait_ms);
+    tspec_tool_print_failure(stderr, obstacle, WAIT_MS);
     const tspec_tool_delivery_t sent = send_sections(sock, config, true);
     return sent == TSPEC_TOOL_DELIVERED ? TSPEC_TOOL_SENT_BLINDLY : sent;
 }
@@ -137,7 +137,7 @@ tspec_tool_status_t tspec_tool_run_config(const tspec_tool_job_t *job)
         print_sections(&config, job->file, "is right and configures");
         return TSPEC_TOOL_DONE;
     }
-    const tspec_tool_status_t status = tspec_tool_report(apply(&config), wait_ms);
+    const tspec_tool_status_t status = tspec_tool_report(apply(&config), WAIT_MS);
     if (status == TSPEC_TOOL_DONE) {
         print_sections(&config, job->file, "is in force:");
     } else if (status != TSPEC_TOOL_NOT_CONFIRMED) {

@@ -18,7 +18,7 @@
 namespace {
 
 // What a line turned out to be, once the parser has asked for the next.
-enum class Line { settled, expects_key };
+enum class line_t { SETTLED, EXPECTS_KEY };
 
 // One file while it is read. The parser yields keys and values, but neither the
 // number of a line nor sections without a key nor lines that are none of these:
@@ -30,7 +30,7 @@ typedef struct {
     tspec_tool_config_t *config;
     unsigned line;
     unsigned mistakes;
-    Line state;
+    line_t state;
     unsigned section_line[TSPEC_TOOL_NUM_SECTIONS]; // 0: not yet
     unsigned key_line[TSPEC_TOOL_NUM_SECTIONS][TSPEC_TOOL_MAX_KEYS];
 } reading_t;
@@ -38,8 +38,8 @@ typedef struct {
 } // namespace
 
 // More than a file of these keys can have wrong by mistake.
-static const unsigned max_complaints = 20;
-static const off_t max_size = 64 * 1024;
+static const unsigned MAX_COMPLAINTS = 20;
+static const off_t MAX_SIZE = 64 * 1024;
 
 // What a file holds is repeated on terminals, which take escapes for commands.
 static void make_harmless(char *text)
@@ -53,7 +53,7 @@ __attribute__((format(printf, 3, 4))) static void complain_at(reading_t *reading
                                                               const char *format, ...)
 {
     reading->mistakes++;
-    if (reading->mistakes > max_complaints) {
+    if (reading->mistakes > MAX_COMPLAINTS) {
         return;
     }
     char text[512];
@@ -105,10 +105,10 @@ static void open_section(reading_t *reading, const char *head)
 // The line that the parser has just had was to give a key and gave none.
 static void settle_line(reading_t *reading)
 {
-    if (reading->state == Line::expects_key) {
+    if (reading->state == line_t::EXPECTS_KEY) {
         complain_at(reading, reading->line, "neither a section nor KEY = VALUE");
     }
-    reading->state = Line::settled;
+    reading->state = line_t::SETTLED;
 }
 
 static void look_at(reading_t *reading, const char *line)
@@ -122,7 +122,7 @@ static void look_at(reading_t *reading, const char *line)
         open_section(reading, line);
         return;
     default:
-        reading->state = Line::expects_key;
+        reading->state = line_t::EXPECTS_KEY;
     }
 }
 
@@ -157,7 +157,7 @@ static void drop_trailing_blanks(char *line)
 // beginning, which would make them part of the value before.
 static char *next_line(char *to, int size, void *stream)
 {
-    static const char byte_order_mark[] = "\xef\xbb\xbf";
+    static const char BYTE_ORDER_MARK[] = "\xef\xbb\xbf";
     reading_t *const reading = static_cast<reading_t *>(stream);
     settle_line(reading);
     char line[160];
@@ -171,7 +171,7 @@ static char *next_line(char *to, int size, void *stream)
         line[0] = '\0';
     }
     drop_trailing_blanks(line);
-    const bool has_mark = reading->line == 1 && strncmp(line, byte_order_mark, 3) == 0;
+    const bool has_mark = reading->line == 1 && strncmp(line, BYTE_ORDER_MARK, 3) == 0;
     const char *const text = skip_blanks(has_mark ? line + 3 : line);
     look_at(reading, text);
     snprintf(to, static_cast<size_t>(size), "%s\n", text);
@@ -204,7 +204,7 @@ static void set_value(reading_t *reading, tspec_tool_section_t section, size_t p
 static int take_key(void *user, const char *section_name, const char *name, const char *value)
 {
     reading_t *const reading = static_cast<reading_t *>(user);
-    reading->state = Line::settled;
+    reading->state = line_t::SETTLED;
     tspec_tool_section_t section = TSPEC_TOOL_DAEMON_SECTION;
     if (section_name[0] == '\0') {
         complain_at(reading, reading->line, "%s stands before the first section", name);
@@ -250,14 +250,14 @@ static uint32_t value_at(const tspec_dman_config_msg_t *message, const tspec_too
 // The daemon adds the two up, and reckons in 16 bits with the sum.
 static void check_sum(reading_t *reading, tspec_tool_section_t radio, const tspec_tool_sum_t *sum)
 {
-    static const uint32_t whole_medium = 100;
+    static const uint32_t WHOLE_MEDIUM = 100;
     size_t count = 0;
     const tspec_tool_key_t *const keys = tspec_tool_keys(radio, &count);
     const size_t limit = place_of(keys, sum->limit);
     const size_t share = place_of(keys, sum->fast_transition);
     const tspec_dman_config_msg_t *const message = &reading->config->radio[radio];
     const uint32_t total = value_at(message, &keys[limit]) + value_at(message, &keys[share]);
-    if (total <= whole_medium) {
+    if (total <= WHOLE_MEDIUM) {
         return;
     }
     const unsigned *const lines = reading->key_line[radio];
@@ -268,7 +268,7 @@ static void check_sum(reading_t *reading, tspec_tool_section_t radio, const tspe
 
 static void check_sums(reading_t *reading)
 {
-    for (const tspec_tool_sum_t &sum : tspec_tool_sums) {
+    for (const tspec_tool_sum_t &sum : TSPEC_TOOL_SUMS) {
         check_sum(reading, TSPEC_TOOL_WLAN0_SECTION, &sum);
         check_sum(reading, TSPEC_TOOL_WLAN1_SECTION, &sum);
     }
@@ -291,7 +291,7 @@ static void warn_of(reading_t *reading, tspec_tool_section_t radio, const tspec_
 
 static void warn(reading_t *reading)
 {
-    for (const tspec_tool_pair_t &pair : tspec_tool_pairs) {
+    for (const tspec_tool_pair_t &pair : TSPEC_TOOL_PAIRS) {
         warn_of(reading, TSPEC_TOOL_WLAN0_SECTION, &pair);
         warn_of(reading, TSPEC_TOOL_WLAN1_SECTION, &pair);
     }
@@ -318,9 +318,9 @@ static void read_lines(reading_t *reading)
         complain_at(reading, static_cast<unsigned>(wrong_line), "cannot be understood");
     }
     check_sums(reading);
-    if (reading->mistakes > max_complaints) {
+    if (reading->mistakes > MAX_COMPLAINTS) {
         fprintf(reading->complaints, "%s: %u further mistakes\n", reading->name,
-                reading->mistakes - max_complaints);
+                reading->mistakes - MAX_COMPLAINTS);
     }
     if (reading->mistakes == 0 && !has_section(reading->config)) {
         complain_at(reading, reading->line + 1, "the file configures nothing");
@@ -337,7 +337,7 @@ static FILE *open_file(const char *name, const char **wrong)
         *wrong = strerror(errno);
     } else if (!S_ISREG(status.st_mode)) {
         *wrong = "not a file";
-    } else if (status.st_size > max_size) {
+    } else if (status.st_size > MAX_SIZE) {
         *wrong = "too large for a configuration";
     } else {
         FILE *const stream = fdopen(file, "r");

@@ -51,7 +51,7 @@ typedef struct {
     const char *fast_transition;
 } tspec_tool_sum_t;
 
-extern const tspec_tool_sum_t tspec_tool_sums[2];
+extern const tspec_tool_sum_t TSPEC_TOOL_SUMS[2];
 
 // The keys of one access category that only make sense together.
 typedef struct {
@@ -59,4 +59,4 @@ typedef struct {
     const char *limit;
 } tspec_tool_pair_t;
 
-extern const tspec_tool_pair_t tspec_tool_pairs[TSPEC_NUM_ACS];
+extern const tspec_tool_pair_t TSPEC_TOOL_PAIRS[TSPEC_NUM_ACS];

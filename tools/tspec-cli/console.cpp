@@ -14,11 +14,11 @@
 #include <unistd.h>
 
 // The daemon reads no commands for up to two seconds at a time.
-static const unsigned timeout_ms = 3000;
+static const unsigned TIMEOUT_MS = 3000;
 
 // Another run of the tool has the console for a moment only.
-static const int turn_attempts = 25;
-static const long turn_pause_ns = 20000000;
+static const int TURN_ATTEMPTS = 25;
+static const long TURN_PAUSE_NS = 20000000;
 
 typedef struct {
     int device;   // the console itself
@@ -54,10 +54,10 @@ static int open_terminal_of(int reader)
 static bool turn_to(int terminal)
 {
     for (int attempt = 1; ioctl(terminal, TIOCCONS) != 0; attempt++) {
-        if (errno != EBUSY || attempt == turn_attempts) {
+        if (errno != EBUSY || attempt == TURN_ATTEMPTS) {
             return false;
         }
-        const struct timespec pause = {0, turn_pause_ns};
+        const struct timespec pause = {0, TURN_PAUSE_NS};
         nanosleep(&pause, nullptr);
     }
     return true;
@@ -85,11 +85,11 @@ typedef struct {
 
 static outcome_t exchange(const tspec_tool_request_t *request)
 {
-    static const tspec_tool_request_t ping = {{TSPEC_CLI_PING_CMD}, 1};
+    static const tspec_tool_request_t PING = {{TSPEC_CLI_PING_CMD}, 1};
     outcome_t outcome = {};
-    outcome.sent = tspec_tool_send(request, timeout_ms);
+    outcome.sent = tspec_tool_send(request, TIMEOUT_MS);
     outcome.handled =
-        outcome.sent == TSPEC_TOOL_DELIVERED ? tspec_tool_ping(&ping, timeout_ms) : outcome.sent;
+        outcome.sent == TSPEC_TOOL_DELIVERED ? tspec_tool_ping(&PING, TIMEOUT_MS) : outcome.sent;
     outcome.cause = errno;
     return outcome;
 }
@@ -181,16 +181,16 @@ static void say_where_it_went()
 static tspec_tool_status_t report_outcome(const outcome_t *outcome)
 {
     errno = outcome->cause;
-    return tspec_tool_report(outcome->handled, timeout_ms);
+    return tspec_tool_report(outcome->handled, TIMEOUT_MS);
 }
 
 static tspec_tool_status_t send_unseen(const tspec_tool_request_t *request)
 {
-    const tspec_tool_delivery_t sent = tspec_tool_send(request, timeout_ms);
+    const tspec_tool_delivery_t sent = tspec_tool_send(request, TIMEOUT_MS);
     if (sent == TSPEC_TOOL_DELIVERED) {
         say_where_it_went();
     }
-    return tspec_tool_report(sent, timeout_ms);
+    return tspec_tool_report(sent, TIMEOUT_MS);
 }
 
 tspec_tool_status_t tspec_tool_send_to_console(const tspec_tool_request_t *request)

@@ -85,7 +85,7 @@ static bool may_answer(uid_t sender)
 
 static tspec_tool_delivery_t await_answer(int sock)
 {
-    static const char expected[] = TSPEC_CLI_PING_REPLY;
+    static const char EXPECTED[] = TSPEC_CLI_PING_REPLY;
     char answer[TSPEC_CLI_BUF_SIZE];
     uid_t sender = TSPEC_TOOL_UNKNOWN_UID;
     ssize_t received = 0;
@@ -99,17 +99,17 @@ static tspec_tool_delivery_t await_answer(int sock)
     if (!may_answer(sender)) {
         return TSPEC_TOOL_STRANGER;
     }
-    const size_t length = strlen(expected);
+    const size_t length = strlen(EXPECTED);
     const bool is_expected =
-        static_cast<size_t>(received) == length && memcmp(answer, expected, length) == 0;
+        static_cast<size_t>(received) == length && memcmp(answer, EXPECTED, length) == 0;
     return is_expected ? TSPEC_TOOL_DELIVERED : TSPEC_TOOL_WRONG_ANSWER;
 }
 
 static tspec_tool_delivery_t bind_reply_name(int sock)
 {
-    static const int on = 1;
+    static const int ON = 1;
     const struct sockaddr_un own = abstract_address(TSPEC_CLI_REPLY_NAME);
-    if (setsockopt(sock, SOL_SOCKET, SO_PASSCRED, &on, sizeof(on)) != 0) {
+    if (setsockopt(sock, SOL_SOCKET, SO_PASSCRED, &ON, sizeof(ON)) != 0) {
         return TSPEC_TOOL_SYSTEM_FAILED;
     }
     if (bind(sock, reinterpret_cast<const struct sockaddr *>(&own), sizeof(own)) == 0) {

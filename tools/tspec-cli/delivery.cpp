@@ -8,7 +8,7 @@
 #define TO_TEXT(number) #number
 #define TEXT_OF(number) TO_TEXT(number)
 
-static const char port_taken[] =
+static const char PORT_TAKEN[] =
     "UDP port " TEXT_OF(TSPEC_DMAN_REPLY_PORT) ", to which the daemon sends statistics, is taken. "
                                                "It belongs to\ndman while that runs: ask dman "
                                                "instead, which gets the same figures with the "
@@ -38,7 +38,7 @@ static const char *sentence_of(tspec_tool_delivery_t delivery)
     case TSPEC_TOOL_SENT_BLINDLY:
         return "sent, but not confirmed";
     case TSPEC_TOOL_REPLY_PORT_TAKEN:
-        return port_taken;
+        return PORT_TAKEN;
     case TSPEC_TOOL_UNSTEADY:
         return "streams came and went while they were listed; try again";
     case TSPEC_TOOL_SYSTEM_FAILED:

@@ -13,8 +13,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-static const int port_attempts = 25;
-static const long port_pause_ns = 20000000;
+static const int PORT_ATTEMPTS = 25;
+static const long PORT_PAUSE_NS = 20000000;
 
 static bool limit_waits(int sock)
 {
@@ -77,10 +77,10 @@ static bool bind_reply_port(int sock)
         if (bind(sock, reinterpret_cast<const struct sockaddr *>(&own), sizeof(own)) == 0) {
             return true;
         }
-        if (errno != EADDRINUSE || attempt == port_attempts) {
+        if (errno != EADDRINUSE || attempt == PORT_ATTEMPTS) {
             return false;
         }
-        const struct timespec pause = {0, port_pause_ns};
+        const struct timespec pause = {0, PORT_PAUSE_NS};
         nanosleep(&pause, nullptr);
     }
 }

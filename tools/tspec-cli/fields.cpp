@@ -2,7 +2,7 @@
 
 #define MEDIUM_TIME_UNIT "in units of 32 microseconds per second, 31250 being the whole medium."
 
-const tspec_tool_field_t tspec_tool_ap_fields[TSPEC_TOOL_NUM_FIELDS] = {
+const tspec_tool_field_t TSPEC_TOOL_AP_FIELDS[TSPEC_TOOL_NUM_FIELDS] = {
     {"ts", "num-active", "streams", 8, TSPEC_TOOL_GAUGE, "tspec_ap_streams",
      "Admitted streams on the access point."},
     {"ts", "num-clients", "clients", 8, TSPEC_TOOL_GAUGE, "tspec_ap_clients",
@@ -19,7 +19,7 @@ const tspec_tool_field_t tspec_tool_ap_fields[TSPEC_TOOL_NUM_FIELDS] = {
      "tspec_ap_roaming_rejected_total", "Requests of roaming clients among those rejected."},
 };
 
-const tspec_tool_field_t tspec_tool_entry_fields[TSPEC_TOOL_NUM_FIELDS] = {
+const tspec_tool_field_t TSPEC_TOOL_ENTRY_FIELDS[TSPEC_TOOL_NUM_FIELDS] = {
     {"ts", "oper-status", "state", 6, TSPEC_TOOL_STATE, "tspec_radio_operational",
      "Whether admission control operates: 1 or 0."},
     {"ts", "num-active", "streams", 8, TSPEC_TOOL_GAUGE, "tspec_radio_streams",
@@ -37,7 +37,7 @@ const tspec_tool_field_t tspec_tool_entry_fields[TSPEC_TOOL_NUM_FIELDS] = {
      "Medium time that the limit leaves to roaming clients, " MEDIUM_TIME_UNIT},
 };
 
-const tspec_tool_field_t tspec_tool_stream_fields[TSPEC_TOOL_NUM_STREAM_FIELDS] = {
+const tspec_tool_field_t TSPEC_TOOL_STREAM_FIELDS[TSPEC_TOOL_NUM_STREAM_FIELDS] = {
     {"", "station-mac", "station", -18, TSPEC_TOOL_WORD, nullptr, nullptr},
     {"", "interface", "interface", -12, TSPEC_TOOL_WORD, nullptr, nullptr},
     {"ts", "tid", "tid", -4, TSPEC_TOOL_ID, nullptr, nullptr},
@@ -51,7 +51,7 @@ const tspec_tool_field_t tspec_tool_stream_fields[TSPEC_TOOL_NUM_STREAM_FIELDS] 
      "How often the stream was reported to have used more than its medium time."},
 };
 
-const tspec_tool_category_t tspec_tool_categories[TSPEC_NUM_ACS] = {
+const tspec_tool_category_t TSPEC_TOOL_CATEGORIES[TSPEC_NUM_ACS] = {
     {"vo", "voice"}, {"vi", "video"}, {"be", "best-effort"}, {"bk", "background"}};
 
 void tspec_tool_print_name(FILE *out, const char *name)

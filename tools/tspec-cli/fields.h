@@ -30,18 +30,18 @@ typedef struct {
     const char *help;   // what it is, for the metric
 } tspec_tool_field_t;
 
-extern const tspec_tool_field_t tspec_tool_ap_fields[TSPEC_TOOL_NUM_FIELDS];
-extern const tspec_tool_field_t tspec_tool_entry_fields[TSPEC_TOOL_NUM_FIELDS]; // radio, VAP
-extern const tspec_tool_field_t tspec_tool_stream_fields[TSPEC_TOOL_NUM_STREAM_FIELDS];
+extern const tspec_tool_field_t TSPEC_TOOL_AP_FIELDS[TSPEC_TOOL_NUM_FIELDS];
+extern const tspec_tool_field_t TSPEC_TOOL_ENTRY_FIELDS[TSPEC_TOOL_NUM_FIELDS]; // radio, VAP
+extern const tspec_tool_field_t TSPEC_TOOL_STREAM_FIELDS[TSPEC_TOOL_NUM_STREAM_FIELDS];
 
-// Places in tspec_tool_entry_fields that more than the tables have to know.
+// Places in TSPEC_TOOL_ENTRY_FIELDS that more than the tables have to know.
 enum {
     TSPEC_TOOL_ADMITTED_FIELD = 4,
     TSPEC_TOOL_UNALLOCATED_FIELD = 5,
     TSPEC_TOOL_ROAM_UNALLOCATED_FIELD = 6,
 };
 
-// The same of tspec_tool_stream_fields; what stands before its figures names a stream.
+// The same of TSPEC_TOOL_STREAM_FIELDS; what stands before its figures names a stream.
 enum {
     TSPEC_TOOL_STREAM_STATION,
     TSPEC_TOOL_STREAM_INTERFACE,
@@ -58,7 +58,7 @@ typedef struct {
 } tspec_tool_category_t;
 
 // In the order of the reports.
-extern const tspec_tool_category_t tspec_tool_categories[TSPEC_NUM_ACS];
+extern const tspec_tool_category_t TSPEC_TOOL_CATEGORIES[TSPEC_NUM_ACS];
 
 // A name with underscores in place of its dashes, as JSON and Prometheus have it.
 void tspec_tool_print_name(FILE *out, const char *name);

@@ -18,10 +18,10 @@
 #include <unistd.h>
 
 // As long as the daemon may wait for hostapd, three times.
-static const unsigned ping_timeout_ms = 2000;
-static const int ping_tries = 3;
+static const unsigned PING_TIMEOUT_MS = 2000;
+static const int PING_TRIES = 3;
 
-static const size_t max_found = 64;
+static const size_t MAX_FOUND = 64;
 
 __attribute__((format(printf, 4, 5))) static void find(tspec_tool_health_t *health,
                                                        const char *subject,
@@ -51,8 +51,8 @@ static bool is_in_our_network(const tspec_tool_process_t *process)
 // The daemon's process, as far as one can be told from others.
 static bool find_daemon(tspec_tool_process_t *daemon)
 {
-    tspec_tool_process_t found[max_found];
-    const size_t count = tspec_tool_named_processes("tspec-daemon", found, max_found);
+    tspec_tool_process_t found[MAX_FOUND];
+    const size_t count = tspec_tool_named_processes("tspec-daemon", found, MAX_FOUND);
     for (size_t i = 0; i < count; i++) {
         if (tspec_tool_is_trusted_process(&found[i]) && is_in_our_network(&found[i])) {
             *daemon = found[i];
@@ -83,10 +83,10 @@ static long long waits_of(const tspec_tool_process_t *process)
 
 static tspec_tool_delivery_t ping_thrice()
 {
-    static const tspec_tool_request_t ping = {{TSPEC_CLI_PING_CMD}, 1};
+    static const tspec_tool_request_t PING = {{TSPEC_CLI_PING_CMD}, 1};
     tspec_tool_delivery_t answer = TSPEC_TOOL_NO_ANSWER;
-    for (int i = 0; i < ping_tries && answer != TSPEC_TOOL_DELIVERED; i++) {
-        answer = tspec_tool_ping(&ping, ping_timeout_ms);
+    for (int i = 0; i < PING_TRIES && answer != TSPEC_TOOL_DELIVERED; i++) {
+        answer = tspec_tool_ping(&PING, PING_TIMEOUT_MS);
         if (answer == TSPEC_TOOL_NO_DAEMON) {
             break;
         }
@@ -101,9 +101,9 @@ static void judge_silence(tspec_tool_health_t *health, bool is_there, bool turns
              "another user has the name " TSPEC_CLI_SOCK_NAME "; a restart takes it back");
     } else if (is_there && turns) {
         find(health, "answers", TSPEC_TOOL_WARNING,
-             "no PONG on %d tries, but the daemon goes on: it is busy", ping_tries);
+             "no PONG on %d tries, but the daemon goes on: it is busy", PING_TRIES);
     } else {
-        find(health, "answers", TSPEC_TOOL_DEAD, "no PONG on %d tries", ping_tries);
+        find(health, "answers", TSPEC_TOOL_DEAD, "no PONG on %d tries", PING_TRIES);
     }
 }
 
@@ -210,8 +210,8 @@ static void examine_dman_socket(tspec_tool_health_t *health)
 static void examine_port(tspec_tool_health_t *health, const char *subject, uint16_t port,
                          const tspec_tool_process_t *daemon)
 {
-    tspec_tool_socket_t sockets[max_found];
-    const size_t count = tspec_tool_port_sockets(port, sockets, max_found);
+    tspec_tool_socket_t sockets[MAX_FOUND];
+    const size_t count = tspec_tool_port_sockets(port, sockets, MAX_FOUND);
     for (size_t i = 0; i < count; i++) {
         const bool is_own = daemon != nullptr && sockets[i].uid == daemon->euid;
         if (!is_own && !tspec_tool_is_trusted(sockets[i].uid)) {
@@ -258,16 +258,16 @@ static bool is_radio_as_asked(const tspec_dman_config_msg_t *asked,
 
 static void compare(tspec_tool_health_t *health, const tspec_tool_config_t *config)
 {
-    static const char subject[] = "configuration";
+    static const char SUBJECT[] = "configuration";
     const tspec_tool_view_t view = {};
     tspec_tool_statistics_t statistics;
     const tspec_tool_delivery_t answer = tspec_tool_collect_statistics(&view, &statistics);
     if (answer == TSPEC_TOOL_REPLY_PORT_TAKEN) {
-        find(health, subject, TSPEC_TOOL_UNKNOWN, "UDP 55265 is dman's");
+        find(health, SUBJECT, TSPEC_TOOL_UNKNOWN, "UDP 55265 is dman's");
         return;
     }
     if (answer != TSPEC_TOOL_DELIVERED) {
-        find(health, subject, TSPEC_TOOL_UNKNOWN, "the daemon sends no statistics");
+        find(health, SUBJECT, TSPEC_TOOL_UNKNOWN, "the daemon sends no statistics");
         return;
     }
     const tspec_tool_figures_t *const first = &statistics.sheets[1].figures;
@@ -276,7 +276,7 @@ static void compare(tspec_tool_health_t *health, const tspec_tool_config_t *conf
                        is_radio_as_asked(&config->radio[0], first, nullptr);
     const bool wlan1 = !config->is_there[TSPEC_TOOL_WLAN1_SECTION] ||
                        is_radio_as_asked(&config->radio[1], second, first);
-    find(health, subject, wlan0 && wlan1 ? TSPEC_TOOL_OK : TSPEC_TOOL_WARNING,
+    find(health, SUBJECT, wlan0 && wlan1 ? TSPEC_TOOL_OK : TSPEC_TOOL_WARNING,
          wlan0 && wlan1 ? "as the file asks, as far as statistics show it"
                         : "not as the file asks: apply it again");
 }
@@ -319,25 +319,25 @@ void tspec_tool_examine(tspec_tool_health_t *health, const char *configuration)
     find(health, "stream count", TSPEC_TOOL_UNKNOWN, "the daemon tells nobody");
 }
 
-static const char *const verdict_names[] = {"ok", "not known", "warning", "failed"};
+static const char *const VERDICT_NAMES[] = {"ok", "not known", "warning", "failed"};
 
 void tspec_tool_print_health(FILE *out, const tspec_tool_health_t *health)
 {
     for (size_t i = 0; i < health->count; i++) {
         const tspec_tool_finding_t *const finding = &health->findings[i];
-        fprintf(out, "%-9s  %-14s %s\n", verdict_names[finding->verdict], finding->subject,
+        fprintf(out, "%-9s  %-14s %s\n", VERDICT_NAMES[finding->verdict], finding->subject,
                 finding->text);
     }
 }
 
 void tspec_tool_print_health_json(FILE *out, const tspec_tool_health_t *health)
 {
-    static const char *const names[] = {"healthy", "failed", "", "", "", "warned"};
-    fprintf(out, "{\"health\":\"%s\",\"findings\":[", names[tspec_tool_health_status(health)]);
+    static const char *const NAMES[] = {"healthy", "failed", "", "", "", "warned"};
+    fprintf(out, "{\"health\":\"%s\",\"findings\":[", NAMES[tspec_tool_health_status(health)]);
     for (size_t i = 0; i < health->count; i++) {
         const tspec_tool_finding_t *const finding = &health->findings[i];
         fprintf(out, "%s{\"subject\":\"%s\",\"verdict\":\"%s\",\"text\":\"%s\"}", i == 0 ? "" : ",",
-                finding->subject, verdict_names[finding->verdict], finding->text);
+                finding->subject, VERDICT_NAMES[finding->verdict], finding->text);
     }
     fputs("]}\n", out);
 }

@@ -26,7 +26,7 @@ static void print_sheet(FILE *out, const tspec_tool_sheet_t *sheet, const char *
     putc('{', out);
     bool is_first = true;
     for (int category = 0; category < TSPEC_NUM_ACS; category++) {
-        const char *const name = tspec_tool_categories[category].name;
+        const char *const name = TSPEC_TOOL_CATEGORIES[category].name;
         if (wanted != nullptr && name != wanted) {
             continue;
         }
@@ -52,8 +52,8 @@ static void print_stream(FILE *out, const tspec_tool_stream_t *stream)
 {
     putc('{', out);
     for (int i = 0; i < TSPEC_TOOL_NUM_STREAM_FIELDS; i++) {
-        const char *quote = tspec_tool_stream_fields[i].kind == TSPEC_TOOL_WORD ? "\"" : "";
-        print_key(out, tspec_tool_stream_fields[i].name, i == 0);
+        const char *quote = TSPEC_TOOL_STREAM_FIELDS[i].kind == TSPEC_TOOL_WORD ? "\"" : "";
+        print_key(out, TSPEC_TOOL_STREAM_FIELDS[i].name, i == 0);
         fprintf(out, "%s%s%s", quote, stream->values[i], quote);
     }
     putc('}', out);

@@ -11,8 +11,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-static const unsigned longest_wait_ms = 30000;
-static const unsigned pause_ms = 50;
+static const unsigned LONGEST_WAIT_MS = 30000;
+static const unsigned PAUSE_MS = 50;
 
 static bool is_up(int sock)
 {
@@ -23,7 +23,7 @@ static bool is_up(int sock)
 
 static void pause_shortly()
 {
-    const struct timespec pause = {0, pause_ms * 1000000L};
+    const struct timespec pause = {0, PAUSE_MS * 1000000L};
     nanosleep(&pause, nullptr);
 }
 
@@ -34,7 +34,7 @@ bool tspec_tool_await_loopback(unsigned timeout_ms)
         return false;
     }
     bool up = is_up(sock);
-    for (unsigned waited = 0; !up && waited < timeout_ms; waited += pause_ms) {
+    for (unsigned waited = 0; !up && waited < timeout_ms; waited += PAUSE_MS) {
         pause_shortly();
         up = is_up(sock);
     }
@@ -44,7 +44,7 @@ bool tspec_tool_await_loopback(unsigned timeout_ms)
 
 tspec_tool_status_t tspec_tool_run_wait_loopback(const tspec_tool_job_t *)
 {
-    if (tspec_tool_await_loopback(longest_wait_ms)) {
+    if (tspec_tool_await_loopback(LONGEST_WAIT_MS)) {
         return TSPEC_TOOL_DONE;
     }
     fputs("tspec-cli: the interface lo is still down after 30 seconds.\n", stderr);

@@ -18,9 +18,9 @@
 #include <unistd.h>
 
 // A squatter who starts anew whenever he is ended gets no more than this.
-static const int max_rounds = 50;
-static const long round_pause_ns = 10000000;
-static const size_t max_found = 16;
+static const int MAX_ROUNDS = 50;
+static const long ROUND_PAUSE_NS = 10000000;
+static const size_t MAX_FOUND = 16;
 
 static const char *kind_of(mode_t mode)
 {
@@ -125,8 +125,8 @@ static place_t end_holder(const char *what, const tspec_tool_process_t *process)
 
 static place_t clear_socket(const char *what, const tspec_tool_socket_t *sock)
 {
-    tspec_tool_process_t processes[max_found];
-    const size_t count = tspec_tool_socket_processes(sock->inode, processes, max_found);
+    tspec_tool_process_t processes[MAX_FOUND];
+    const size_t count = tspec_tool_socket_processes(sock->inode, processes, MAX_FOUND);
     place_t result = SQUATTED;
     for (size_t i = 0; i < count && result == SQUATTED; i++) {
         result = end_holder(what, &processes[i]);
@@ -154,8 +154,8 @@ static size_t find_name(tspec_tool_socket_t *sockets, size_t max)
 // One look at a place: clear, or what became of its holders.
 static place_t clear_once(const char *what, find_t *find)
 {
-    tspec_tool_socket_t sockets[max_found];
-    const size_t count = find(sockets, max_found);
+    tspec_tool_socket_t sockets[MAX_FOUND];
+    const size_t count = find(sockets, MAX_FOUND);
     place_t result = count == 0 ? CLEAR : SQUATTED;
     for (size_t i = 0; i < count && result == SQUATTED; i++) {
         result = clear_socket(what, &sockets[i]);
@@ -165,12 +165,12 @@ static place_t clear_once(const char *what, find_t *find)
 
 static bool clear_place(const char *what, find_t *find)
 {
-    for (int round = 0; round < max_rounds; round++) {
+    for (int round = 0; round < MAX_ROUNDS; round++) {
         const place_t place = clear_once(what, find);
         if (place != SQUATTED) {
             return place == CLEAR;
         }
-        const struct timespec pause = {0, round_pause_ns};
+        const struct timespec pause = {0, ROUND_PAUSE_NS};
         nanosleep(&pause, nullptr);
     }
     fprintf(stderr, "tspec-cli: %s is taken again and again.\n", what);

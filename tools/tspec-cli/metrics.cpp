@@ -10,10 +10,10 @@ static void print_series(FILE *out, const tspec_tool_sheet_t *sheet, int field)
 {
     for (int category = 0; category < TSPEC_NUM_ACS; category++) {
         fprintf(out, "%s{", sheet->fields[field].metric);
-        if (sheet->fields == tspec_tool_entry_fields) {
+        if (sheet->fields == TSPEC_TOOL_ENTRY_FIELDS) {
             fprintf(out, "radio=\"%s\",", sheet->name);
         }
-        fprintf(out, "category=\"%s\"} %u\n", tspec_tool_categories[category].name,
+        fprintf(out, "category=\"%s\"} %u\n", TSPEC_TOOL_CATEGORIES[category].name,
                 sheet->figures.values[category][field]);
     }
 }
@@ -32,10 +32,10 @@ static void print_metric(FILE *out, const tspec_tool_statistics_t *statistics,
 void tspec_tool_print_metrics(FILE *out, const tspec_tool_statistics_t *statistics)
 {
     for (int field = 0; field < TSPEC_TOOL_NUM_FIELDS; field++) {
-        print_metric(out, statistics, tspec_tool_ap_fields, field);
+        print_metric(out, statistics, TSPEC_TOOL_AP_FIELDS, field);
     }
     for (int field = 0; field < TSPEC_TOOL_NUM_FIELDS; field++) {
-        print_metric(out, statistics, tspec_tool_entry_fields, field);
+        print_metric(out, statistics, TSPEC_TOOL_ENTRY_FIELDS, field);
     }
 }
 
@@ -44,9 +44,9 @@ static void print_labels(FILE *out, const tspec_tool_stream_t *stream)
 {
     const char *separator = "";
     for (int i = 0; i < TSPEC_TOOL_NUM_STREAM_FIELDS; i++) {
-        if (tspec_tool_stream_fields[i].metric == nullptr) {
+        if (TSPEC_TOOL_STREAM_FIELDS[i].metric == nullptr) {
             fputs(separator, out);
-            tspec_tool_print_name(out, tspec_tool_stream_fields[i].title);
+            tspec_tool_print_name(out, TSPEC_TOOL_STREAM_FIELDS[i].title);
             fprintf(out, "=\"%s\"", stream->values[i]);
             separator = ",";
         }
@@ -56,7 +56,7 @@ static void print_labels(FILE *out, const tspec_tool_stream_t *stream)
 void tspec_tool_print_stream_metrics(FILE *out, const tspec_tool_streams_t *streams)
 {
     for (int i = 0; i < TSPEC_TOOL_NUM_STREAM_FIELDS; i++) {
-        const tspec_tool_field_t *const field = &tspec_tool_stream_fields[i];
+        const tspec_tool_field_t *const field = &TSPEC_TOOL_STREAM_FIELDS[i];
         if (field->metric == nullptr) {
             continue;
         }

@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <cstring>
 
-static const unsigned timeout_ms = 3000;
-static const uint8_t last_listed_tid = 7;
+static const unsigned TIMEOUT_MS = 3000;
+static const uint8_t LAST_LISTED_TID = 7;
 
 // Too large for the stack of a small device.
 static tspec_tool_streams_t before;
@@ -68,16 +68,16 @@ static tspec_tool_status_t leave_open(const char *why)
 
 static tspec_tool_status_t send_unseen(const tspec_tool_request_t *request, const char *why)
 {
-    const tspec_tool_delivery_t sent = tspec_tool_send(request, timeout_ms);
-    return sent == TSPEC_TOOL_DELIVERED ? leave_open(why) : tspec_tool_report(sent, timeout_ms);
+    const tspec_tool_delivery_t sent = tspec_tool_send(request, TIMEOUT_MS);
+    return sent == TSPEC_TOOL_DELIVERED ? leave_open(why) : tspec_tool_report(sent, TIMEOUT_MS);
 }
 
 // The list came in through another door than the request: only an answer to a
 // ping says that the daemon is through with the request.
 static const char *look_again()
 {
-    static const tspec_tool_request_t ping = {{TSPEC_CLI_PING_CMD}, 1};
-    if (tspec_tool_ping(&ping, timeout_ms) != TSPEC_TOOL_DELIVERED) {
+    static const tspec_tool_request_t PING = {{TSPEC_CLI_PING_CMD}, 1};
+    if (tspec_tool_ping(&PING, TIMEOUT_MS) != TSPEC_TOOL_DELIVERED) {
         return "the daemon has not answered since";
     }
     return tspec_tool_collect_streams(&after) == TSPEC_TOOL_DELIVERED
@@ -136,9 +136,9 @@ static tspec_tool_status_t remove_chosen(const tspec_tool_request_t *request,
                 choice->station, choice->tid);
         return TSPEC_TOOL_NOTHING_THERE;
     }
-    const tspec_tool_delivery_t sent = tspec_tool_send(request, timeout_ms);
+    const tspec_tool_delivery_t sent = tspec_tool_send(request, TIMEOUT_MS);
     if (sent != TSPEC_TOOL_DELIVERED) {
-        return tspec_tool_report(sent, timeout_ms);
+        return tspec_tool_report(sent, TIMEOUT_MS);
     }
     const char *why = look_again();
     return why != nullptr ? leave_open(why) : compare(choice);
@@ -163,7 +163,7 @@ tspec_tool_status_t tspec_tool_run_delete_client(const tspec_tool_job_t *job)
 tspec_tool_status_t tspec_tool_run_delete_stream(const tspec_tool_job_t *job)
 {
     const uint8_t tid = job->request.bytes[1 + TSPEC_MAC_LEN];
-    if (tid > last_listed_tid) {
+    if (tid > LAST_LISTED_TID) {
         return send_unseen(&job->request, "the list of streams shows TIDs 0 to 7 alone");
     }
     const char word[] = {static_cast<char>('0' + tid), '\0'};

@@ -73,7 +73,7 @@ bool tspec_tool_read_figures(const char *text, const tspec_tool_field_t *fields,
     const char *p = text;
     for (int category = 0; category < TSPEC_NUM_ACS; category++) {
         for (int i = 0; i < TSPEC_TOOL_NUM_FIELDS; i++) {
-            const char *const key[] = {fields[i].prefix, tspec_tool_categories[category].key,
+            const char *const key[] = {fields[i].prefix, TSPEC_TOOL_CATEGORIES[category].key,
                                        fields[i].name};
             char value[16];
             p = after_key(p, key);
@@ -95,7 +95,7 @@ bool tspec_tool_read_stream(const char *text, tspec_tool_stream_t *stream)
 {
     const char *p = text;
     for (int i = 0; i < TSPEC_TOOL_NUM_STREAM_FIELDS; i++) {
-        const tspec_tool_field_t *const field = &tspec_tool_stream_fields[i];
+        const tspec_tool_field_t *const field = &TSPEC_TOOL_STREAM_FIELDS[i];
         const char *const key[] = {field->prefix, "", field->name};
         char *const value = stream->values[i];
         p = after_key(p, key);

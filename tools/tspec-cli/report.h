@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-// Figures by access category, in the order of tspec_tool_categories; a state is
+// Figures by access category, in the order of TSPEC_TOOL_CATEGORIES; a state is
 // 1 for up and 0 for down.
 typedef struct {
     uint32_t values[TSPEC_NUM_ACS][TSPEC_TOOL_NUM_FIELDS];

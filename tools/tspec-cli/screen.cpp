@@ -8,12 +8,12 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-static const char clear_screen[] = "\033[H\033[2J";
-static const char go_home[] = "\033[H";
-static const char clear_line[] = "\033[K"; // at its beginning
-static const char wrap_off[] = "\033[?7l";
-static const char wrap_on[] = "\033[?7h";
-static const char clear_below[] = "\033[J";
+static const char CLEAR_SCREEN[] = "\033[H\033[2J";
+static const char GO_HOME[] = "\033[H";
+static const char CLEAR_LINE[] = "\033[K"; // at its beginning
+static const char WRAP_OFF[] = "\033[?7l";
+static const char WRAP_ON[] = "\033[?7h";
+static const char CLEAR_BELOW[] = "\033[J";
 
 static bool is_set(const char *variable)
 {
@@ -50,12 +50,12 @@ tspec_tool_style_t tspec_tool_style_of_output()
 static void draw(const char *text)
 {
     const unsigned rows = terminal_size().ws_row;
-    fputs(go_home, stdout);
-    fputs(wrap_off, stdout);
+    fputs(GO_HOME, stdout);
+    fputs(WRAP_OFF, stdout);
     unsigned row = 1;
     for (const char *line = text; *line != '\0'; row++) {
         const size_t length = strcspn(line, "\n");
-        fputs(clear_line, stdout);
+        fputs(CLEAR_LINE, stdout);
         if (row == rows && line[length + 1] != '\0') {
             fputs("...", stdout);
             break;
@@ -67,9 +67,9 @@ static void draw(const char *text)
         line += length + 1;
     }
     if (row <= rows || rows == 0) {
-        fputs(clear_below, stdout);
+        fputs(CLEAR_BELOW, stdout);
     }
-    fputs(wrap_on, stdout);
+    fputs(WRAP_ON, stdout);
 }
 
 // The look's text, or that of its failure; null when there is no memory.
@@ -119,7 +119,7 @@ static void begin_picture()
 {
     static char whole_picture[8192];
     setvbuf(stdout, whole_picture, _IOFBF, sizeof(whole_picture));
-    fputs(clear_screen, stdout);
+    fputs(CLEAR_SCREEN, stdout);
 }
 
 static tspec_tool_status_t watch(tspec_tool_look_t *look, const tspec_tool_view_t *view)

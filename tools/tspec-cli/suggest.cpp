@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-static const size_t max_word = 32;
+static const size_t MAX_WORD = 32;
 
 static size_t least(size_t a, size_t b, size_t c)
 {
@@ -14,7 +14,7 @@ static size_t least(size_t a, size_t b, size_t c)
 // Insertions, removals and changes that lead from one word to the other.
 static size_t distance_of(const char *a, const char *b)
 {
-    size_t row[max_word + 1];
+    size_t row[MAX_WORD + 1];
     const size_t length = strlen(b);
     for (size_t j = 0; j <= length; j++) {
         row[j] = j;
@@ -36,7 +36,7 @@ void tspec_tool_consider(tspec_tool_suggestion_t *suggestion, const char *word,
                          const char *candidate)
 {
     const size_t length = strlen(word);
-    if (length < 2 || length > max_word || strlen(candidate) > max_word) {
+    if (length < 2 || length > MAX_WORD || strlen(candidate) > MAX_WORD) {
         return;
     }
     const bool begins = strncmp(word, candidate, length) == 0;

@@ -2,21 +2,21 @@
 
 #include <cstdlib>
 
-static const int category_width = 12;
+static const int CATEGORY_WIDTH = 12;
 
 // What stands beside a bar, and how wide the bar itself is.
-static const unsigned bar_offset = 71;
-static const unsigned percent_bar_offset = 68;
-static const unsigned min_bar = 8;
-static const unsigned max_bar = 40;
-static const unsigned usual_bar = 20;
+static const unsigned BAR_OFFSET = 71;
+static const unsigned PERCENT_BAR_OFFSET = 68;
+static const unsigned MIN_BAR = 8;
+static const unsigned MAX_BAR = 40;
+static const unsigned USUAL_BAR = 20;
 
-static const char bold[] = "\033[1m";
-static const char dim[] = "\033[2m";
-static const char green[] = "\033[32m";
-static const char yellow[] = "\033[33m";
-static const char red[] = "\033[31m";
-static const char plain[] = "\033[0m";
+static const char BOLD[] = "\033[1m";
+static const char DIM[] = "\033[2m";
+static const char GREEN[] = "\033[32m";
+static const char YELLOW[] = "\033[33m";
+static const char RED[] = "\033[31m";
+static const char PLAIN[] = "\033[0m";
 
 static void paint(FILE *out, const tspec_tool_style_t *style, const char *colour)
 {
@@ -27,15 +27,15 @@ static void paint(FILE *out, const tspec_tool_style_t *style, const char *colour
 
 static unsigned bar_width(const tspec_tool_style_t *style)
 {
-    const unsigned offset = style->units ? bar_offset : percent_bar_offset;
+    const unsigned offset = style->units ? BAR_OFFSET : PERCENT_BAR_OFFSET;
     if (style->columns == 0) {
-        return usual_bar;
+        return USUAL_BAR;
     }
-    if (style->columns < offset + min_bar) {
-        return min_bar;
+    if (style->columns < offset + MIN_BAR) {
+        return MIN_BAR;
     }
     const unsigned room = style->columns - offset;
-    return room < max_bar ? room : max_bar;
+    return room < MAX_BAR ? room : MAX_BAR;
 }
 
 // A little is never shown as nothing, and what is left never as nothing left.
@@ -52,9 +52,9 @@ static unsigned cells_of(uint64_t part, uint64_t rest, unsigned width)
 static const char *colour_of(uint64_t admitted, uint64_t unallocated)
 {
     if (unallocated == 0) {
-        return red;
+        return RED;
     }
-    return admitted >= 3 * unallocated ? yellow : green;
+    return admitted >= 3 * unallocated ? YELLOW : GREEN;
 }
 
 static void repeat(FILE *out, char c, unsigned count)
@@ -73,14 +73,14 @@ static void print_bar(FILE *out, const uint32_t *figures, const tspec_tool_style
     fputs(" [", out);
     paint(out, style, colour_of(admitted, unallocated));
     repeat(out, '#', full);
-    paint(out, style, plain);
+    paint(out, style, PLAIN);
     repeat(out, admitted + unallocated == 0 ? ' ' : '.', width - full);
     fputs("]", out);
 }
 
 static bool has_airtime(const tspec_tool_sheet_t *sheet)
 {
-    return sheet->fields == tspec_tool_entry_fields;
+    return sheet->fields == TSPEC_TOOL_ENTRY_FIELDS;
 }
 
 // Numbers stand right and never touch what is left of them.
@@ -100,11 +100,11 @@ typedef struct {
     void (*print)(const uint32_t *figures, char *text, size_t size);
 } share_t;
 
-static const double units_per_percent = TSPEC_MEDIUM_TIME_PER_SECOND / 100.0;
+static const double UNITS_PER_PERCENT = TSPEC_MEDIUM_TIME_PER_SECOND / 100.0;
 
 static void print_air(const uint32_t *figures, char *text, size_t size)
 {
-    snprintf(text, size, "%.2f%%", figures[TSPEC_TOOL_ADMITTED_FIELD] / units_per_percent);
+    snprintf(text, size, "%.2f%%", figures[TSPEC_TOOL_ADMITTED_FIELD] / UNITS_PER_PERCENT);
 }
 
 // The daemon does not tell the limit, only what is left of it; that ends at 0, so
@@ -114,7 +114,7 @@ static void print_limit(const uint32_t *figures, char *text, size_t size)
     const uint32_t left = figures[TSPEC_TOOL_ROAM_UNALLOCATED_FIELD];
     const uint32_t admitted = figures[TSPEC_TOOL_ADMITTED_FIELD];
     const char *const mark = left == 0 && admitted > 0 ? "<=" : "~";
-    snprintf(text, size, "%s%.0f%%", mark, (double{1} * admitted + left) / units_per_percent);
+    snprintf(text, size, "%s%.0f%%", mark, (double{1} * admitted + left) / UNITS_PER_PERCENT);
 }
 
 static void print_used(const uint32_t *figures, char *text, size_t size)
@@ -124,7 +124,7 @@ static void print_used(const uint32_t *figures, char *text, size_t size)
     snprintf(text, size, "%.0f%%", whole > 0 ? 100 * admitted / whole : 0);
 }
 
-static const share_t shares[] = {
+static const share_t SHARES[] = {
     {"air", 9, print_air}, {"limit", 8, print_limit}, {"used", 6, print_used}};
 
 // Columns of a sheet before those of its medium time.
@@ -136,12 +136,12 @@ static int plain_fields(const tspec_tool_sheet_t *sheet, const tspec_tool_style_
 static void print_head(FILE *out, const tspec_tool_sheet_t *sheet, const tspec_tool_style_t *style)
 {
     const int plain_columns = plain_fields(sheet, style);
-    paint(out, style, bold);
-    fprintf(out, "%-*s", category_width, sheet->name);
+    paint(out, style, BOLD);
+    fprintf(out, "%-*s", CATEGORY_WIDTH, sheet->name);
     for (int i = 0; i < plain_columns; i++) {
         print_cell(out, sheet->fields[i].width, sheet->fields[i].title);
     }
-    for (const share_t &share : shares) {
+    for (const share_t &share : SHARES) {
         if (plain_columns < TSPEC_TOOL_NUM_FIELDS) {
             print_cell(out, share.width, share.title);
         }
@@ -149,13 +149,13 @@ static void print_head(FILE *out, const tspec_tool_sheet_t *sheet, const tspec_t
     if (has_airtime(sheet)) {
         fputs(" airtime", out);
     }
-    paint(out, style, plain);
+    paint(out, style, PLAIN);
     putc('\n', out);
 }
 
 static void print_shares(FILE *out, const uint32_t *figures)
 {
-    for (const share_t &share : shares) {
+    for (const share_t &share : SHARES) {
         char text[24];
         share.print(figures, text, sizeof(text));
         print_cell(out, share.width, text);
@@ -167,13 +167,13 @@ static void print_category(FILE *out, const tspec_tool_sheet_t *sheet, int categ
 {
     const uint32_t *const figures = sheet->figures.values[category];
     const int plain_columns = plain_fields(sheet, style);
-    fprintf(out, "%-*s", category_width, tspec_tool_categories[category].name);
+    fprintf(out, "%-*s", CATEGORY_WIDTH, TSPEC_TOOL_CATEGORIES[category].name);
     for (int i = 0; i < plain_columns; i++) {
         const tspec_tool_field_t *const field = &sheet->fields[i];
         if (field->kind == TSPEC_TOOL_STATE) {
-            paint(out, style, figures[i] != 0 ? green : dim);
+            paint(out, style, figures[i] != 0 ? GREEN : DIM);
             print_cell(out, field->width, figures[i] != 0 ? "up" : "down");
-            paint(out, style, plain);
+            paint(out, style, PLAIN);
         } else {
             char number[16];
             snprintf(number, sizeof(number), "%u", figures[i]);
@@ -191,7 +191,7 @@ static void print_category(FILE *out, const tspec_tool_sheet_t *sheet, int categ
 
 static bool is_wanted(const tspec_tool_style_t *style, int category)
 {
-    return style->category == nullptr || style->category == tspec_tool_categories[category].name;
+    return style->category == nullptr || style->category == TSPEC_TOOL_CATEGORIES[category].name;
 }
 
 void tspec_tool_print_statistics(FILE *out, const tspec_tool_statistics_t *statistics,
@@ -224,7 +224,7 @@ static void print_change(FILE *out, const tspec_tool_sheet_t *sheet, int categor
     const uint32_t now = sheet->figures.values[category][field];
     const long long change = static_cast<long long>(now) - before;
     if (change != 0) {
-        fprintf(out, "%s %s %s %+lld\n", sheet->name, tspec_tool_categories[category].name,
+        fprintf(out, "%s %s %s %+lld\n", sheet->name, TSPEC_TOOL_CATEGORIES[category].name,
                 sheet->fields[field].name, change);
     }
 }
@@ -248,12 +248,12 @@ static void print_stream(FILE *out, const tspec_tool_stream_t *stream,
                          const tspec_tool_style_t *style)
 {
     for (int i = 0; i < TSPEC_TOOL_NUM_STREAM_FIELDS; i++) {
-        const tspec_tool_field_t *const field = &tspec_tool_stream_fields[i];
+        const tspec_tool_field_t *const field = &TSPEC_TOOL_STREAM_FIELDS[i];
         char share[16];
         const char *value = stream->values[i];
         if (i == TSPEC_TOOL_STREAM_MEDIUM_TIME && !style->units) {
             snprintf(share, sizeof(share), "%.2f%%",
-                     static_cast<double>(strtoul(value, nullptr, 10)) / units_per_percent);
+                     static_cast<double>(strtoul(value, nullptr, 10)) / UNITS_PER_PERCENT);
             value = share;
         }
         print_cell(out, field->width, value);
@@ -264,13 +264,13 @@ static void print_stream(FILE *out, const tspec_tool_stream_t *stream,
 void tspec_tool_print_streams(FILE *out, const tspec_tool_streams_t *streams,
                               const tspec_tool_style_t *style)
 {
-    paint(out, style, bold);
+    paint(out, style, BOLD);
     for (int i = 0; i < TSPEC_TOOL_NUM_STREAM_FIELDS; i++) {
-        const tspec_tool_field_t *const field = &tspec_tool_stream_fields[i];
+        const tspec_tool_field_t *const field = &TSPEC_TOOL_STREAM_FIELDS[i];
         const bool is_share = i == TSPEC_TOOL_STREAM_MEDIUM_TIME && !style->units;
         print_cell(out, field->width, is_share ? "air" : field->title);
     }
-    paint(out, style, plain);
+    paint(out, style, PLAIN);
     putc('\n', out);
     for (size_t i = 0; i < streams->count; i++) {
         print_stream(out, &streams->streams[i], style);

@@ -1,12 +1,12 @@
 #include "tspec-cli/usage.h"
 
-static const char tool_help[] =
+static const char TOOL_HELP[] =
     "Speaks to the tspec-daemon of this access point.\n"
     "\n"
     "debug, disassociation-mode and show are answered on the access point's console,\n"
     "/dev/console; root sees the answer here, too, where the kernel turns the console.\n";
 
-static const char tool_notes[] =
+static const char TOOL_NOTES[] =
     "\n"
     "tspec-cli help COMMAND says more of a command.\n"
     "\n"
@@ -17,12 +17,12 @@ static const char tool_notes[] =
 // A command that is longer than its column has its summary on the next line.
 static void print_command_line(FILE *out, const tspec_tool_command_t *command)
 {
-    static const int column = 27;
+    static const int COLUMN = 27;
     const int length = fprintf(out, "  %s %s", command->name, command->synopsis) - 2;
-    if (length > column) {
-        fprintf(out, "\n%*s", column + 2, "");
+    if (length > COLUMN) {
+        fprintf(out, "\n%*s", COLUMN + 2, "");
     } else {
-        fprintf(out, "%*s", column - length, "");
+        fprintf(out, "%*s", COLUMN - length, "");
     }
     fprintf(out, " %s\n", command->summary);
 }
@@ -56,7 +56,7 @@ void tspec_tool_print_help(FILE *out, const tspec_tool_command_t *command)
 {
     tspec_tool_print_usage(out, command);
     if (command == nullptr) {
-        fprintf(out, "\n%s%s", tool_help, tool_notes);
+        fprintf(out, "\n%s%s", TOOL_HELP, TOOL_NOTES);
         return;
     }
     fprintf(out, "\n%s", command->help);

@@ -53,7 +53,7 @@ std::string replaced(std::string text, const std::string &what, const std::strin
 bool is_ap_report(const std::string &text)
 {
     tspec_tool_figures_t figures;
-    return tspec_tool_read_figures(text.c_str(), tspec_tool_ap_fields, &figures);
+    return tspec_tool_read_figures(text.c_str(), TSPEC_TOOL_AP_FIELDS, &figures);
 }
 
 bool is_stream_report(const std::string &text)
@@ -65,7 +65,7 @@ bool is_stream_report(const std::string &text)
 TEST(ToolReport, OfTheAccessPointGivesEveryFigure)
 {
     tspec_tool_figures_t figures;
-    ASSERT_TRUE(tspec_tool_read_figures(ap_report.c_str(), tspec_tool_ap_fields, &figures));
+    ASSERT_TRUE(tspec_tool_read_figures(ap_report.c_str(), TSPEC_TOOL_AP_FIELDS, &figures));
     EXPECT_THAT(figures.values[voice], ElementsAre(1, 2, 3, 4, 5, 6, 7));
     EXPECT_THAT(figures.values[video], ElementsAre(8, 9, 10, 11, 12, 13, 14));
     EXPECT_THAT(figures.values[best_effort], ElementsAre(0, 0, 0, 0, 0, 0, 0));
@@ -74,7 +74,7 @@ TEST(ToolReport, OfTheAccessPointGivesEveryFigure)
 TEST(ToolReport, FiguresThatWerePrintedNegativeAreUnsignedAgain)
 {
     tspec_tool_figures_t figures;
-    ASSERT_TRUE(tspec_tool_read_figures(ap_report.c_str(), tspec_tool_ap_fields, &figures));
+    ASSERT_TRUE(tspec_tool_read_figures(ap_report.c_str(), TSPEC_TOOL_AP_FIELDS, &figures));
     EXPECT_THAT(figures.values[background],
                 ElementsAre(0, 0, 0, 4294967295U, 2147483647U, 2147483648U, 0));
 }
@@ -82,7 +82,7 @@ TEST(ToolReport, FiguresThatWerePrintedNegativeAreUnsignedAgain)
 TEST(ToolReport, OfARadioGivesStatesAndFigures)
 {
     tspec_tool_figures_t figures;
-    ASSERT_TRUE(tspec_tool_read_figures(radio_report().c_str(), tspec_tool_entry_fields, &figures));
+    ASSERT_TRUE(tspec_tool_read_figures(radio_report().c_str(), TSPEC_TOOL_ENTRY_FIELDS, &figures));
     EXPECT_THAT(figures.values[voice], ElementsAre(1, 31250, 31250, 31250, 31250, 31250, 31250));
     EXPECT_EQ(figures.values[background][0], 0U);
 }
@@ -105,7 +105,7 @@ TEST(ToolReport, IsTakenWholeOrNotAtAll)
     EXPECT_FALSE(is_ap_report(replaced(ap_report, "=2147483647", "=00000000000000000000001")));
     tspec_tool_figures_t figures;
     EXPECT_FALSE(tspec_tool_read_figures(replaced(radio_report(), "=down", "=broken").c_str(),
-                                         tspec_tool_entry_fields, &figures));
+                                         TSPEC_TOOL_ENTRY_FIELDS, &figures));
 }
 
 TEST(ToolReport, OfAStreamGivesItsValuesAsText)

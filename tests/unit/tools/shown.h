@@ -14,7 +14,7 @@ inline tspec_tool_sheet_t radio_sheet(const std::string &name, uint32_t admitted
 {
     tspec_tool_sheet_t sheet{};
     std::snprintf(sheet.name, sizeof(sheet.name), "%s", name.c_str());
-    sheet.fields = tspec_tool_entry_fields;
+    sheet.fields = TSPEC_TOOL_ENTRY_FIELDS;
     const std::array<uint32_t, TSPEC_TOOL_NUM_FIELDS> voice{1, 2, 1, 0, admitted, free, free + 1};
     std::copy(voice.begin(), voice.end(), sheet.figures.values[0]);
     return sheet;
@@ -24,7 +24,7 @@ inline tspec_tool_sheet_t ap_sheet()
 {
     tspec_tool_sheet_t sheet{};
     std::snprintf(sheet.name, sizeof(sheet.name), "access-point");
-    sheet.fields = tspec_tool_ap_fields;
+    sheet.fields = TSPEC_TOOL_AP_FIELDS;
     for (uint32_t category = 0; category < TSPEC_NUM_ACS; category++) {
         for (uint32_t field = 0; field < TSPEC_TOOL_NUM_FIELDS; field++) {
             sheet.figures.values[category][field] = category * 10 + field;

@@ -30,7 +30,7 @@ static void write_interface_name(char (&name)[IFNAMSIZ], int32_t radio_unit, uin
         snprintf(name, sizeof(name), "wlan%dvap%d", radio_idx, static_cast<int32_t>(vap));
         return;
     }
-    strcpy(name, "wlan0");
+    memcpy(name, "wlan0", sizeof("wlan0"));
     name[4] = static_cast<char>('0' + radio_idx);
 }
 

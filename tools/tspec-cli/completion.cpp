@@ -36,7 +36,7 @@ void tspec_tool_print_completion(FILE *out)
     tspec_completion_command_t described[MAX_COMMANDS];
     size_t count = 0;
     const tspec_tool_command_t *const commands = tspec_tool_commands(&count);
-    assert(count <= max_commands);
+    assert(count <= MAX_COMMANDS);
     for (size_t i = 0; i < count; i++) {
         described[i].name = commands[i].name;
         described[i].options = options[i];

@@ -39,7 +39,7 @@ typedef struct {
 
 // More than a file of these keys can have wrong by mistake.
 static const unsigned MAX_COMPLAINTS = 20;
-static const off_t MAX_SIZE = 64 * 1024;
+static const off_t MAX_SIZE = 65536;
 
 // What a file holds is repeated on terminals, which take escapes for commands.
 static void make_harmless(char *text)

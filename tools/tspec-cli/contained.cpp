@@ -4,16 +4,30 @@
 #include "tspec-cli/run.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <grp.h>
-#include <linux/capability.h>
 #include <pwd.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+// The kernel's own interface to a process's capabilities, which the C library has no face
+// for and musl no header.
+struct cap_header_t {
+    uint32_t version;
+    int pid;
+};
+struct cap_data_t {
+    uint32_t effective;
+    uint32_t permitted;
+    uint32_t inheritable;
+};
+static const uint32_t CAP_VERSION_3 = 0x20080522;
+static const unsigned CAP_NET_ADMIN = 12;
 
 // What cannot be set is said and done without: a daemon with one bar less still serves.
 static void expect(bool is_set, const char *what)
@@ -39,9 +53,9 @@ static bool forbid_core()
 // Wireless drivers ask for it in their private requests.
 static bool keep_capability()
 {
-    struct __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    cap_header_t header = {CAP_VERSION_3, 0};
     const uint32_t mask = 1U << CAP_NET_ADMIN;
-    const struct __user_cap_data_struct data[2] = {{mask, mask, mask}, {0, 0, 0}};
+    const cap_data_t data[2] = {{mask, mask, mask}, {0, 0, 0}};
     return syscall(SYS_capset, &header, data) == 0 &&
            prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_RAISE, CAP_NET_ADMIN, 0, 0) == 0;
 }

@@ -71,6 +71,7 @@ static long long waits_of(const tspec_tool_process_t *process)
     long long waits = -1;
     char line[256];
     while (file != nullptr && waits < 0 && fgets(line, sizeof(line), file) != nullptr) {
+        // NOLINTNEXTLINE(cert-err34-c): the kernel writes the number
         if (sscanf(line, "voluntary_ctxt_switches: %lld", &waits) != 1) {
             waits = -1;
         }
@@ -164,6 +165,7 @@ static unsigned descriptor_limit(pid_t pid)
     unsigned limit = FD_SETSIZE;
     char line[256];
     while (file != nullptr && fgets(line, sizeof(line), file) != nullptr) {
+        // NOLINTNEXTLINE(cert-err34-c): the kernel writes the number
         (void)sscanf(line, "Max open files %u", &limit);
     }
     if (file != nullptr) {

@@ -25,6 +25,7 @@ static size_t add_port_sockets(const char *table, uint16_t port, tspec_tool_sock
         unsigned long long inode = 0;
         // Number, local address:port, remote address:port, state, queues, timer,
         // retransmissions, user, time-out, inode.
+        // NOLINTNEXTLINE(cert-err34-c): the kernel writes the number
         const int read = sscanf(line, " %*u: %*[0-9A-F]:%x %*s %*s %*s %*s %*s %u %*s %llu",
                                 &local_port, &uid, &inode);
         if (read == 3 && local_port == port && inode != 0) {
@@ -62,6 +63,7 @@ size_t tspec_tool_name_sockets(const char *name, tspec_tool_socket_t *sockets, s
     while (count < max && fgets(line, sizeof(line), file) != nullptr) {
         unsigned long long inode = 0;
         char path[128] = "";
+        // NOLINTNEXTLINE(cert-err34-c): the kernel writes the number
         const int read = sscanf(line, "%*s %*s %*s %*s %*s %*s %llu %127s", &inode, path);
         if (read == 2 && strcmp(path, wanted) == 0) {
             sockets[count++] = {inode, TSPEC_TOOL_UNKNOWN_UID};
@@ -88,6 +90,7 @@ static bool read_process(pid_t pid, tspec_tool_process_t *process)
             snprintf(process->name, sizeof(process->name), "%.*s",
                      static_cast<int>(strcspn(line + 6, "\n")), line + 6);
         }
+        // NOLINTNEXTLINE(cert-err34-c): the kernel writes the number
         is_known = sscanf(line, "Uid: %u %u", &process->uid, &process->euid) == 2;
     }
     fclose(file);

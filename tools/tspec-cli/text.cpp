@@ -1,6 +1,7 @@
 #include "tspec-cli/text.h"
 
 #include <cstdlib>
+#include <cstring>
 
 static const int CATEGORY_WIDTH = 12;
 
@@ -191,7 +192,8 @@ static void print_category(FILE *out, const tspec_tool_sheet_t *sheet, int categ
 
 static bool is_wanted(const tspec_tool_style_t *style, int category)
 {
-    return style->category == nullptr || style->category == TSPEC_TOOL_CATEGORIES[category].name;
+    return style->category == nullptr ||
+           strcmp(style->category, TSPEC_TOOL_CATEGORIES[category].name) == 0;
 }
 
 void tspec_tool_print_statistics(FILE *out, const tspec_tool_statistics_t *statistics,

@@ -51,9 +51,10 @@ Refusals::Request Refusals::request_of(const Event &event)
 {
     auto message = wire_of<tspec_hostapd_msg_t>(event.data);
     int named = message.tspec.ts_info[0] >> 1 & 0xf;
-    return {.who =
-                fmt::format("station {}, TID {}", Mac::from(message.sta_mac).text(), message.tid),
-            .other_tid = named != message.tid};
+    Request request;
+    request.who = fmt::format("station {}, TID {}", Mac::from(message.sta_mac).text(), message.tid);
+    request.other_tid = named != message.tid;
+    return request;
 }
 
 std::optional<std::string> Refusals::settled()

@@ -41,6 +41,7 @@ install(FILES ${completions}/tspec-cli
 install(FILES include/tspec/message.h include/tspec/wmm.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tspec COMPONENT dev)
 install_link(include/tspec/message.h ../../../../../include/tspec/message.h dev)
+install_link(include/tspec/wmm.h ../../../../../include/tspec/wmm.h dev)
 configure_file(cmake/tspec.pc.in tspec.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/tspec.pc
   DESTINATION ${CMAKE_INSTALL_DATADIR}/pkgconfig COMPONENT dev)

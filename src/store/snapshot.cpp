@@ -4,6 +4,8 @@
 #include "store/client.h"
 #include "store/ledger.h"
 
+#include <algorithm>
+
 namespace {
 // Medium time that streams of an access category may hold on a radio.
 struct limits_t {
@@ -21,12 +23,12 @@ static limits_t limits_of(const tspec_radio_cfg_t &cfg, uint32_t ac_idx)
 {
     const uint32_t limit = cfg.limit_percent[ac_idx];
     const uint32_t reserve = tspec_is_managed() ? cfg.roam_reserve_percent : 0;
-    return {med_time_of_percent(reserve < limit ? limit - reserve : 0), med_time_of_percent(limit)};
+    return {med_time_of_percent(limit - std::min(reserve, limit)), med_time_of_percent(limit)};
 }
 
 static uint32_t left_of(uint32_t limit, uint32_t admitted)
 {
-    return admitted < limit ? limit - admitted : 0;
+    return limit - std::min(admitted, limit);
 }
 
 static void set_operational(tspec_stats_entry_t &entry, const limits_t &limits)

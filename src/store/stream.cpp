@@ -129,13 +129,10 @@ int32_t tspec_ts_rec_delete_tid(tspec_rec_t *rec, uint8_t ac_idx, uint8_t tid)
     if (entry == nullptr || entry->ac_idx != ac_idx) {
         return 0;
     }
+    // A free entry is all zeros, so it clears the one that it is copied over.
     tspec_ts_rec_t &alternate = rec->streams[TSPEC_BANK_ALTERNATE][ac_idx];
-    if (in_use(alternate) && entry != &alternate) {
-        *entry = alternate;
-        clear(alternate);
-    } else {
-        clear(*entry);
-    }
+    *entry = alternate;
+    clear(alternate);
     account_for(rec);
     uncount(1);
     return 0;

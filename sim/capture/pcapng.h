@@ -27,7 +27,7 @@ struct Packet {
     Bytes data;
     // Bytes on the wire, more than data holds when the rest is not known.
     size_t original_size = 0;
-    std::string comment; // shown beside the packet; may be empty
+    std::string comment = {}; // shown beside the packet; may be empty
 };
 
 // The stream outlives it. Whether writing went well is the stream's to tell.

@@ -15,18 +15,18 @@ using namespace tspec::sim::capacity;
 //   24000 * 20 ms =  60 bytes, 108, 43200      6400 * 30 ms = 24, 72, 19200
 TEST(Codecs, FillPacketsWithSpeechAndHeaders)
 {
-    struct Case {
+    struct Expected {
         const char *name;
         uint32_t payload;
         uint32_t msdu_size;
         uint32_t mean_data_rate;
     };
-    const Case cases[] = {{"g711", 160, 208, 83200}, {"g722", 160, 208, 83200},
-                          {"g726", 80, 128, 51200},  {"opus", 60, 108, 43200},
-                          {"ilbc", 38, 86, 34400},   {"g729", 20, 68, 27200},
-                          {"g723", 24, 72, 19200}};
+    const Expected cases[] = {{"g711", 160, 208, 83200}, {"g722", 160, 208, 83200},
+                              {"g726", 80, 128, 51200},  {"opus", 60, 108, 43200},
+                              {"ilbc", 38, 86, 34400},   {"g729", 20, 68, 27200},
+                              {"g723", 24, 72, 19200}};
     EXPECT_EQ(codecs().size(), std::size(cases));
-    for (const Case &one : cases) {
+    for (const Expected &one : cases) {
         const Codec *codec = find_codec(one.name);
         ASSERT_NE(codec, nullptr) << one.name;
         EXPECT_EQ(codec->payload, one.payload) << one.name;

@@ -1,5 +1,6 @@
 """The attacks. Each is a function that ends quietly when it held and raises Broke
 with what went wrong when it did not."""
+import contextlib
 import glob
 import os
 import pty
@@ -320,6 +321,24 @@ shows("config check is short about a binary file", "tspec-cli", "config", "check
 shows("config check ends on /dev/zero", "tspec-cli", "config", "check", "/dev/zero")
 shows("config check ends on a pipe", "tspec-cli", "config", "check", "/tmp/pipe")
 shows("tspec-sim prints no escapes of a scenario", "tspec-sim", "run", "/tmp/scenario.yaml")
+
+
+@attack("a stranger with the name of tspec-sim serve is told no scenario")
+def false_server():
+    def serve():
+        sock = name("tspec-sim-serve", socket.SOCK_STREAM)
+        sock.listen()
+        if os.fork() == 0:
+            with contextlib.suppress(OSError):
+                client, _ = sock.accept()
+                while client.recv(65536):
+                    pass
+                client.sendall(b"\0" + b"0")
+            os._exit(0)
+        return sock
+    with stranger(serve):
+        result = run("tspec-sim", "apply", HERE + "/scenarios/demo.yaml", check=False)
+        expect(result.returncode != 0, "his result counts")
 
 
 @attack("what procd runs leaves no zombie, and a user of its own")

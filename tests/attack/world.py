@@ -186,8 +186,8 @@ def udp(port=None, reuse=False):
     return sock
 
 
-def name(text):
-    sock = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+def name(text, kind=socket.SOCK_DGRAM):
+    sock = socket.socket(socket.AF_UNIX, kind)
     sock.bind(("\0" + text).ljust(108, "\0"))
     return sock
 

@@ -100,6 +100,46 @@ def bind(where, seconds):
     return True
 
 
+def squat(where, processes):
+    """Takes a place again as soon as it is free, for ever. Where there is more than one
+    process, each that is ended is replaced."""
+    if processes == "1":
+        take(where)
+    children = 0
+    while True:
+        while children < int(processes):
+            if os.fork() == 0:
+                take(where)
+            children += 1
+        os.wait()
+        children -= 1
+
+
+def take(where):
+    """Holds a port until ended; a path as long as nobody removes it, then again."""
+    while True:
+        port = where.isdigit()
+        sock = socket.socket(socket.AF_INET if port else socket.AF_UNIX, socket.SOCK_DGRAM)
+        try:
+            sock.bind(("0.0.0.0", int(where)) if port else where)
+        except OSError:
+            continue
+        while port or os.path.exists(where):
+            time.sleep(60 if port else 0)
+
+
+def gap(path):
+    """Milliseconds between the removal of a leftover at a path and a socket there."""
+    os.close(os.open(path, os.O_CREAT | os.O_WRONLY))
+    while os.path.exists(path):
+        pass
+    begin = time.monotonic()
+    while not os.path.exists(path):
+        pass
+    print(round((time.monotonic() - begin) * 1000), flush=True)
+    return True
+
+
 def console():
     """So many questions that a console nobody reads is full."""
     daemon = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)

@@ -176,7 +176,7 @@ bool tspec_tool_name_is_squatted(const char *name)
     tspec_tool_socket_t sock;
     tspec_tool_process_t process;
     return tspec_tool_name_sockets(name, &sock, 1) == 1 &&
-           tspec_tool_socket_processes(sock.inode, &process, 1) == 1 &&
+           tspec_tool_socket_processes(sock.inode, &process, 1) == 1 && process.euid != geteuid() &&
            !tspec_tool_is_trusted_process(&process);
 }
 

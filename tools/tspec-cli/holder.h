@@ -35,7 +35,8 @@ size_t tspec_tool_named_processes(const char *name, tspec_tool_process_t *proces
 bool tspec_tool_is_trusted(uid_t uid);
 bool tspec_tool_is_trusted_process(const tspec_tool_process_t *process);
 
-// Whether a process of neither root nor the service's user has the abstract name.
+// Whether a process of neither root, the service's user nor the caller has the abstract
+// name.
 // Not known, and so false, to whoever may not look at that process.
 bool tspec_tool_name_is_squatted(const char *name);
 
